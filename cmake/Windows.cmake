@@ -1,0 +1,85 @@
+# The server, its client, and their tests and benchmarks, for Windows.
+include(Widl)
+enable_language(RC)
+mova_compile_idl(movaSystem movaServer movaContainers movaServices)
+
+add_library(mova-windows INTERFACE)
+target_link_libraries(mova-windows INTERFACE mova-warnings)
+target_include_directories(mova-windows INTERFACE ${CMAKE_SOURCE_DIR})
+# Generated headers are the compiler's business, not the warnings'.
+target_include_directories(mova-windows SYSTEM INTERFACE ${MOVA_IDL_OUTPUT})
+target_compile_definitions(mova-windows INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
+# wchar_t text is viewed as char16_t, and clients in C can pass null where C++ says reference.
+target_compile_options(mova-windows INTERFACE -fno-strict-aliasing -fno-delete-null-pointer-checks)
+# The runtime is linked statically: what is built stands alone.
+target_link_options(mova-windows INTERFACE -static $<$<CONFIG:Release>:-s>)
+if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+  target_compile_definitions(mova-windows INTERFACE _GLIBCXX_ASSERTIONS)
+  target_compile_options(mova-windows INTERFACE -fsanitize=undefined -fsanitize-undefined-trap-on-error)
+endif()
+
+add_library(mova-identifiers OBJECT ${MOVA_IDL_SOURCES})
+target_include_directories(mova-identifiers PUBLIC ${MOVA_IDL_OUTPUT})
+add_dependencies(mova-identifiers mova-idl)
+
+# The foundation library.
+add_library(
+  kvcore OBJECT
+  kvcore/BlockPool.cpp
+  kvcore/RegistryKey.cpp
+  kvcore/SafeArray.cpp
+  kvcore/SystemText.cpp
+  kvcore/Utf.cpp
+  kvcore/Variant.cpp)
+target_link_libraries(kvcore PUBLIC mova-windows)
+
+# The server's code, once for the DLL and for the tests of its parts.
+add_library(
+  mova-server OBJECT
+  containers/NameFold.cpp
+  containers/PropertyList.cpp
+  containers/PropertySet.cpp
+  containers/PropertySetProperty.cpp
+  server/Census.cpp
+  server/ClassFactory.cpp
+  server/ClassTable.cpp
+  server/MOVAExtendedErrorInfo.cpp
+  server/Module.cpp
+  server/Refusal.cpp
+  server/Registration.cpp
+  server/TearOff.cpp
+  server/TypeLibrary.cpp
+  server/Unknown.cpp
+  services/MessageLogger.cpp)
+target_link_libraries(mova-server PUBLIC mova-windows)
+add_dependencies(mova-server mova-idl)
+
+configure_file(server/Version.rc.in ${CMAKE_BINARY_DIR}/Version.rc @ONLY)
+set_source_files_properties(${CMAKE_BINARY_DIR}/Version.rc PROPERTIES OBJECT_DEPENDS ${MOVA_TYPELIB})
+add_library(movaSystem SHARED server/Exports.cpp server/Strings.rc ${CMAKE_BINARY_DIR}/Version.rc server/movaSystem.def
+                              $<TARGET_OBJECTS:mova-server> $<TARGET_OBJECTS:kvcore>
+                              $<TARGET_OBJECTS:mova-identifiers>)
+set_target_properties(movaSystem PROPERTIES PREFIX "" OUTPUT_NAME movaSystem)
+target_link_libraries(movaSystem PRIVATE mova-windows ole32 oleaut32 uuid ntdll)
+target_link_options(movaSystem PRIVATE -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat -Wl,--exclude-all-symbols)
+
+# The client: public interfaces only, nothing of the server.
+add_executable(
+  mova
+  tools/mova/Classes.cpp
+  tools/mova/Client.cpp
+  tools/mova/Demo.cpp
+  tools/mova/Main.cpp
+  tools/mova/Propset.cpp
+  tools/mova/Script.cpp
+  ${tool_engine_sources}
+  $<TARGET_OBJECTS:kvcore>
+  $<TARGET_OBJECTS:mova-identifiers>)
+target_link_libraries(mova PRIVATE mova-windows ole32 oleaut32 uuid)
+target_link_options(mova PRIVATE -municode)
+add_dependencies(mova mova-idl)
+add_custom_command(
+  TARGET mova
+  POST_BUILD
+  COMMAND ${CMAKE_COMMAND} -E copy_directory ${CMAKE_SOURCE_DIR}/samples $<TARGET_FILE_DIR:mova>/samples
+  VERBATIM)

@@ -1,0 +1,220 @@
+#include "containers/PropertySet.h"
+
+#include <limits>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kvcore/Ptr.h"
+#include "kvcore/SafeArray.h"
+
+namespace mova {
+namespace {
+
+constexpr std::size_t longestNameInMessage = 100;
+
+/// The names in an array of strings, or of VARIANTs that hold strings; nothing where an element is no string.
+std::optional<std::vector<std::u16string_view>> NamesIn(const kv::ArrayView& array) {
+    if (array.Dimensions() != 1) return {};
+    std::vector<std::u16string_view> names;
+    for (std::size_t i = 0; i < array.Count(); ++i) {
+        const VARIANT element = array.Element(i);
+        if (element.vt == VT_BSTR) {
+            names.push_back(kv::View(element.bstrVal));
+        } else if (element.vt == (VT_BYREF | VT_BSTR) && element.pbstrVal) {
+            names.push_back(kv::View(*element.pbstrVal));
+        } else {
+            return {};
+        }
+    }
+    return names;
+}
+
+/// Deep copies of an array's elements; nothing where one cannot be copied.
+std::optional<std::vector<kv::Variant>> ValuesIn(const kv::ArrayView& array) {
+    if (array.Dimensions() != 1) return {};
+    std::vector<kv::Variant> values(array.Count());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const HRESULT status = values[i].Assign(array.Element(i));
+        if (status == E_OUTOFMEMORY) throw std::bad_alloc();
+        if (FAILED(status)) return {};
+    }
+    return values;
+}
+
+void CopyOut(const kv::Variant& value, VARIANT* target) {
+    const HRESULT status = value.CopyTo(target);
+    if (FAILED(status)) throw std::bad_alloc();  // a value that was kept can be copied but for lack of memory
+}
+
+}  // namespace
+
+STDMETHODIMP PropertySet::GetCount(LONG* count) noexcept {
+    if (!count) return Refuse(E_POINTER);
+    *count = static_cast<LONG>(properties_.Count());
+    return S_OK;
+}
+
+STDMETHODIMP PropertySet::SetProperty(BSTR name, VARIANT value) noexcept try {
+    if (kv::Variant* held = properties_.FindFirst(kv::View(name))) {
+        const HRESULT status = held->Assign(value);
+        return SUCCEEDED(status) ? S_OK : RefuseValue(status);
+    }
+    kv::Variant copy;
+    if (HRESULT status = copy.Assign(value); FAILED(status)) return RefuseValue(status);
+    if (properties_.Count() == std::numeric_limits<LONG>::max()) return Refuse(E_OUTOFMEMORY);
+    properties_.Append(PropertyList::MakeEntry(kv::View(name), std::move(copy)));
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP PropertySet::SetProperties(VARIANT names, VARIANT values) noexcept try {
+    const auto nameArray = kv::ArrayView::Of(names);
+    const auto valueArray = kv::ArrayView::Of(values);
+    if (!nameArray || !valueArray) return Refuse<IPropertySet>(E_INVALIDARG, u"Names and values must be two arrays.");
+    const auto keys = NamesIn(*nameArray);
+    if (!keys) return Refuse<IPropertySet>(E_FAIL, u"The names must be an array of strings in one dimension.");
+    if (valueArray->Count() != keys->size())
+        return Refuse<IPropertySet>(E_FAIL, u"There must be as many values as names.");
+    auto copies = ValuesIn(*valueArray);
+    if (!copies) return Refuse<IPropertySet>(E_FAIL, u"One of the values cannot be kept as a property.");
+
+    std::vector<PropertyList::Entry> entries;
+    for (std::size_t i = 0; i < keys->size(); ++i)
+        entries.push_back(PropertyList::MakeEntry((*keys)[i], std::move((*copies)[i])));
+    properties_.ReserveMore(entries.size());
+    for (auto& entry : entries) properties_.Set(std::move(entry));
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP PropertySet::GetProperty(BSTR name, VARIANT* value) noexcept try {
+    if (!value) return Refuse(E_POINTER);
+    VariantInit(value);
+    const kv::Variant* held = properties_.FindLast(kv::View(name));
+    if (!held) return RefuseUnknown(kv::View(name));
+    CopyOut(*held, value);
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP PropertySet::GetProperties(VARIANT names, VARIANT* values) noexcept try {
+    if (!values) return Refuse(E_POINTER);
+    VariantInit(values);
+    const auto nameArray = kv::ArrayView::Of(names);
+    if (!nameArray) return Refuse<IPropertySet>(E_INVALIDARG, u"The names must be an array.");
+    const auto keys = NamesIn(*nameArray);
+    if (!keys) return Refuse<IPropertySet>(E_FAIL, u"The names must be an array of strings in one dimension.");
+    kv::ArrayBuilder copies(VT_VARIANT, keys->size());
+    for (std::size_t i = 0; i < keys->size(); ++i) {
+        const kv::Variant* held = properties_.FindLast((*keys)[i]);
+        if (!held) return RefuseUnknown((*keys)[i]);
+        CopyOut(*held, copies.Elements<VARIANT>() + i);
+    }
+    *values = copies.Finish().Detach();
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP PropertySet::GetAllProperties(VARIANT* names, VARIANT* values) noexcept try {
+    if (names) VariantInit(names);
+    if (values) VariantInit(values);
+    if (!names || !values) return Refuse(E_POINTER);
+    kv::ArrayBuilder nameCopies(VT_VARIANT, properties_.Count());  // not VT_BSTR: scripts can index VARIANTs only
+    kv::ArrayBuilder valueCopies(VT_VARIANT, properties_.Count());
+    for (std::size_t i = 0; i < properties_.Count(); ++i) {
+        nameCopies.Elements<VARIANT>()[i] = kv::Variant::FromText(kv::BString(properties_.NameAt(i))).Detach();
+        CopyOut(properties_.ValueAt(i), valueCopies.Elements<VARIANT>() + i);
+    }
+    *names = nameCopies.Finish().Detach();
+    *values = valueCopies.Finish().Detach();
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP PropertySet::RemoveProperty(BSTR name) noexcept {
+    return properties_.Remove(kv::View(name)) ? S_OK : S_FALSE;
+}
+
+STDMETHODIMP PropertySet::IsEqual(IPropertySet* other, VARIANT_BOOL* equal) noexcept try {
+    if (!equal) return Refuse(E_POINTER);
+    *equal = VARIANT_FALSE;
+    if (!other) return Refuse<IPropertySet>(E_INVALIDARG, u"There is no set to compare with.");
+    kv::Variant names;
+    kv::Variant values;
+    if (HRESULT status = other->GetAllProperties(names.Put(), values.Put()); FAILED(status)) return status;
+    const auto nameArray = kv::ArrayView::Of(names.Get());
+    const auto valueArray = kv::ArrayView::Of(values.Get());
+    if (!nameArray || !valueArray) return Refuse(E_FAIL);
+    const auto keys = NamesIn(*nameArray);
+    if (!keys || valueArray->Count() != keys->size()) return Refuse(E_FAIL);
+    if (keys->size() != properties_.Count()) return S_OK;
+    for (std::size_t i = 0; i < keys->size(); ++i) {
+        const kv::Variant* held = properties_.FindLast((*keys)[i]);
+        if (!held || !kv::SameValue(held->Get(), valueArray->Element(i))) return S_OK;
+    }
+    *equal = VARIANT_TRUE;
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP PropertySet::GetPropertyAt(LONG index, BSTR* name, VARIANT* value) noexcept try {
+    if (name) *name = nullptr;
+    if (value) VariantInit(value);
+    if (!name || !value) return Refuse(E_POINTER);
+    if (index < 0 || static_cast<std::size_t>(index) >= properties_.Count())
+        return Refuse<IPropertySet2>(E_INVALIDARG, u"The index is outside the set.");
+    const auto position = static_cast<std::size_t>(index);
+    kv::BString nameCopy(properties_.NameAt(position));
+    CopyOut(properties_.ValueAt(position), value);
+    *name = nameCopy.Detach();
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP PropertySet::HasProperty(BSTR name, VARIANT_BOOL* found) noexcept {
+    if (!found) return Refuse(E_POINTER);
+    *found = properties_.FindLast(kv::View(name)) ? VARIANT_TRUE : VARIANT_FALSE;
+    return S_OK;
+}
+
+STDMETHODIMP PropertySet::RemoveAllProperties() noexcept {
+    properties_.Clear();
+    return S_OK;
+}
+
+STDMETHODIMP PropertySet::Clone(IUnknown** copy) noexcept try {
+    if (!copy) return Refuse(E_POINTER);
+    *copy = nullptr;
+    const auto made = kv::Ptr<PropertySet>::Attach(Make());
+    made->properties_.ReserveMore(properties_.Count());
+    for (std::size_t i = 0; i < properties_.Count(); ++i) {
+        VARIANT value;
+        CopyOut(properties_.ValueAt(i), &value);
+        made->properties_.Append(PropertyList::MakeEntry(properties_.NameAt(i), kv::Variant::Attach(value)));
+    }
+    *copy = kv::Ptr<IUnknown>(made->Own()).Detach();
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+HRESULT PropertySet::RefuseUnknown(std::u16string_view name) const {
+    const bool isLong = name.size() > longestNameInMessage;
+    const auto shown = std::u16string(name.substr(0, longestNameInMessage)) + (isLong ? u"..." : u"");
+    return Refuse<IPropertySet>(E_FAIL, (u"No property is named \"" + shown + u"\".").c_str());
+}
+
+HRESULT PropertySet::RefuseValue(HRESULT status) const noexcept {
+    if (status != E_INVALIDARG) return Refuse(status);
+    return Refuse<IPropertySet>(status, u"The value is of a kind that a property cannot keep.");
+}
+
+}  // namespace mova

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "containers/ComponentArray.h"
+#include <movaSystem.h>
+
+namespace mova {
+
+/// An array of property sets.
+class PropertySetArray final
+    : public ComponentArray<PropertySetArray, ::PropertySetArray, IPropertySetArray, IPropertySet> {
+ public:
+    using ComponentArray::ComponentArray;
+};
+
+/// An array of single properties.
+class PropertySetPropertyArray final
+    : public ComponentArray<PropertySetPropertyArray, ::PropertySetPropertyArray, IPropertySetPropertyArray,
+                            IPropertySetProperty> {
+ public:
+    using ComponentArray::ComponentArray;
+};
+
+}  // namespace mova

@@ -1,0 +1,37 @@
+#include "server/ClassTable.h"
+
+#include "containers/PropertySet.h"
+#include "containers/PropertySetArrays.h"
+#include "containers/PropertySetProperty.h"
+#include "server/ClassFactory.h"
+#include "server/MOVAExtendedErrorInfo.h"
+#include "services/MessageLogger.h"
+
+namespace mova {
+namespace {
+
+/// A row for a class of which every request makes a new object.
+template <class Class>
+constexpr ClassEntry NewObject(const char16_t* name) noexcept {
+    return {.classId = &Class::classId, .name = name, .factory = &plainFactory<Class>};
+}
+
+/// A row for a class of which each thread has one object.
+template <class Class>
+constexpr ClassEntry ThreadSingleton(const char16_t* name) noexcept {
+    return {.classId = &Class::classId, .name = name, .factory = &singletonFactory<Class>, .singleton = 1};
+}
+
+}  // namespace
+
+constinit const ClassEntry classTable[] = {
+    NewObject<PropertySet>(u"PropertySet"),
+    NewObject<MOVAExtendedErrorInfo>(u"MOVAExtendedErrorInfo"),
+    NewObject<PropertySetProperty>(u"PropertySetProperty"),
+    NewObject<PropertySetPropertyArray>(u"PropertySetPropertyArray"),
+    NewObject<PropertySetArray>(u"PropertySetArray"),
+    ThreadSingleton<MessageLogger>(u"MessageLogger"),
+    {},
+};
+
+}  // namespace mova

@@ -1,0 +1,87 @@
+#include "server/TearOff.h"
+
+#include <algorithm>
+#include <new>
+
+#include "kvcore/BlockPool.h"
+#include "server/Census.h"
+#include "server/Component.h"
+#include "server/Module.h"
+#include "server/TypeLibrary.h"
+
+namespace mova {
+
+TearOff::TearOff(Unknown& owner) : owner_(owner) {
+    if (const AutomationType automation = FindAutomationType(owner.Interfaces()); automation.row) {
+        type_ = automation.info;
+        target_ = automation.row->pointer(&owner);
+    }
+    ++lockCount;
+    if constexpr (keepsCensus) CountObject(__uuidof(ISupportErrorInfo), u"tear-off", 1);
+}
+
+TearOff::~TearOff() {
+    if constexpr (keepsCensus) CountObject(__uuidof(ISupportErrorInfo), u"tear-off", -1);
+    --lockCount;
+}
+
+bool TearOff::Knows(const kv::IdBits& id) noexcept {
+    return id == idOf<ISupportErrorInfo> || id == idOf<IDispatch> || id == idOf<IClassID>;
+}
+
+void* TearOff::Find(const kv::IdBits& id) noexcept {
+    if (id == idOf<ISupportErrorInfo>) return owner_.ReportsErrors() ? static_cast<ISupportErrorInfo*>(this) : nullptr;
+    if (id == idOf<IClassID>) return static_cast<IClassID*>(this);
+    if (id == idOf<IDispatch>) return type_ ? static_cast<IDispatch*>(this) : nullptr;
+    return nullptr;
+}
+
+STDMETHODIMP TearOff::QueryInterface(REFIID iid, void** object) noexcept {
+    return owner_.Controlling()->QueryInterface(iid, object);
+}
+STDMETHODIMP_(ULONG) TearOff::AddRef() noexcept { return owner_.Controlling()->AddRef(); }
+STDMETHODIMP_(ULONG) TearOff::Release() noexcept { return owner_.Controlling()->Release(); }
+
+STDMETHODIMP TearOff::InterfaceSupportsErrorInfo(REFIID iid) noexcept {
+    if (kv::IsNull(&iid)) return E_INVALIDARG;
+    const auto interfaces = owner_.Interfaces();
+    const bool supports = std::any_of(interfaces.begin(), interfaces.end(),
+                                      [id = kv::BitsOf(iid)](const InterfaceRow& row) { return row.id == id; });
+    return supports ? S_OK : S_FALSE;
+}
+
+STDMETHODIMP TearOff::GetClassID(CLSID* classId) noexcept {
+    if (!classId) return Refuse(E_POINTER);
+    *classId = owner_.ClassId();
+    return S_OK;
+}
+
+STDMETHODIMP TearOff::GetTypeInfoCount(UINT* count) noexcept {
+    if (!count) return Refuse(E_POINTER);
+    *count = 1;
+    return S_OK;
+}
+
+STDMETHODIMP TearOff::GetTypeInfo(UINT index, LCID, ITypeInfo** info) noexcept {
+    if (!info) return Refuse(E_POINTER);
+    *info = nullptr;
+    if (index != 0) return Refuse(DISP_E_BADINDEX);
+    *info = kv::Ptr<ITypeInfo>(type_).Detach();
+    return S_OK;
+}
+
+STDMETHODIMP TearOff::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept {
+    if (!names || !ids || std::find(names, names + count, nullptr) != names + count) return Refuse(E_INVALIDARG);
+    return DispGetIDsOfNames(type_.Get(), names, count, ids);
+}
+
+STDMETHODIMP TearOff::Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS* parameters, VARIANT* result,
+                             EXCEPINFO* exception, UINT* argumentInError) noexcept {
+    if (!parameters) return Refuse(E_INVALIDARG);
+    return DispInvoke(target_, type_.Get(), member, flags, parameters, result, exception, argumentInError);
+}
+
+void* TearOff::operator new(std::size_t size) { return Unknown::operator new(size); }
+void TearOff::operator delete(void* block, std::size_t size) noexcept { Unknown::operator delete(block, size); }
+
+}  // namespace mova

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <movaServer.h>
+#include "kvcore/Ptr.h"
+#include "server/Unknown.h"
+
+namespace mova {
+
+/// The interfaces that every object answers through the frame, in an object of their own that is made when the first of
+/// them is asked for. A reference to it is a reference to its owner, which keeps it until both are destroyed: handing it
+/// out again costs no more than handing out an interface of the class.
+class TearOff final : public ISupportErrorInfo, public IClassID, public IDispatch {
+ public:
+    explicit TearOff(Unknown& owner);
+    ~TearOff();
+    TearOff(const TearOff&) = delete;
+    TearOff& operator=(const TearOff&) = delete;
+
+    /// Whether the identifier is one of an interface that a tear-off may answer.
+    static bool Knows(const kv::IdBits& id) noexcept;
+    /// The interface, uncounted; null where the owner's class does not offer it.
+    void* Find(const kv::IdBits& id) noexcept;
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override;
+    STDMETHODIMP_(ULONG) AddRef() noexcept override;
+    STDMETHODIMP_(ULONG) Release() noexcept override;
+
+    // ISupportErrorInfo: S_OK for the interfaces of the owner's class, else S_FALSE
+    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) noexcept override;
+    // IClassID
+    STDMETHODIMP GetClassID(CLSID* classId) noexcept override;
+    // IDispatch, from the type library's description of the owner's main interface
+    STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override;
+    STDMETHODIMP GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) noexcept override;
+    STDMETHODIMP GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale, DISPID* ids) noexcept override;
+    STDMETHODIMP Invoke(DISPID member, REFIID iid, LCID locale, WORD flags, DISPPARAMS* parameters, VARIANT* result,
+                        EXCEPINFO* exception, UINT* argumentInError) noexcept override;
+
+    static void* operator new(std::size_t size);
+    static void operator delete(void* block, std::size_t size) noexcept;
+
+ private:
+    Unknown& owner_;
+    kv::Ptr<ITypeInfo> type_;
+    void* target_ = nullptr;  ///< the interface that type_ describes, in the owner
+};
+
+}  // namespace mova

@@ -1,0 +1,49 @@
+#include "server/TypeLibrary.h"
+
+#include <bit>
+
+#include "kvcore/CriticalSection.h"
+#include "server/Module.h"
+
+namespace mova {
+namespace {
+
+kv::KvCriticalSection libraryLock;
+ITypeLib* loadedLibrary = nullptr;  // no smart pointer: a module must not call other modules while it is being unloaded
+
+kv::Ptr<ITypeLib> Library() {
+    const kv::KvAutoLock lock(libraryLock);
+    if (!loadedLibrary) {
+        const std::u16string path = ModulePath();
+        if (FAILED(LoadTypeLibEx(kv::Wide(path.c_str()), REGKIND_NONE, &loadedLibrary))) loadedLibrary = nullptr;
+    }
+    return kv::Ptr<ITypeLib>(loadedLibrary);
+}
+
+bool IsAutomation(ITypeInfo& info) noexcept {
+    TYPEATTR* attributes = nullptr;
+    if (FAILED(info.GetTypeAttr(&attributes))) return false;
+    const bool is = (attributes->wTypeFlags & TYPEFLAG_FOLEAUTOMATION) != 0;
+    info.ReleaseTypeAttr(attributes);
+    return is;
+}
+
+}  // namespace
+
+AutomationType FindAutomationType(std::span<const InterfaceRow> interfaces) {
+    const auto library = Library();
+    if (!library) return {};
+    for (const InterfaceRow& row : interfaces) {
+        kv::Ptr<ITypeInfo> info;
+        if (SUCCEEDED(library->GetTypeInfoOfGuid(std::bit_cast<GUID>(row.id), info.Put())) && IsAutomation(*info.Get()))
+            return {info, &row};
+    }
+    return {};
+}
+
+void ForgetTypeLibrary() noexcept {
+    const kv::KvAutoLock lock(libraryLock);
+    kv::Ptr<ITypeLib>::Attach(std::exchange(loadedLibrary, nullptr));
+}
+
+}  // namespace mova

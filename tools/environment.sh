@@ -1,0 +1,63 @@
+# What ./dev and ./mova share: installing packages, building a preset, the Wine prefix, and registration in it.
+# Sourced with $root set to the project's folder. Progress goes to stderr.
+
+build="$root/build"
+export WINEPREFIX="$build/wine" WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="mscoree,mshtml=" LC_ALL=C.UTF-8
+registered="$WINEPREFIX/registered"  # names the preset whose DLL is registered, or says "none"
+
+say() { echo "$*" >&2; }
+
+build_packages=(cmake ninja-build g++ g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev wine wine64)
+test_packages=(googletest)
+tool_packages=(clang clang-format clang-tidy libclang-rt-14-dev)
+
+# Installs those of the named Debian packages that are missing.
+install_packages() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f '${Status}\n' "$package" 2>/dev/null | grep -q '^install ok installed$' || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    say "installing ${missing[*]}"
+    local as_root=()
+    [ "$(id -u)" = 0 ] || as_root=(sudo)
+    {
+        "${as_root[@]}" apt-get update -q
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -qy --no-install-recommends "${missing[@]}"
+    } >&2
+}
+
+wine64() {
+    if [ -x /usr/lib/wine/wine64 ]; then /usr/lib/wine/wine64 "$@"; else command wine64 "$@"; fi
+}
+
+# Makes the Wine prefix, once, and keeps one server for the commands that follow each other.
+ensure_prefix() {
+    if [ ! -e "$WINEPREFIX/made" ]; then
+        say "making a Wine prefix in build/wine"
+        rm -rf "$WINEPREFIX"
+        mkdir -p "$WINEPREFIX"
+        wine64 wineboot -i >/dev/null 2>&1
+        touch "$WINEPREFIX/made"
+    fi
+}
+
+# Configures and builds a preset: build_preset NAME [TARGET...]
+build_preset() {
+    local preset=$1
+    shift
+    if [ ! -e "$build/$preset/build.ninja" ]; then
+        say "configuring $preset"
+        (cd "$root" && cmake --preset "$preset") >&2
+    fi
+    (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"}) >&2
+}
+
+# Registers a preset's DLL in the prefix, where another one is registered or none.
+register_preset() {
+    local preset=$1
+    [ "$(cat "$registered" 2>/dev/null)" = "$preset" ] && return
+    say "registering the $preset build of movaSystem.dll"
+    wine64 regsvr32 /s "$build/$preset/bin/movaSystem.dll" >&2
+    echo "$preset" >"$registered"
+}

@@ -1,0 +1,236 @@
+#include "tools/mova/Client.h"
+
+#include <movaSystem.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <optional>
+
+#include "kvcore/Guid.h"
+#include "kvcore/Utf.h"
+
+namespace mova::tool {
+namespace {
+
+constexpr Command commands[] = {
+    {"help", "", "prints this page", &RunHelp},
+    {"run", "FILE|-",
+     "runs one command a line; words are split at blanks, \"...\" groups a word, # begins a comment line.\n"
+     "After each command it prints \"# exit N\". Its exit status is that of the last command that failed.",
+     &RunScript},
+    {"demo", "", "a tour of the library on the sample data", &RunDemo},
+    {"classes", "[--missing]",
+     "lists the classes that can be created: NAME, {CLSID}, kind, and ok or the status code of creating one.\n"
+     "--missing lists the classes of the full table that are not served yet.",
+     &RunClasses},
+    {"register", "", "registers the library that lies beside the client", &RunRegister},
+    {"unregister", "", "removes what registration wrote", &RunUnregister},
+    {"registered", "NAME", "prints the registry entries of a class: KEY, VALUE-NAME, DATA, sorted", &RunRegistered},
+    {"propset", "[--copy] FILE|-",
+     "reads NAME=TYPE:VALUE lines into a property set and prints NAME, VARTYPE, VALUE in the set's order.\n"
+     "TYPE is empty, null, bool, i2, i4, i8, r4, r8, date (an OLE date) or str; a line -NAME removes.\n"
+     "--copy prints the clone instead of the set.",
+     &RunPropset},
+};
+
+/// The text with line breaks and other control characters escaped, so that it stays one line.
+std::string OneLine(std::string_view text) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string line;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '\n') {
+            line += "\\n";
+        } else if (c == '\r') {
+            line += "\\r";
+        } else if (c == '\t') {
+            line += "\\t";
+        } else if (byte < 0x20 || byte == 0x7F) {
+            line.append("\\u00").append({digits[byte >> 4], digits[byte & 0xF]});
+        } else {
+            line += c;
+        }
+    }
+    return line;
+}
+
+std::string RefusalLine(const Refused& refused) {
+    std::string line = "mova: ";
+    if (!refused.source.empty() || !refused.description.empty())
+        line += OneLine(refused.source) + ": " + OneLine(refused.description) + " ";
+    return line + "(" + StatusText(refused.status) + ")\n";
+}
+
+std::string Page(const Command& command) {
+    std::string page = "mova " + std::string(command.name);
+    if (!command.arguments.empty()) page.append(" ").append(command.arguments);
+    std::string help = "\n    ";
+    for (const char c : command.help) help.append(c == '\n' ? "\n    " : std::string(1, c));
+    return page + help + "\n";
+}
+
+template <class Number>
+std::string ShortestText(Number number) {
+    if (std::isnan(number)) return "nan";
+    std::array<char, 64> text;
+    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+}
+
+/// A file's name as the platform's file functions take it. Under ./mova it is a path of the host, with any characters in
+/// it, which Wine opens under a prefix of its own.
+std::u16string PlatformPath(const std::string& file) {
+    std::array<wchar_t, 4096> folder;
+    const DWORD length = GetEnvironmentVariableW(L"MOVA_HOST_FOLDER", folder.data(), static_cast<DWORD>(folder.size()));
+    std::u16string path = kv::Utf16(file);
+    if (length == 0 || length >= folder.size()) return path;
+    if (!path.starts_with(u'/')) path = std::u16string(kv::Narrow16(folder.data()), length) + u'/' + path;
+    std::replace(path.begin(), path.end(), u'/', u'\\');
+    return u"\\\\?\\unix" + path;
+}
+
+std::string ReadAll(HANDLE source) {
+    std::string content;
+    std::array<char, 65536> chunk;
+    DWORD count = 0;
+    while (ReadFile(source, chunk.data(), static_cast<DWORD>(chunk.size()), &count, nullptr) && count != 0)
+        content.append(chunk.data(), count);
+    return content;
+}
+
+std::optional<std::string> ReadFileAt(const std::u16string& path) {
+    const HANDLE source = CreateFileW(kv::Wide(path.c_str()), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (source == INVALID_HANDLE_VALUE) return {};
+    std::string content = ReadAll(source);
+    CloseHandle(source);
+    return content;
+}
+
+}  // namespace
+
+Refused::Refused(HRESULT failure) : status(failure) {
+    kv::Ptr<IErrorInfo> info;
+    if (GetErrorInfo(0, info.Put()) != S_OK) return;
+    kv::BString text;
+    if (SUCCEEDED(info->GetSource(text.Put()))) source = kv::Utf8(text.View());
+    if (SUCCEEDED(info->GetDescription(text.Put()))) description = kv::Utf8(text.View());
+    info->GetGUID(&interfaceId);
+}
+
+kv::Ptr<IUnknown> CreateByName(std::u16string_view className) {
+    SetErrorInfo(0, nullptr);  // the runtime's own failures set none, and must not be explained by an older one
+    CLSID classId;
+    Check(CLSIDFromProgID(kv::Wide((u"movaSystem." + std::u16string(className)).c_str()), &classId));
+    kv::Ptr<IUnknown> object;
+    Check(kv::Create(classId, object));
+    return object;
+}
+
+std::span<const Command> Commands() { return commands; }
+
+int RunHelp(Arguments) {
+    Print("mova: the command-line client of movaSystem\n\n");
+    for (const Command& command : commands) Print(Page(command));
+    Print("\nExit status: 0 success, 1 the library refused, 2 wrong usage.\n");
+    return 0;
+}
+
+int RunCommand(Arguments words, FILE* refusals) try {
+    const std::string name = words.empty() ? "help" : words[0];
+    const auto* command = std::find_if(std::begin(commands), std::end(commands),
+                                       [&](const Command& known) { return known.name == name; });
+    if (command == std::end(commands)) throw WrongUsage{"there is no command " + name + "; see mova help"};
+    const Arguments arguments = words.empty() ? words : words.subspan(1);
+    if (std::find(arguments.begin(), arguments.end(), "--help") != arguments.end()) {
+        Print(Page(*command));
+        return 0;
+    }
+    SetErrorInfo(0, nullptr);
+    return command->run(arguments);
+} catch (const Refused& refused) {
+    std::fflush(stdout);
+    std::fputs(RefusalLine(refused).c_str(), refusals);
+    return 1;
+} catch (const WrongUsage& wrong) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "mova: %s\n", wrong.message.c_str());
+    return 2;
+}
+
+void Print(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+
+std::string ReadInput(const std::string& file) {
+    if (file == "-") return ReadAll(GetStdHandle(STD_INPUT_HANDLE));
+    const auto content = ReadFileAt(PlatformPath(file));
+    if (!content) throw WrongUsage{"cannot open " + file};
+    return *content;
+}
+
+std::string ReadSample(std::string_view name) {
+    std::array<wchar_t, 4096> path;
+    const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    const std::u16string_view client(kv::Narrow16(path.data()), length);
+    const std::u16string folder(client.substr(0, client.rfind(u'\\')));
+    const auto content = ReadFileAt(folder + u"\\samples\\" + kv::Utf16(name));
+    if (!content) throw WrongUsage{"cannot open the sample " + std::string(name)};
+    return *content;
+}
+
+std::string StatusText(HRESULT status) {
+    std::array<char, 16> text;
+    std::snprintf(text.data(), text.size(), "0x%08lX", static_cast<unsigned long>(status));
+    return text.data();
+}
+
+std::string NumberText(double number) { return ShortestText(number); }
+std::string NumberText(float number) { return ShortestText(number); }
+
+std::string ValueText(const VARIANT& value) {
+    switch (value.vt) {
+        case VT_BOOL:
+            return value.boolVal ? "true" : "false";
+        case VT_I2:
+            return std::to_string(value.iVal);
+        case VT_I4:
+            return std::to_string(value.lVal);
+        case VT_I8:
+            return std::to_string(value.llVal);
+        case VT_R4:
+            return NumberText(value.fltVal);
+        case VT_R8:
+        case VT_DATE:
+            return NumberText(value.dblVal);
+        case VT_BSTR: {
+            std::string quoted;
+            kv::AppendQuoted(quoted, kv::View(value.bstrVal));
+            return quoted;
+        }
+        default:
+            return {};
+    }
+}
+
+HMODULE ServerModule() { return GetModuleHandleW(L"movaSystem.dll"); }
+
+bool ServerIsIdle() {
+    const HMODULE module = ServerModule();
+    if (!module) return true;
+    const auto canUnload =
+        reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));
+    return canUnload && canUnload() == S_OK;
+}
+
+std::string AliveObjects() {
+    kv::Ptr<IObjectCensus> census;
+    kv::BString report;
+    if (FAILED(CoGetClassObject(CLSID_PropertySet, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IObjectCensus),
+                                census.PutVoid())) ||
+        FAILED(census->GetReport(report.Put())))
+        return {};
+    return kv::Utf8(report.View());
+}
+
+}  // namespace mova::tool

@@ -1,0 +1,39 @@
+#include <cstdio>
+
+#include "tools/mova/Client.h"
+#include "tools/mova/PropertyLines.h"
+#include "tools/mova/Words.h"
+
+namespace mova::tool {
+namespace {
+
+int RunLine(std::string_view line) {
+    const auto words = SplitWords(line);
+    if (!words) {
+        std::fputs("mova: a quotation is not closed\n", stderr);
+        return 2;
+    }
+    if (!words->empty() && words->front() == "run") {
+        std::fputs("mova: run cannot be run from a script\n", stderr);
+        return 2;
+    }
+    return RunCommand(*words, stdout);
+}
+
+}  // namespace
+
+int RunScript(Arguments arguments) {
+    if (arguments.size() != 1) throw WrongUsage{"run takes one FILE or -"};
+    const std::string script = ReadInput(arguments[0]);
+    int lastFailure = 0;
+    for (const std::string_view line : SplitLines(script)) {
+        if (line.find_first_not_of(" \t") == line.npos || line.starts_with('#')) continue;
+        const int status = RunLine(line);
+        if (status != 0) lastFailure = status;
+        Print("# exit " + std::to_string(status) + "\n");
+        std::fflush(stdout);
+    }
+    return lastFailure;
+}
+
+}  // namespace mova::tool
