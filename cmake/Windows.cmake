@@ -83,3 +83,20 @@ add_custom_command(
   POST_BUILD
   COMMAND ${CMAKE_COMMAND} -E copy_directory ${CMAKE_SOURCE_DIR}/samples $<TARGET_FILE_DIR:mova>/samples
   VERBATIM)
+
+# One test program against the registered library; the server's code is in it too, for the parts that have no interface.
+include(GoogleTest)
+file(GLOB test_sources CONFIGURE_DEPENDS tests/windows/*.cpp)
+add_executable(windows-tests ${test_sources} server/Strings.rc $<TARGET_OBJECTS:mova-server> $<TARGET_OBJECTS:kvcore>
+                             $<TARGET_OBJECTS:mova-identifiers>)
+target_compile_definitions(
+  windows-tests
+  PRIVATE MOVA_CONTRACT="${CMAKE_SOURCE_DIR}/tests/contract.txt" MOVA_CONTRACT_FOUND="${CMAKE_BINARY_DIR}/contract.txt")
+target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uuid ntdll version psapi)
+add_dependencies(windows-tests movaSystem mova mova-idl)
+add_test(NAME windows-tests COMMAND windows-tests)
+add_custom_command(
+  TARGET windows-tests
+  POST_BUILD
+  COMMAND ${CMAKE_COMMAND} -E copy_directory ${CMAKE_SOURCE_DIR}/tests/scripts $<TARGET_FILE_DIR:windows-tests>/scripts
+  VERBATIM)

@@ -42,6 +42,7 @@ MOVAExtendedErrorInfo::MOVAExtendedErrorInfo(IUnknown* outer) : Component(outer)
     if (status == E_OUTOFMEMORY) throw std::bad_alloc();
     inner_ = writer_.As<IErrorInfo>();
     if (!inner_) throw std::runtime_error("CreateErrorInfo");
+    writer_->SetGUID(GUID_NULL);  // not every platform begins with an empty one
 }
 
 STDMETHODIMP MOVAExtendedErrorInfo::GetGUID(GUID* id) noexcept {

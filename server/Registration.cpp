@@ -7,6 +7,7 @@
 #include <array>
 
 #include <movaSystem.h>
+#include "kvcore/BString.h"
 #include "kvcore/Guid.h"
 #include "kvcore/Ptr.h"
 #include "kvcore/RegistryKey.h"
@@ -166,11 +167,13 @@ HRESULT RegisterTypeLibrary(const std::u16string& modulePath) noexcept {
 }
 
 HRESULT UnregisterTypeLibrary() noexcept {
-    const auto isGone = [](HRESULT status) { return SUCCEEDED(status) || status == TYPE_E_REGISTRYACCESS; };
-    const HRESULT machine = UnRegisterTypeLib(LIBID_movaSystem, libraryMajor, libraryMinor, LOCALE_NEUTRAL, SYS_WIN64);
-    const HRESULT user =
-        UnRegisterTypeLibForUser(LIBID_movaSystem, libraryMajor, libraryMinor, LOCALE_NEUTRAL, SYS_WIN64);
-    return isGone(machine) && isGone(user) ? S_OK : SELFREG_E_TYPELIB;
+    const auto isRegistered = [] {
+        kv::BString path;
+        return SUCCEEDED(QueryPathOfRegTypeLib(LIBID_movaSystem, libraryMajor, libraryMinor, LOCALE_NEUTRAL, path.Put()));
+    };
+    if (isRegistered()) UnRegisterTypeLib(LIBID_movaSystem, libraryMajor, libraryMinor, LOCALE_NEUTRAL, SYS_WIN64);
+    if (isRegistered()) UnRegisterTypeLibForUser(LIBID_movaSystem, libraryMajor, libraryMinor, LOCALE_NEUTRAL, SYS_WIN64);
+    return isRegistered() ? SELFREG_E_TYPELIB : S_OK;
 }
 
 }  // namespace mova

@@ -10,6 +10,20 @@
 #include "server/TypeLibrary.h"
 
 namespace mova {
+namespace {
+
+/// Hands an object out through IDispatch where it has it: scripts can do nothing with a plain IUnknown.
+void OfferToScripts(VARIANT& value) noexcept {
+    IDispatch* dispatch = nullptr;
+    if (value.vt != VT_UNKNOWN || !value.punkVal ||
+        FAILED(value.punkVal->QueryInterface(__uuidof(IDispatch), reinterpret_cast<void**>(&dispatch))))
+        return;
+    kv::Ptr<IUnknown>::Attach(value.punkVal);
+    value.vt = VT_DISPATCH;
+    value.pdispVal = dispatch;
+}
+
+}  // namespace
 
 TearOff::TearOff(Unknown& owner) : owner_(owner) {
     if (const AutomationType automation = FindAutomationType(owner.Interfaces()); automation.row) {
@@ -78,7 +92,10 @@ STDMETHODIMP TearOff::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, D
 STDMETHODIMP TearOff::Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS* parameters, VARIANT* result,
                              EXCEPINFO* exception, UINT* argumentInError) noexcept {
     if (!parameters) return Refuse(E_INVALIDARG);
-    return DispInvoke(target_, type_.Get(), member, flags, parameters, result, exception, argumentInError);
+    const HRESULT status =
+        DispInvoke(target_, type_.Get(), member, flags, parameters, result, exception, argumentInError);
+    if (SUCCEEDED(status) && result) OfferToScripts(*result);
+    return status;
 }
 
 void* TearOff::operator new(std::size_t size) { return Unknown::operator new(size); }

@@ -155,8 +155,13 @@ int RunCommand(Arguments words, FILE* refusals) try {
     std::fputs(RefusalLine(refused).c_str(), refusals);
     return 1;
 } catch (const WrongUsage& wrong) {
+    return TellWrongUsage(wrong.message);
+}
+
+int TellWrongUsage(std::string_view message) {
     std::fflush(stdout);
-    std::fprintf(stderr, "mova: %s\n", wrong.message.c_str());
+    std::fputs(("mova: " + std::string(message) + "\n").c_str(), stderr);
+    std::fflush(stderr);
     return 2;
 }
 

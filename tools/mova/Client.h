@@ -64,6 +64,9 @@ int RunHelp(Arguments arguments);
 /// @return the exit status: 0, 1 refused, 2 wrong usage
 int RunCommand(Arguments words, FILE* refusals);
 
+/// Says on standard error what was wrong with a call. @return the exit status
+int TellWrongUsage(std::string_view message);
+
 /// Prints text as UTF-8.
 void Print(std::string_view text);
 /// The whole content of a file, or of standard input for "-". @throw WrongUsage where it cannot be read

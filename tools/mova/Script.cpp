@@ -9,14 +9,8 @@ namespace {
 
 int RunLine(std::string_view line) {
     const auto words = SplitWords(line);
-    if (!words) {
-        std::fputs("mova: a quotation is not closed\n", stderr);
-        return 2;
-    }
-    if (!words->empty() && words->front() == "run") {
-        std::fputs("mova: run cannot be run from a script\n", stderr);
-        return 2;
-    }
+    if (!words) return TellWrongUsage("a quotation is not closed");
+    if (words->front() == "run") return TellWrongUsage("run cannot be run from a script");
     return RunCommand(*words, stdout);
 }
 

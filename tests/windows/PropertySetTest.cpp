@@ -1,0 +1,393 @@
+#include <cmath>
+#include <limits>
+
+#include "containers/PropertyList.h"
+#include "kvcore/SafeArray.h"
+#include "tests/windows/Support.h"
+
+namespace mova::test {
+namespace {
+
+/// Names that fill a set up to where it is indexed.
+std::u16string Filler(int i) { return u"filler" + std::u16string(1, static_cast<char16_t>(u'a' + i)); }
+
+kv::Ptr<IPropertySet2> NewSet() { return New<IPropertySet2>(u"PropertySet"); }
+
+kv::Ptr<IPropertySet2> NewSet(std::initializer_list<std::u16string_view> names) {
+    auto set = NewSet();
+    LONG value = 0;
+    for (const auto name : names) EXPECT_EQ(set->SetProperty(Bstr(name), Value(++value).Get()), S_OK);
+    return set;
+}
+
+LONG Count(IPropertySet* set) {
+    LONG count = -1;
+    EXPECT_EQ(set->GetCount(&count), S_OK);
+    return count;
+}
+
+/// A property's value where it is a number; -1 where there is none.
+LONG Number(IPropertySet* set, std::u16string_view name) {
+    kv::Variant value;
+    return set->GetProperty(Bstr(name), value.Put()) == S_OK && value.Get().vt == VT_I4 ? value.Get().lVal : -1;
+}
+
+bool Equal(IPropertySet* left, IPropertySet* right) {
+    VARIANT_BOOL equal = 7;
+    EXPECT_EQ(left->IsEqual(right, &equal), S_OK);
+    return equal == VARIANT_TRUE;
+}
+
+kv::Variant Array(VARTYPE type, std::initializer_list<SAFEARRAYBOUND> bounds) {
+    return kv::Variant::FromArray(
+        SafeArrayCreate(type, static_cast<UINT>(bounds.size()), const_cast<SAFEARRAYBOUND*>(bounds.begin())), type);
+}
+
+/// Arrays in arrays, so many of them.
+kv::Variant Nested(int levels) {
+    kv::Variant value = Value(1);
+    for (int i = 0; i < levels; ++i) {
+        kv::ArrayBuilder array(VT_VARIANT, 1);
+        *array.Elements<VARIANT>() = value.Detach();
+        value = array.Finish();
+    }
+    return value;
+}
+
+/// One value of every type that a VARIANT can hold, arrays with lower bounds and several dimensions among them.
+std::vector<kv::Variant> EveryValue() {
+    std::vector<kv::Variant> values;
+    for (const VARTYPE type : {VT_EMPTY, VT_NULL, VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_INT, VT_UINT, VT_ERROR,
+                               VT_I8, VT_UI8, VT_CY, VT_BOOL}) {
+        VARIANT value{};
+        value.vt = type;
+        value.llVal = type == VT_EMPTY || type == VT_NULL ? 0 : -2;
+        values.push_back(kv::Variant::Attach(value));
+    }
+    VARIANT number{};
+    number.vt = VT_R4;
+    number.fltVal = 0.1f;
+    values.push_back(kv::Variant::Attach(number));
+    number = {};
+    number.vt = VT_DATE;
+    number.date = 45000.75;
+    values.push_back(kv::Variant::Attach(number));
+    VARIANT decimal{};
+    VarDecFromR8(0.1, &decimal.decVal);
+    decimal.vt = VT_DECIMAL;
+    values.push_back(kv::Variant::Attach(decimal));
+    values.push_back(Value(std::numeric_limits<double>::quiet_NaN()));
+    values.push_back(Value(u""));
+    values.push_back(Value(std::u16string_view(u"a\0b\xD800\u00C4", 5)));
+    values.push_back(Value(New<IUnknown>(u"PropertySet").Get()));
+    values.push_back(Value(static_cast<IUnknown*>(nullptr)));
+    values.push_back(ArrayOf({u"x", u"y"}));
+    values.push_back(Nested(3));
+    values.push_back(Nested(kv::maxNesting));
+    for (const VARTYPE type : {VT_I2, VT_R8, VT_BSTR, VT_UNKNOWN, VT_DECIMAL, VT_VARIANT, VT_UI1, VT_I8}) {
+        values.push_back(Array(type, {{3, -5}}));
+        values.push_back(Array(type, {{2, 1}, {0, 0}, {4, -1}}));
+        values.push_back(kv::Variant::FromArray(nullptr, type));
+    }
+    return values;
+}
+
+}  // namespace
+
+TEST(PropertySet, MatchesNamesWithoutRegardToCase) {
+    const auto set = NewSet();
+    const struct { std::u16string_view stored, asked; bool same; } rows[] = {
+        {u"Name", u"NAME", true}, {u"Name", u"Nam", false}, {u"", u"", true}, {u"[", u"{", false}, {u"@", u"`", false},
+        {u"\u00C4rger", u"\u00E4RGER", true}, {u"\u0416\u0443\u043A", u"\u0436\u0423\u041A", true},
+        {u"i", u"I", true}, {u"i", u"\u0130", false}, {u"\u0131", u"I", false},     // no Turkish rules, whoever the user is
+        {u"s", u"\u017F", false}, {u"k", u"\u212A", false}, {u"\u212A", u"k", false}, {u"\u212Aa", u"\u212AA", true},
+        {u"stra\u00DFe", u"STRASSE", false}, {u"a\x7F", u"A\x7F", true},
+        {std::u16string_view(u"a\0b", 3), std::u16string_view(u"A\0B", 3), true},
+        {std::u16string_view(u"a\0b", 3), std::u16string_view(u"a\0c", 3), false},
+        {std::u16string_view(u"a\0b", 3), u"a", false}};
+    for (const auto& row : rows) {
+        set->RemoveAllProperties();
+        EXPECT_EQ(set->SetProperty(Bstr(row.stored), Value(1).Get()), S_OK);
+        EXPECT_EQ(Number(set.Get(), row.asked), row.same ? 1 : -1) << kv::Utf8(row.stored) << " " << kv::Utf8(row.asked);
+        for (int i = 0; i < 20; ++i) set->SetProperty(Bstr(Filler(i)), Value(0).Get());
+        EXPECT_EQ(Number(set.Get(), row.asked), row.same ? 1 : -1) << "indexed: " << kv::Utf8(row.asked);
+    }
+    set->RemoveAllProperties();
+    EXPECT_EQ(set->SetProperty(Bstr(u"Name"), Value(1).Get()), S_OK);
+    EXPECT_EQ(set->SetProperty(Bstr(u"NAME"), Value(2).Get()), S_OK);
+    EXPECT_EQ(Names(set.Get()), "Name");
+    EXPECT_EQ(Number(set.Get(), u"name"), 2);
+    EXPECT_EQ(set->SetProperty(nullptr, Value(3).Get()), S_OK);
+    EXPECT_EQ(Number(set.Get(), u""), 3);
+    EXPECT_EQ(set->RemoveProperty(nullptr), S_OK);
+    const std::u16string longName(1 << 20, u'n');
+    EXPECT_EQ(set->SetProperty(Bstr(longName), Value(4).Get()), S_OK);
+    EXPECT_EQ(Number(set.Get(), std::u16string(1 << 20, u'N')), 4);
+    EXPECT_EQ(Number(set.Get(), std::u16string((1 << 20) - 1, u'N')), -1);
+}
+
+TEST(PropertySet, RemovingMovesTheLastIntoTheGap) {
+    const auto set = NewSet({u"A", u"B", u"C", u"D"});
+    EXPECT_EQ(set->RemoveProperty(Bstr(u"b")), S_OK);
+    EXPECT_EQ(Names(set.Get()), "A D C");
+    EXPECT_EQ(set->RemoveProperty(Bstr(u"b")), S_FALSE);
+    EXPECT_EQ(set->RemoveProperty(Bstr(u"C")), S_OK);
+    EXPECT_EQ(Names(set.Get()), "A D");
+    EXPECT_EQ(Number(set.Get(), u"D"), 4);
+    EXPECT_EQ(set->RemoveAllProperties(), S_OK);
+    EXPECT_EQ(Count(set.Get()), 0);
+}
+
+TEST(PropertySet, ReadsTheLastOfDuplicatesAndWritesTheFirst) {
+    for (const int fillers : {0, 20}) {
+        PropertyList list;
+        for (int i = 0; i < fillers; ++i)
+            list.Append(PropertyList::MakeEntry(Filler(i), Value(0)));
+        for (const LONG value : {1, 2, 3}) list.Append(PropertyList::MakeEntry(value == 2 ? u"NAME" : u"Name", Value(value)));
+        list.Append(PropertyList::MakeEntry(u"Other", Value(9)));
+        EXPECT_EQ(list.FindLast(u"name")->Get().lVal, 3);
+        EXPECT_EQ(list.FindFirst(u"name")->Get().lVal, 1);
+        list.Set(PropertyList::MakeEntry(u"name", Value(5)));
+        EXPECT_EQ(list.FindFirst(u"name")->Get().lVal, 5);
+        EXPECT_EQ(list.FindLast(u"name")->Get().lVal, 3);
+        EXPECT_TRUE(list.Remove(u"name"));  // the last one; Other takes its place
+        EXPECT_EQ(kv::Utf8(list.NameAt(list.Count() - 1)), "Other");
+        EXPECT_EQ(list.FindLast(u"name")->Get().lVal, 2);
+        EXPECT_TRUE(list.Remove(u"name"));
+        EXPECT_TRUE(list.Remove(u"name"));
+        EXPECT_FALSE(list.Remove(u"name"));
+        EXPECT_EQ(list.Count(), static_cast<std::size_t>(fillers) + 1);
+    }
+}
+
+TEST(PropertySet, KeepsDeepCopiesOfEveryType) {
+    const auto set = NewSet();
+    const auto values = EveryValue();
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const auto name = u"v" + std::u16string(1, static_cast<char16_t>(u'\u0100' + i));
+        const VARIANT& value = values[i].Get();
+        ASSERT_EQ(set->SetProperty(Bstr(name), value), S_OK) << "row " << i << ", type " << value.vt;
+        kv::Variant held;
+        ASSERT_EQ(set->GetProperty(Bstr(name), held.Put()), S_OK) << "row " << i;
+        EXPECT_TRUE(kv::SameValue(held.Get(), value)) << "row " << i << ", type " << value.vt;
+        const bool owns = value.vt == VT_BSTR || ((value.vt & VT_ARRAY) && value.parray);
+        EXPECT_TRUE(!owns || held.Get().byref != value.byref) << "row " << i;
+        VARIANT same = *const_cast<VARIANT*>(&value);
+        ASSERT_EQ(set->SetProperty(Bstr(name), ReferenceTo(same)), S_OK) << "by reference, row " << i;
+        kv::Variant again;
+        ASSERT_EQ(set->GetProperty(Bstr(name), again.Put()), S_OK);
+        EXPECT_TRUE(kv::SameValue(again.Get(), value)) << "by reference, row " << i;
+    }
+    kv::Ptr<IUnknown> copy;
+    ASSERT_EQ(set.As<IClone>()->Clone(copy.Put()), S_OK);
+    const auto clone = copy.As<IPropertySet>();
+    EXPECT_TRUE(Equal(set.Get(), clone.Get()));
+    EXPECT_EQ(Names(clone.Get()), Names(set.Get()));
+    EXPECT_EQ(clone->SetProperty(Bstr(u"v\u0100"), Value(1).Get()), S_OK);
+    EXPECT_FALSE(Equal(set.Get(), clone.Get()));
+}
+
+TEST(PropertySet, RefusesWhatItCannotKeepAndStaysAsItWas) {
+    const auto set = NewSet({u"A"});
+    VARIANT inner{};
+    VARIANT reference = ReferenceTo(inner);
+    VARIANT nullReference{};
+    nullReference.vt = VT_BYREF | VT_BSTR;
+    VARIANT nullVariant{};
+    nullVariant.vt = VT_BYREF | VT_VARIANT;
+    VARIANT unknownType{};
+    unknownType.vt = 0x777;
+    kv::ArrayBuilder references(VT_VARIANT, 1);
+    *references.Elements<VARIANT>() = reference;
+    const kv::Variant referencesInside = references.Finish();
+    const kv::Variant tooDeep = Nested(kv::maxNesting + 1);
+    for (const VARIANT& value : {ReferenceTo(reference), nullReference, nullVariant, unknownType, referencesInside.Get(), tooDeep.Get()}) {
+        for (const char16_t* name : {u"A", u"B"}) {
+            EXPECT_EQ(set->SetProperty(Bstr(name), value), E_INVALIDARG) << value.vt;
+            EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySet>("PropertySet", "The value is of a kind that a property cannot keep."));
+        }
+        EXPECT_EQ(Number(set.Get(), u"A"), 1);
+        EXPECT_EQ(Names(set.Get()), "A");
+    }
+    VARIANT byReference{};
+    byReference.vt = VT_BYREF | VT_I4;
+    LONG seven = 7;
+    byReference.plVal = &seven;
+    EXPECT_EQ(set->SetProperty(Bstr(u"A"), byReference), S_OK);
+    seven = 8;
+    EXPECT_EQ(Number(set.Get(), u"A"), 7);
+}
+
+TEST(PropertySet, SetsAndGetsByArrays) {
+    const auto set = NewSet();
+    kv::Variant names = Array(VT_BSTR, {{3, -7}});
+    kv::Variant values = Array(VT_I4, {{3, 100}});
+    for (LONG i = 0; i < 3; ++i) {
+        LONG place = i - 7;
+        SafeArrayPutElement(names.Get().parray, &place, Bstr(i == 1 ? u"\u00D6" : i == 0 ? u"one" : u"ONE"));
+        place = i + 100;
+        SafeArrayPutElement(values.Get().parray, &place, &i);
+    }
+    EXPECT_EQ(set->SetProperties(names.Get(), values.Get()), S_OK);
+    EXPECT_EQ(Names(set.Get()), "one \u00D6");
+    EXPECT_EQ(Number(set.Get(), u"One"), 2) << "each pair in order";
+    VARIANT namesByReference = *const_cast<VARIANT*>(&names.Get());
+    kv::Variant found;
+    EXPECT_EQ(set->GetProperties(ReferenceTo(namesByReference), found.Put()), S_OK);
+    EXPECT_TRUE(kv::SameValue(found.Get(), ArrayOf({2, 1, 2}).Get()));
+    kv::Variant allNames;
+    kv::Variant allValues;
+    EXPECT_EQ(set->GetAllProperties(allNames.Put(), allValues.Put()), S_OK);
+    EXPECT_TRUE(kv::SameValue(allNames.Get(), ArrayOf({u"one", u"\u00F6"}).Get()) ||
+                kv::SameValue(allNames.Get(), ArrayOf({u"one", u"\u00D6"}).Get()));
+    EXPECT_TRUE(kv::SameValue(allValues.Get(), ArrayOf({2, 1}).Get()));
+    EXPECT_EQ(set->SetProperties(Array(VT_BSTR, {{0, 0}}).Get(), Array(VT_R8, {{0, 3}}).Get()), S_OK);
+}
+
+TEST(PropertySet, RefusesArraysAsAWhole) {
+    const auto set = NewSet({u"A"});
+    const VARIANT none{};
+    const kv::Variant two = ArrayOf({1, 2});
+    const kv::Variant names = ArrayOf({u"A", u"B"});
+    const kv::Variant mixed = [] {
+        kv::ArrayBuilder array(VT_VARIANT, 2);
+        array.Elements<VARIANT>()[0] = Value(u"A").Detach();
+        array.Elements<VARIANT>()[1] = Value(5).Detach();
+        return array.Finish();
+    }();
+    kv::ArrayBuilder bad(VT_VARIANT, 2);
+    bad.Elements<VARIANT>()[1].vt = VT_BYREF | VT_VARIANT;
+    const kv::Variant badValues = bad.Finish();
+    const kv::Variant nullArray = kv::Variant::FromArray(nullptr, VT_I4);
+    const kv::Variant twoDimensions = Array(VT_BSTR, {{2, 0}, {1, 0}});
+    const kv::Variant numbersInTwoDimensions = Array(VT_I4, {{2, 0}, {1, 0}});
+    const kv::Variant one = ArrayOf({1});
+    const kv::Variant three = ArrayOf({1, 2, 3});
+    const struct { const VARIANT& names; const VARIANT& values; HRESULT status; const char* text; } rows[] = {
+        {none, two.Get(), E_INVALIDARG, "Names and values must be two arrays."},
+        {names.Get(), none, E_INVALIDARG, "Names and values must be two arrays."},
+        {names.Get(), nullArray.Get(), E_INVALIDARG, "Names and values must be two arrays."},
+        {two.Get(), two.Get(), E_FAIL, "The names must be an array of strings in one dimension."},
+        {mixed.Get(), two.Get(), E_FAIL, "The names must be an array of strings in one dimension."},
+        {twoDimensions.Get(), two.Get(), E_FAIL, "The names must be an array of strings in one dimension."},
+        {names.Get(), numbersInTwoDimensions.Get(), E_FAIL, "One of the values cannot be kept as a property."},
+        {names.Get(), one.Get(), E_FAIL, "There must be as many values as names."},
+        {names.Get(), three.Get(), E_FAIL, "There must be as many values as names."},
+        {names.Get(), badValues.Get(), E_FAIL, "One of the values cannot be kept as a property."}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(set->SetProperties(row.names, row.values), row.status) << row.text;
+        EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySet>("PropertySet", row.text));
+        EXPECT_EQ(Names(set.Get()), "A");
+        EXPECT_EQ(Number(set.Get(), u"A"), 1) << row.text;
+    }
+    kv::Variant values;
+    EXPECT_EQ(set->GetProperties(none, values.Put()), E_INVALIDARG);
+    EXPECT_EQ(set->GetProperties(two.Get(), values.Put()), E_FAIL);
+    EXPECT_EQ(set->GetProperties(names.Get(), values.Put()), E_FAIL);
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySet>("PropertySet", "No property is named \"B\"."));
+    EXPECT_EQ(values.Get().vt, VT_EMPTY);
+}
+
+TEST(PropertySet, RefusesNullsAndPlacesOutside) {
+    const auto set = NewSet({u"A"});
+    VARIANT value;
+    value.vt = 0x5555;  // an out-parameter need not be initialised
+    BSTR name = reinterpret_cast<BSTR>(1);
+    EXPECT_EQ(set->GetCount(nullptr), E_POINTER);
+    EXPECT_EQ(set->GetProperty(Bstr(u"A"), nullptr), E_POINTER);
+    EXPECT_EQ(set->GetProperty(Bstr(u"B"), &value), E_FAIL);
+    EXPECT_EQ(value.vt, VT_EMPTY);
+    EXPECT_EQ(set->GetProperties(ArrayOf({u"A"}).Get(), nullptr), E_POINTER);
+    EXPECT_EQ(set->GetAllProperties(nullptr, &value), E_POINTER);
+    EXPECT_EQ(set->GetAllProperties(&value, nullptr), E_POINTER);
+    EXPECT_EQ(set->IsEqual(set.Get(), nullptr), E_POINTER);
+    VARIANT_BOOL equal = VARIANT_TRUE;
+    EXPECT_EQ(set->IsEqual(nullptr, &equal), E_INVALIDARG);
+    EXPECT_EQ(equal, VARIANT_FALSE);
+    EXPECT_EQ(set->HasProperty(Bstr(u"A"), nullptr), E_POINTER);
+    EXPECT_EQ(set->HasProperty(nullptr, &equal), S_OK);
+    EXPECT_EQ(equal, VARIANT_FALSE);
+    EXPECT_EQ(set->GetPropertyAt(0, nullptr, &value), E_POINTER);
+    EXPECT_EQ(set->GetPropertyAt(0, &name, nullptr), E_POINTER);
+    EXPECT_EQ(name, nullptr);
+    for (const LONG index : {-1L, 1L, 2147483647L}) {
+        EXPECT_EQ(set->GetPropertyAt(index, &name, &value), E_INVALIDARG) << index;
+        EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySet2>("PropertySet", "The index is outside the set."));
+    }
+    const std::u16string longName(500, u'x');
+    EXPECT_EQ(set->GetProperty(Bstr(longName), &value), E_FAIL);
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySet>("PropertySet", "No property is named \"" + std::string(100, 'x') + "...\"."));
+    EXPECT_EQ(set->GetProperty(Bstr(u"B"), &value), E_FAIL);
+    EXPECT_EQ(set->GetCount(nullptr), E_POINTER);
+    EXPECT_EQ(TakeErrorInfo(), "") << "an earlier failure's text must not explain a later one";
+}
+
+TEST(PropertySet, ComparesByNameAndValueWhateverTheOrder) {
+    const auto set = NewSet({u"A", u"B"});
+    const auto other = NewSet();
+    EXPECT_FALSE(Equal(set.Get(), other.Get()));
+    other->SetProperty(Bstr(u"b"), Value(2).Get());
+    other->SetProperty(Bstr(u"a"), Value(1).Get());
+    EXPECT_TRUE(Equal(set.Get(), other.Get()));
+    EXPECT_TRUE(Equal(set.Get(), set.Get()));
+    other->SetProperty(Bstr(u"a"), Value(1.0).Get());
+    EXPECT_FALSE(Equal(set.Get(), other.Get())) << "values of another type are not equal";
+    set->SetProperty(Bstr(u"A"), Value(u"x").Get());
+    other->SetProperty(Bstr(u"A"), Value(u"X").Get());
+    EXPECT_FALSE(Equal(set.Get(), other.Get()));
+    other->SetProperty(Bstr(u"A"), Value(u"x").Get());
+    EXPECT_TRUE(Equal(set.Get(), other.Get()));
+    set->SetProperty(Bstr(u"B"), Array(VT_I4, {{2, 0}}).Get());
+    other->SetProperty(Bstr(u"B"), Array(VT_I4, {{2, 1}}).Get());
+    EXPECT_FALSE(Equal(set.Get(), other.Get())) << "bounds count";
+    other->RemoveProperty(Bstr(u"B"));
+    other->SetProperty(Bstr(u"C"), Array(VT_I4, {{2, 0}}).Get());
+    EXPECT_FALSE(Equal(set.Get(), other.Get()));
+}
+
+TEST(PropertySet, SurvivesAValueThatCallsBackWhenItIsFreed) {
+    /// A value whose end empties the set that held it.
+    class Visitor final : public IUnknown {
+     public:
+        explicit Visitor(IPropertySet2* set) : set_(set) {}
+        STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
+            *object = iid == __uuidof(IUnknown) ? this : nullptr;
+            return *object ? (AddRef(), S_OK) : E_NOINTERFACE;
+        }
+        STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
+        STDMETHODIMP_(ULONG) Release() noexcept override {
+            const ULONG left = --references_;
+            if (left == 0) {
+                set_->RemoveAllProperties();
+                delete this;
+            }
+            return left;
+        }
+
+     private:
+        ULONG references_ = 1;
+        IPropertySet2* set_;
+    };
+    for (const int fillers : {0, 30}) {
+        const auto set = NewSet();
+        const auto putVisitor = [&] {
+            const auto visitor = kv::Ptr<Visitor>::Attach(new Visitor(set.Get()));
+            for (int i = 0; i < fillers; ++i) set->SetProperty(Bstr(Filler(i)), Value(i).Get());
+            EXPECT_EQ(set->SetProperty(Bstr(u"visitor"), Value(visitor.Get()).Get()), S_OK);
+        };
+        putVisitor();
+        EXPECT_EQ(set->SetProperty(Bstr(u"visitor"), Value(1).Get()), S_OK);
+        EXPECT_EQ(Count(set.Get()), 0);
+        putVisitor();
+        EXPECT_EQ(set->RemoveProperty(Bstr(u"visitor")), S_OK);
+        EXPECT_EQ(Count(set.Get()), 0);
+        putVisitor();
+        EXPECT_EQ(set->RemoveAllProperties(), S_OK);
+        EXPECT_EQ(Count(set.Get()), 0);
+        putVisitor();
+        EXPECT_EQ(set->SetProperties(ArrayOf({u"visitor", u"Z"}).Get(), ArrayOf({1, 2}).Get()), S_OK);
+        EXPECT_EQ(Names(set.Get()), "Z");
+    }
+}
+
+}  // namespace mova::test

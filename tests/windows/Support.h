@@ -1,0 +1,93 @@
+// What the tests against the registered library share.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <movaSystem.h>
+
+#include <concepts>
+#include <string>
+
+#include "kvcore/Guid.h"
+#include "kvcore/Ptr.h"
+#include "kvcore/Utf.h"
+#include "kvcore/Variant.h"
+
+namespace mova::test {
+
+/// An object of the library by its class's name, through the registry.
+template <class I>
+kv::Ptr<I> New(std::u16string_view className) {
+    CLSID classId{};
+    kv::Ptr<I> object;
+    const std::u16string progId = u"movaSystem." + std::u16string(className);
+    EXPECT_EQ(CLSIDFromProgID(kv::Wide(progId.c_str()), &classId), S_OK);
+    EXPECT_EQ(kv::Create(classId, object), S_OK) << kv::Utf8(className);
+    return object;
+}
+
+/// A BSTR for the length of a call.
+class Bstr {
+ public:
+    Bstr(const char16_t* text) : text_(std::u16string_view(text)) {}
+    Bstr(std::u16string_view text) : text_(text) {}
+    operator BSTR() const noexcept { return text_.Get(); }
+
+ private:
+    kv::BString text_;
+};
+
+/// Values of the common types.
+template <std::integral Integer>
+kv::Variant Value(Integer number) {
+    VARIANT value{};
+    value.vt = VT_I4;
+    value.lVal = static_cast<LONG>(number);
+    return kv::Variant::Attach(value);
+}
+inline kv::Variant Value(double number) {
+    VARIANT value{};
+    value.vt = VT_R8;
+    value.dblVal = number;
+    return kv::Variant::Attach(value);
+}
+inline kv::Variant Value(std::u16string_view text) { return kv::Variant::FromText(kv::BString(text)); }
+inline kv::Variant Value(IUnknown* object) {
+    VARIANT value{};
+    value.vt = VT_UNKNOWN;
+    value.punkVal = kv::Ptr<IUnknown>(object).Detach();
+    return kv::Variant::Attach(value);
+}
+/// An array of VARIANTs from index 0.
+kv::Variant ArrayOf(std::initializer_list<std::u16string_view> texts);
+kv::Variant ArrayOf(std::initializer_list<LONG> numbers);
+/// A value by reference to another, which must outlive it.
+VARIANT ReferenceTo(VARIANT& value);
+
+/// The thread's error information, which reading takes off it: "SOURCE|DESCRIPTION|{IID}", or empty.
+std::string TakeErrorInfo();
+/// What a refusal of an interface must have left on the thread.
+template <class I>
+std::string Refusal(std::string_view className, std::string_view description) {
+    return "movaSystem." + std::string(className) + "|" + std::string(description) + "|" +
+           kv::Utf8(kv::GuidText(__uuidof(I)));
+}
+
+/// The names of a set's properties in their order, separated by blanks.
+std::string Names(IPropertySet* set);
+
+/// The folder that the tests, the client and the library are in, with a backslash at the end.
+std::u16string BinaryFolder();
+/// An exported function of the library, which is loaded.
+template <class Function>
+Function* Export(const char* name) {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"movaSystem.dll"), name)));
+}
+
+struct ProcessResult {
+    DWORD status;
+    std::string output;  ///< standard output, with what came on standard error in its place
+};
+/// Runs a program with a standard input.
+ProcessResult RunProcess(std::u16string commandLine, std::string_view input = {});
+
+}  // namespace mova::test
