@@ -22,12 +22,14 @@ namespace detail {
 template <class Item>
 struct Offer {
     using Base = Item;
-    static constexpr std::array ids{idOf<Item>};
+    static constexpr std::array<kv::IdBits, 1> Ids() noexcept { return {idOf<Item>}; }
 };
 template <class Newest, class... Earlier>
 struct Offer<Generations<Newest, Earlier...>> {
     using Base = Newest;
-    static constexpr std::array ids{idOf<Newest>, idOf<Earlier>...};
+    static constexpr std::array<kv::IdBits, 1 + sizeof...(Earlier)> Ids() noexcept {
+        return {idOf<Newest>, idOf<Earlier>...};
+    }
 };
 
 }  // namespace detail
@@ -94,7 +96,7 @@ class Component : public Unknown, public detail::Offer<Items>::Base... {
 
     template <class Item>
     bool FindIn(const kv::IdBits& id, void*& found) noexcept {
-        for (const kv::IdBits& offered : detail::Offer<Item>::ids) {
+        for (const kv::IdBits& offered : detail::Offer<Item>::Ids()) {
             if (offered == id) {
                 found = static_cast<typename detail::Offer<Item>::Base*>(this);
                 return true;
@@ -113,19 +115,19 @@ class Component : public Unknown, public detail::Offer<Items>::Base... {
         return static_cast<typename detail::Offer<Item>::Base*>(static_cast<Component*>(object));
     }
     static constexpr auto MakeRows() noexcept {
-        std::array<InterfaceRow, (detail::Offer<Items>::ids.size() + ...)> made{};
+        std::array<InterfaceRow, (detail::Offer<Items>::Ids().size() + ...)> made{};
         std::size_t next = 0;
         const auto add = [&](std::span<const kv::IdBits> ids, auto pointer) {
             for (const kv::IdBits& id : ids) made[next++] = {id, pointer};
         };
-        (add(detail::Offer<Items>::ids, &PointerTo<Items>), ...);
+        (add(detail::Offer<Items>::Ids(), &PointerTo<Items>), ...);
         return made;
     }
-    static const std::array<InterfaceRow, (detail::Offer<Items>::ids.size() + ...)> rows;
+    static const std::array<InterfaceRow, (detail::Offer<Items>::Ids().size() + ...)> rows;
 };
 
 template <class Self, class Coclass, class... Items>
-constinit const std::array<InterfaceRow, (detail::Offer<Items>::ids.size() + ...)>
+constinit const std::array<InterfaceRow, (detail::Offer<Items>::Ids().size() + ...)>
     Component<Self, Coclass, Items...>::rows = MakeRows();
 
 }  // namespace mova
