@@ -92,11 +92,14 @@ include(GoogleTest)
 file(GLOB test_sources CONFIGURE_DEPENDS tests/windows/*.cpp)
 add_executable(windows-tests ${test_sources} server/Strings.rc $<TARGET_OBJECTS:mova-server> $<TARGET_OBJECTS:kvcore>
                              $<TARGET_OBJECTS:mova-identifiers>)
+add_executable(first-client samples/first-client.cpp $<TARGET_OBJECTS:mova-identifiers>)
+target_link_libraries(first-client PRIVATE mova-windows ole32 oleaut32 uuid)
+add_dependencies(first-client mova-idl)
 target_compile_definitions(
   windows-tests
-  PRIVATE MOVA_CONTRACT="${CMAKE_SOURCE_DIR}/tests/contract.txt" MOVA_CONTRACT_FOUND="${CMAKE_BINARY_DIR}/contract.txt")
+  PRIVATE MOVA_SOURCES="${CMAKE_SOURCE_DIR}" MOVA_CONTRACT_FOUND="${CMAKE_BINARY_DIR}/contract.txt")
 target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uuid ntdll version psapi)
-add_dependencies(windows-tests movaSystem mova mova-idl)
+add_dependencies(windows-tests movaSystem mova first-client mova-idl)
 add_test(NAME windows-tests COMMAND windows-tests)
 add_custom_command(
   TARGET windows-tests

@@ -75,4 +75,11 @@ TEST(Client, GivesATourThatEndsWithNothingAlive) {
         EXPECT_NE(demo.output.find(part), std::string::npos) << part << "\n" << demo.output;
 }
 
+TEST(Client, OfTheReadmeWorksAsItStands) {
+    EXPECT_NE(ReadSource("README.md").find("```cpp\n" + ReadSource("samples/first-client.cpp") + "```\n"), std::string::npos);
+    const auto run = RunProcess(BinaryFolder() + u"first-client.exe");
+    EXPECT_EQ(run.output, "Port is 5151\r\n");
+    EXPECT_EQ(run.status, 0u);
+}
+
 }  // namespace mova::test

@@ -1,5 +1,6 @@
 #include "tests/windows/Support.h"
 
+#include <fstream>
 #include <thread>
 
 #include "kvcore/SafeArray.h"
@@ -56,6 +57,11 @@ std::u16string BinaryFolder() {
     std::u16string path(4096, u'\0');
     path.resize(GetModuleFileNameW(nullptr, kv::Wide(path.data()), static_cast<DWORD>(path.size())));
     return path.substr(0, path.rfind(u'\\') + 1);
+}
+
+std::string ReadSource(const std::string& path) {
+    std::ifstream file(MOVA_SOURCES "/" + path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 ProcessResult RunProcess(std::u16string commandLine, std::string_view input) {

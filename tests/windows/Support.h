@@ -83,6 +83,9 @@ Function* Export(const char* name) {
     return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"movaSystem.dll"), name)));
 }
 
+/// A file of the project.
+std::string ReadSource(const std::string& path);
+
 struct ProcessResult {
     DWORD status;
     std::string output;  ///< standard output, with what came on standard error in its place
