@@ -87,6 +87,8 @@ add_custom_command(
   COMMAND ${CMAKE_COMMAND} -E copy_directory ${CMAKE_SOURCE_DIR}/samples $<TARGET_FILE_DIR:mova>/samples
   VERBATIM)
 
+include(Bench)
+
 # One test program against the registered library; the server's code is in it too, for the parts that have no interface.
 include(GoogleTest)
 file(GLOB test_sources CONFIGURE_DEPENDS tests/windows/*.cpp)

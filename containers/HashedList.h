@@ -4,120 +4,120 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 namespace mova {
 
-/// An ordered list whose items are found by a 32-bit hash: in a short list by scanning, in a longer one through chains of
-/// equal buckets beside it. Which of the two it is cannot be told from the answers. Several items may have one hash, and
-/// several may match.
-template <class Item>
+/// What an element of a HashedList carries for the list, as a member named `link`.
+template <class Element>
+struct HashLink {
+    Element* next = nullptr;  ///< in the chain of the element's bucket
+    std::uint32_t hash = 0;   ///< the element's own, set before it is appended
+    std::uint32_t position = 0;
+};
+
+/// An ordered list whose elements are found by their 32-bit hashes: in a short list by scanning, in a longer one
+/// through chains that lead straight to the elements. Which of the two it is cannot be told from the answers. Several
+/// elements may have one hash, and several may match.
+/// @tparam Owner holds an element as std::unique_ptr does; elements stay where they are.
+template <class Owner>
 class HashedList {
  public:
-    static constexpr std::size_t none = static_cast<std::size_t>(-1);
+    using Element = std::remove_reference_t<decltype(*std::declval<Owner>())>;
 
-    std::size_t Count() const noexcept { return slots_.size(); }
-    const Item& operator[](std::size_t position) const noexcept { return slots_[position].item; }
+    std::size_t Count() const noexcept { return elements_.size(); }
+    Element& operator[](std::size_t position) const noexcept { return *elements_[position]; }
 
     /// Makes room, so that so many more can be appended without failing. @throw std::bad_alloc, nothing being changed
     void ReserveMore(std::size_t more) {
-        const std::size_t count = slots_.size() + more;
-        if (count > slots_.capacity()) slots_.reserve(std::max(count, slots_.capacity() * 2));
-        if (count > longestScanned && count > heads_.size()) Link(std::bit_ceil(count));
+        const std::size_t count = elements_.size() + more;
+        if (count > elements_.capacity()) elements_.reserve(std::max(count, elements_.capacity() * 2));
+        if (count > longestScanned && count * bucketsPerElement > heads_.size())
+            LinkInto(std::bit_ceil(count * bucketsPerElement));
     }
 
-    /// Adds an item at the end. @throw std::bad_alloc, nothing being changed
-    void Append(std::uint32_t hash, Item item) {
+    /// Adds an element at the end. @throw std::bad_alloc, nothing being changed
+    void Append(Owner element) {
         ReserveMore(1);
-        slots_.push_back({std::move(item), hash, endOfChain});
-        if (!heads_.empty()) PushToChain(slots_.size() - 1);
+        element->link.position = static_cast<std::uint32_t>(elements_.size());
+        elements_.push_back(std::move(element));
+        if (!heads_.empty()) PushToChain(*elements_.back());
     }
 
-    /// The first or last position of the items with the hash for which matches(item) is true; none where there is none.
+    /// The first or last of the elements with the hash for which matches(element) is true; null where there is none.
     template <class Matches>
-    std::size_t FindFirst(std::uint32_t hash, Matches matches) const {
-        std::size_t first = none;
-        ForHash(hash, [&](std::size_t position) {
-            if (position < first && matches(slots_[position].item)) first = position;
-        });
-        return first;
+    Element* FindFirst(std::uint32_t hash, Matches matches) const {
+        return Find(hash, matches, [](std::uint32_t candidate, std::uint32_t best) { return candidate < best; });
     }
     template <class Matches>
-    std::size_t FindLast(std::uint32_t hash, Matches matches) const {
-        std::size_t last = none;
-        ForHash(hash, [&](std::size_t position) {
-            if ((last == none || position > last) && matches(slots_[position].item)) last = position;
-        });
-        return last;
+    Element* FindLast(std::uint32_t hash, Matches matches) const {
+        return Find(hash, matches, [](std::uint32_t candidate, std::uint32_t best) { return candidate > best; });
     }
 
-    /// Removes the item at a position and hands it out; the last item moves into its place.
-    Item RemoveAt(std::size_t position) noexcept {
-        const std::size_t last = slots_.size() - 1;
-        if (!heads_.empty()) {
-            LinkTo(position) = slots_[position].next;
-            if (position != last) LinkTo(last) = static_cast<std::uint32_t>(position);
-        }
-        Slot removed = std::move(slots_[position]);
-        if (position != last) slots_[position] = std::move(slots_[last]);
-        slots_.pop_back();
-        if (slots_.capacity() > slots_.size() + slackKept && slots_.capacity() > slots_.size() + slots_.size() / 2)
-            slots_.shrink_to_fit();
-        return std::move(removed.item);
+    /// Removes an element of the list and hands it out; the last element moves into its place.
+    Owner Remove(Element& element) noexcept {
+        if (!heads_.empty()) *LinkTo(element) = element.link.next;
+        const std::uint32_t position = element.link.position;
+        Owner removed = std::exchange(elements_[position], std::move(elements_.back()));
+        elements_.pop_back();
+        if (position != elements_.size()) elements_[position]->link.position = position;
+        if (elements_.capacity() > elements_.size() + slackKept &&
+            elements_.capacity() > elements_.size() + elements_.size() / 2)
+            elements_.shrink_to_fit();
+        return removed;
     }
 
-    /// Forgets all items and gives the memory back; they are destroyed once the list is empty.
+    /// Forgets all elements and gives the memory back; they are destroyed once the list is empty.
     void Clear() noexcept { HashedList().Swap(*this); }
 
     void Swap(HashedList& other) noexcept {
-        slots_.swap(other.slots_);
+        elements_.swap(other.elements_);
         heads_.swap(other.heads_);
     }
 
  private:
-    static constexpr std::uint32_t endOfChain = static_cast<std::uint32_t>(-1);
     static constexpr std::size_t longestScanned = 8;
+    static constexpr std::size_t bucketsPerElement = 2;  // at least: a chain's second element is a trip to memory
     static constexpr std::size_t slackKept = 128;
 
-    struct Slot {
-        Item item;
-        std::uint32_t hash;
-        std::uint32_t next;  ///< in the chain of the slot's bucket; unused in a list that is scanned
-    };
-
-    template <class Visit>
-    void ForHash(std::uint32_t hash, Visit visit) const {
+    template <class Matches, class IsBetter>
+    Element* Find(std::uint32_t hash, Matches matches, IsBetter isBetter) const {
+        Element* best = nullptr;
+        const auto consider = [&](Element& element) {
+            if (element.link.hash == hash && (!best || isBetter(element.link.position, best->link.position)) &&
+                matches(element))
+                best = &element;
+        };
         if (heads_.empty()) {
-            for (std::size_t position = 0; position < slots_.size(); ++position)
-                if (slots_[position].hash == hash) visit(position);
-            return;
+            for (const Owner& element : elements_) consider(*element);
+        } else {
+            for (Element* element = heads_[BucketOf(hash)]; element; element = element->link.next) consider(*element);
         }
-        for (std::uint32_t position = heads_[hash & (heads_.size() - 1)]; position != endOfChain;
-             position = slots_[position].next)
-            if (slots_[position].hash == hash) visit(position);
+        return best;
     }
 
-    std::uint32_t& HeadOf(std::uint32_t hash) noexcept { return heads_[hash & (heads_.size() - 1)]; }
+    std::size_t BucketOf(std::uint32_t hash) const noexcept { return hash & (heads_.size() - 1); }
 
-    void PushToChain(std::size_t position) noexcept {
-        slots_[position].next = std::exchange(HeadOf(slots_[position].hash), static_cast<std::uint32_t>(position));
+    void PushToChain(Element& element) noexcept {
+        element.link.next = std::exchange(heads_[BucketOf(element.link.hash)], &element);
     }
 
-    /// The link that leads to a slot.
-    std::uint32_t& LinkTo(std::size_t position) noexcept {
-        std::uint32_t* link = &HeadOf(slots_[position].hash);
-        while (*link != position) link = &slots_[*link].next;
-        return *link;
+    /// The link that leads to an element.
+    Element** LinkTo(const Element& element) noexcept {
+        Element** link = &heads_[BucketOf(element.link.hash)];
+        while (*link != &element) link = &(*link)->link.next;
+        return link;
     }
 
-    void Link(std::size_t buckets) {
-        std::vector<std::uint32_t>(buckets, endOfChain).swap(heads_);
-        for (std::size_t position = 0; position < slots_.size(); ++position) PushToChain(position);
+    void LinkInto(std::size_t buckets) {
+        std::vector<Element*>(buckets).swap(heads_);
+        for (const Owner& element : elements_) PushToChain(*element);
     }
 
-    std::vector<Slot> slots_;
-    std::vector<std::uint32_t> heads_;  ///< the first slot of each bucket's chain; empty in a list that is scanned
+    std::vector<Owner> elements_;
+    std::vector<Element*> heads_;  ///< the first element of each bucket's chain; empty in a list that is scanned
 };
 
 }  // namespace mova

@@ -19,7 +19,8 @@ bool SameAsciiName(std::u16string_view left, std::u16string_view right) noexcept
 /// Whether two names are the same once every character is in upper case.
 bool SameName(std::u16string_view left, std::u16string_view right, Upcase upcase) noexcept;
 
-/// A hash that is equal for names that either comparison calls the same. Four characters at a time where they are ASCII.
+/// A hash that is equal for names that either comparison calls the same. Four characters at a time where they are
+/// ASCII.
 /// @param seed keeps callers from choosing names that collide.
 std::uint32_t HashName(std::u16string_view name, std::uint64_t seed, Upcase upcase) noexcept;
 

@@ -6,28 +6,31 @@
 
 namespace mova {
 
-/// The value of a property; the name stands behind it in the same block.
+struct Property;
+
+/// A property with its name in the same block.
+using NamedProperty = kv::WithText<Property>;
+
 struct Property {
-    Property(std::size_t nameLength, bool isAscii, kv::Variant&& held) noexcept
-        : value(std::move(held)), length(static_cast<std::uint32_t>(nameLength)), ascii(isAscii) {}
+    Property(std::uint32_t hash, bool isAscii, kv::Variant&& held) noexcept
+        : link{.hash = hash}, value(std::move(held)), ascii(isAscii) {}
 
-    std::size_t Length() const noexcept { return length; }
-
+    HashLink<NamedProperty> link;
     kv::Variant value;
-    std::uint32_t length;
     bool ascii;  ///< every character of the name is below 127: only A to Z are folded in comparing
 };
 
-/// The named values of a property set in their order. Names are matched without regard to case, over their whole length.
+/// The named values of a property set in their order. Names are matched without regard to case, over their whole
+/// length.
 class PropertyList {
  public:
-    using Entry = kv::WithText<Property>::Owner;
+    using Entry = NamedProperty::Owner;
 
     static Entry MakeEntry(std::u16string_view name, kv::Variant value);
 
     std::size_t Count() const noexcept { return entries_.Count(); }
-    std::u16string_view NameAt(std::size_t position) const noexcept { return entries_[position]->Text(); }
-    const kv::Variant& ValueAt(std::size_t position) const noexcept { return entries_[position]->record.value; }
+    std::u16string_view NameAt(std::size_t position) const noexcept { return entries_[position].Text(); }
+    const kv::Variant& ValueAt(std::size_t position) const noexcept { return entries_[position].value; }
 
     /// The value of the first property with the name; null where there is none.
     kv::Variant* FindFirst(std::u16string_view name) noexcept;
@@ -36,7 +39,7 @@ class PropertyList {
 
     void ReserveMore(std::size_t more) { entries_.ReserveMore(more); }
     /// Appends a property, whether or not another has its name. @throw std::bad_alloc, nothing being changed
-    void Append(Entry entry);
+    void Append(Entry entry) { entries_.Append(std::move(entry)); }
     /// Gives the first property with the entry's name the entry's value, or appends the entry.
     /// @throw std::bad_alloc, nothing being changed; never once room was reserved
     void Set(Entry entry);

@@ -1,8 +1,9 @@
 #include "containers/PropertySet.h"
 
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "kvcore/Ptr.h"
@@ -206,10 +207,15 @@ STDMETHODIMP PropertySet::Clone(IUnknown** copy) noexcept try {
     return CaughtStatus();
 }
 
-HRESULT PropertySet::RefuseUnknown(std::u16string_view name) const {
-    const bool isLong = name.size() > longestNameInMessage;
-    const auto shown = std::u16string(name.substr(0, longestNameInMessage)) + (isLong ? u"..." : u"");
-    return Refuse<IPropertySet>(E_FAIL, (u"No property is named \"" + shown + u"\".").c_str());
+HRESULT PropertySet::RefuseUnknown(std::u16string_view name) const noexcept {
+    // On the stack, since a set is also asked for names that may be there or not.
+    std::array<char16_t, longestNameInMessage + 40> text{};
+    auto end = text.begin();
+    for (const std::u16string_view part :
+         {std::u16string_view(u"No property is named \""), name.substr(0, longestNameInMessage),
+          std::u16string_view(name.size() > longestNameInMessage ? u"...\"." : u"\".")})
+        end = std::copy(part.begin(), part.end(), end);
+    return Refuse<IPropertySet>(E_FAIL, text.data());
 }
 
 HRESULT PropertySet::RefuseValue(HRESULT status) const noexcept {

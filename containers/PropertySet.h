@@ -1,7 +1,7 @@
 #pragma once
 
-#include "containers/PropertyList.h"
 #include <movaSystem.h>
+#include "containers/PropertyList.h"
 #include "server/Component.h"
 
 namespace mova {
@@ -29,7 +29,7 @@ class PropertySet final
     STDMETHODIMP Clone(IUnknown** copy) noexcept override;
 
  private:
-    HRESULT RefuseUnknown(std::u16string_view name) const;
+    HRESULT RefuseUnknown(std::u16string_view name) const noexcept;
     HRESULT RefuseValue(HRESULT status) const noexcept;
 
     PropertyList properties_;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "containers/ComponentArray.h"
 #include <movaSystem.h>
+#include "containers/ComponentArray.h"
 
 namespace mova {
 
@@ -13,9 +13,8 @@ class PropertySetArray final
 };
 
 /// An array of single properties.
-class PropertySetPropertyArray final
-    : public ComponentArray<PropertySetPropertyArray, ::PropertySetPropertyArray, IPropertySetPropertyArray,
-                            IPropertySetProperty> {
+class PropertySetPropertyArray final : public ComponentArray<PropertySetPropertyArray, ::PropertySetPropertyArray,
+                                                             IPropertySetPropertyArray, IPropertySetProperty> {
  public:
     using ComponentArray::ComponentArray;
 };

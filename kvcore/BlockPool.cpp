@@ -71,7 +71,9 @@ FreeList& ListFor(std::size_t size) noexcept {
     return pool[(GetCurrentThreadId() >> 2) % shards].lists[(size - 1) / granularity];
 }
 
-constexpr bool IsPooled(std::size_t size) noexcept { return recycles && size - 1 < granularity * sizeClasses; }
+constexpr bool IsPooled(std::size_t size) noexcept {
+    return recycles && size - 1 < granularity * sizeClasses;
+}
 
 }  // namespace
 

@@ -12,12 +12,20 @@ namespace kv {
 
 /// Whether an argument that a client passed by reference is a null pointer, as a client in C can make it. The build
 /// keeps the compiler from assuming otherwise (-fno-delete-null-pointer-checks).
-inline bool IsNull(const void* address) noexcept { return address == nullptr; }
+inline bool IsNull(const void* address) noexcept {
+    return address == nullptr;
+}
 
 /// The platform's 16-bit text as this library's. The build lets the two types share memory (-fno-strict-aliasing).
-inline const char16_t* Narrow16(const wchar_t* text) noexcept { return reinterpret_cast<const char16_t*>(text); }
-inline const wchar_t* Wide(const char16_t* text) noexcept { return reinterpret_cast<const wchar_t*>(text); }
-inline wchar_t* Wide(char16_t* text) noexcept { return reinterpret_cast<wchar_t*>(text); }
+inline const char16_t* Narrow16(const wchar_t* text) noexcept {
+    return reinterpret_cast<const char16_t*>(text);
+}
+inline const wchar_t* Wide(const char16_t* text) noexcept {
+    return reinterpret_cast<const wchar_t*>(text);
+}
+inline wchar_t* Wide(char16_t* text) noexcept {
+    return reinterpret_cast<wchar_t*>(text);
+}
 
 /// A BSTR over its whole length, NULs included; null is the empty text.
 inline std::u16string_view View(BSTR text) noexcept {

@@ -4,7 +4,7 @@ namespace kv {
 
 RegistryKey RegistryKey::Open(HKEY parent, const std::u16string& path) noexcept {
     RegistryKey opened;
-    if (RegOpenKeyExW(parent, Wide(path.c_str()), 0, KEY_READ, &opened.key_) != ERROR_SUCCESS) return RegistryKey();
+    if (RegOpenKeyExW(parent, Wide(path.c_str()), 0, KEY_READ, &opened.key_) != ERROR_SUCCESS) return {};
     return opened;
 }
 
@@ -12,7 +12,7 @@ RegistryKey RegistryKey::Create(HKEY parent, const std::u16string& path) noexcep
     RegistryKey created;
     if (RegCreateKeyExW(parent, Wide(path.c_str()), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr,
                         &created.key_, nullptr) != ERROR_SUCCESS)
-        return RegistryKey();
+        return {};
     return created;
 }
 

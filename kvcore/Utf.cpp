@@ -8,9 +8,15 @@ namespace {
 
 constexpr char16_t replacement = 0xFFFD;
 
-constexpr bool IsHighSurrogate(char16_t unit) noexcept { return (unit & 0xFC00) == 0xD800; }
-constexpr bool IsLowSurrogate(char16_t unit) noexcept { return (unit & 0xFC00) == 0xDC00; }
-constexpr bool IsSurrogate(char32_t character) noexcept { return (character & 0xFFFF'F800) == 0xD800; }
+constexpr bool IsHighSurrogate(char16_t unit) noexcept {
+    return (unit & 0xFC00) == 0xD800;
+}
+constexpr bool IsLowSurrogate(char16_t unit) noexcept {
+    return (unit & 0xFC00) == 0xDC00;
+}
+constexpr bool IsSurrogate(char32_t character) noexcept {
+    return (character & 0xFFFF'F800) == 0xD800;
+}
 
 /// What a first byte announces: how many bytes follow it, and the range of the first of them, which keeps out overlong
 /// forms, surrogates and what lies beyond U+10FFFF (The Unicode Standard, table 3-7).

@@ -29,7 +29,14 @@ constexpr bool IsPlain(VARTYPE type) noexcept {
            (type >= VT_I1 && type <= VT_UINT);
 }
 
-bool SameDouble(double left, double right) noexcept { return left == right || (left != left && right != right); }
+/// A copy of a text by its length in bytes, which need not be even; null where there is no memory.
+BSTR CopyText(BSTR text) noexcept {
+    return SysAllocStringByteLen(reinterpret_cast<const char*>(text), SysStringByteLen(text));
+}
+
+bool SameDouble(double left, double right) noexcept {
+    return left == right || (left != left && right != right);
+}
 
 bool SameObject(IUnknown* left, IUnknown* right) noexcept {
     if (left == right || !left || !right) return left == right;
@@ -134,6 +141,13 @@ HRESULT Variant::Assign(const VARIANT& source) noexcept {
 
 HRESULT Variant::CopyTo(VARIANT* target) const noexcept {
     target->vt = VT_EMPTY;
+    if (value_.vt == VT_BSTR) {  // the common case, without what the platform's copy does around it
+        BSTR copy = CopyText(value_.bstrVal);
+        if (!copy) return E_OUTOFMEMORY;
+        target->bstrVal = copy;
+        target->vt = VT_BSTR;
+        return S_OK;
+    }
     if (!IsPlain(value_.vt)) return VariantCopy(target, const_cast<VARIANT*>(&value_));
     *target = value_;
     return S_OK;
@@ -145,6 +159,8 @@ const VARIANT* Referred(const VARIANT& value) noexcept {
     return referred && referred->vt != (VT_BYREF | VT_VARIANT) ? referred : nullptr;
 }
 
-bool SameValue(const VARIANT& left, const VARIANT& right) noexcept { return SameWithin(left, right, maxNesting + 1); }
+bool SameValue(const VARIANT& left, const VARIANT& right) noexcept {
+    return SameWithin(left, right, maxNesting + 1);
+}
 
 }  // namespace kv

@@ -18,7 +18,7 @@ class ClassIndex {
     /// An index for so many entries; twice as many buckets, a power of two, 16 at least.
     /// @throw std::bad_alloc
     explicit ClassIndex(std::size_t entries)
-        : buckets_(std::bit_ceil(std::max(leastBuckets, entries * bucketsPerEntry))) {}
+        : buckets_(std::bit_ceil(std::max(leastBuckets, entries * bucketsPerEntry))), mask_(buckets_.size() - 1) {}
 
     /// Adds an entry; there are always more buckets than entries.
     void Insert(const Entry& entry) noexcept {
@@ -45,12 +45,11 @@ class ClassIndex {
     static constexpr std::size_t leastBuckets = 16;
     static constexpr std::size_t bucketsPerEntry = 2;
 
-    std::size_t HomeOf(const kv::IdBits& id) const noexcept {
-        return static_cast<std::uint32_t>(id.first) & (buckets_.size() - 1);
-    }
-    std::size_t Next(std::size_t bucket) const noexcept { return (bucket + 1) & (buckets_.size() - 1); }
+    std::size_t HomeOf(const kv::IdBits& id) const noexcept { return static_cast<std::uint32_t>(id.first) & mask_; }
+    std::size_t Next(std::size_t bucket) const noexcept { return (bucket + 1) & mask_; }
 
     std::vector<const Entry*> buckets_;
+    std::size_t mask_;
 };
 
 /// What is looked up in a class table: its entries by class identifier, and its singletons in table order. A table of
@@ -72,7 +71,8 @@ class ClassDirectory {
         }
     }
 
-    /// The creatable entry with the identifier, the first of several in a table that is scanned; null where there is none.
+    /// The creatable entry with the identifier, the first of several in a table that is scanned; null where there is
+    /// none.
     const Entry* Find(const kv::IdBits& id) const noexcept {
         if (usesIndex_) return index_.Find(id);
         for (const Entry* entry = table_; !entry->IsEnd(); ++entry)

@@ -74,7 +74,9 @@ STDMETHODIMP PlainFactory::CreateInstance(IUnknown* outer, REFIID iid, void** ob
     return CaughtStatus();
 }
 
-SingletonFactory::~SingletonFactory() { SingletonFactory::ReleaseInstance(); }
+SingletonFactory::~SingletonFactory() {
+    SingletonFactory::ReleaseInstance();
+}
 
 STDMETHODIMP SingletonFactory::QueryInterface(REFIID iid, void** object) noexcept {
     if (!object || kv::IsNull(&iid) || kv::BitsOf(iid) != idOf<ISingletonRelease>)

@@ -18,9 +18,9 @@ inline constexpr std::u16string_view progIdPrefix = u"movaSystem.";
 
 /// One row of the class table.
 struct ClassEntry {
-    const CLSID* classId = nullptr;   ///< null behind the last row
-    const char16_t* name = nullptr;   ///< bare, such as "PropertySet"; of a category its description
-    ClassFactory* factory = nullptr;  ///< lives as long as the module; null for a category
+    const CLSID* classId = nullptr;            ///< null behind the last row
+    const char16_t* name = nullptr;            ///< bare, such as "PropertySet"; of a category its description
+    ClassFactory* factory = nullptr;           ///< lives as long as the module; null for a category
     std::array<const CATID*, 5> categories{};  ///< those that the class implements; of a category the one it defines
     DWORD singleton = 0;                       ///< not 0: one object a thread
     const CLSID* errorLookup = nullptr;        ///< the class that turns its error records into text, if there is one

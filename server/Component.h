@@ -8,11 +8,8 @@
 
 namespace mova {
 
-/// The compile-time bits of an interface's identifier.
-template <class Interface>
-inline constexpr kv::IdBits idOf = kv::BitsOf(__uuidof(Interface));
-
-/// In a component's list of interfaces: an interface that extends earlier generations of itself, which are answered too.
+/// In a component's list of interfaces: an interface that extends earlier generations of itself, which are answered
+/// too.
 template <class Newest, class... Earlier>
 struct Generations {};
 
@@ -23,12 +20,16 @@ template <class Item>
 struct Offer {
     using Base = Item;
     static constexpr std::array<kv::IdBits, 1> Ids() noexcept { return {idOf<Item>}; }
+    static constexpr bool Has(const kv::IdBits& id) noexcept { return id == idOf<Item>; }
 };
 template <class Newest, class... Earlier>
 struct Offer<Generations<Newest, Earlier...>> {
     using Base = Newest;
     static constexpr std::array<kv::IdBits, 1 + sizeof...(Earlier)> Ids() noexcept {
         return {idOf<Newest>, idOf<Earlier>...};
+    }
+    static constexpr bool Has(const kv::IdBits& id) noexcept {
+        return id == idOf<Newest> || ((id == idOf<Earlier>) || ...);
     }
 };
 
@@ -46,24 +47,13 @@ class Component : public Unknown, public detail::Offer<Items>::Base... {
     }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept final {
-        if (IsAggregated()) return Outer()->QueryInterface(iid, object);
-        if (!object) return E_POINTER;
-        if (kv::IsNull(&iid)) {
-            *object = nullptr;
-            return E_INVALIDARG;
-        }
-        const kv::IdBits id = kv::BitsOf(iid);
-        void* const found = Find(id);
-        if (!found) return QueryFrame(id, object);
-        NonDelegatingAddRef();
-        *object = found;
-        return S_OK;
+        return Outer() ? Outer()->QueryInterface(iid, object) : Query(iid, object);
     }
-    STDMETHODIMP_(ULONG) AddRef() noexcept final {
-        return IsAggregated() ? Outer()->AddRef() : NonDelegatingAddRef();
-    }
-    STDMETHODIMP_(ULONG) Release() noexcept final {
-        return IsAggregated() ? Outer()->Release() : NonDelegatingRelease();
+    STDMETHODIMP_(ULONG) AddRef() noexcept final { return AddReference(); }
+    STDMETHODIMP_(ULONG) Release() noexcept final { return ReleaseReference(); }
+
+    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void** object) noexcept final {
+        return Query(iid, object);
     }
 
     const CLSID& ClassId() const noexcept final { return classId; }
@@ -73,8 +63,6 @@ class Component : public Unknown, public detail::Offer<Items>::Base... {
     ~Component() override {
         if constexpr (keepsCensus) CountObject(classId, ReportedName(), -1);
     }
-
-    void* FindInterface(const kv::IdBits& id) noexcept final { return Find(id); }
 
     /// A new object of the class, with one reference that the caller owns. @throw std::bad_alloc
     static Self* Make() { return new Self(nullptr); }
@@ -94,19 +82,24 @@ class Component : public Unknown, public detail::Offer<Items>::Base... {
         return nullptr;
     }
 
-    template <class Item>
-    bool FindIn(const kv::IdBits& id, void*& found) noexcept {
-        for (const kv::IdBits& offered : detail::Offer<Item>::Ids()) {
-            if (offered == id) {
-                found = static_cast<typename detail::Offer<Item>::Base*>(this);
-                return true;
-            }
-        }
-        return false;
+    HRESULT Query(REFIID iid, void** object) noexcept {
+        if (!object) return E_POINTER;
+        *object = nullptr;
+        if (kv::IsNull(&iid)) return E_INVALIDARG;
+        const kv::IdBits id = kv::BitsOf(iid);
+        void* const found = Find(id);
+        if (!found) return QueryFrame(id.first, id.second, object);
+        AddReference();
+        *object = found;
+        return S_OK;
     }
+
+    /// The interface of the class with that identifier, uncounted; null where it has none.
     void* Find(const kv::IdBits& id) noexcept {
         void* found = nullptr;
-        (void)(FindIn<Items>(id, found) || ...);
+        (void)((detail::Offer<Items>::Has(id) &&
+                (found = static_cast<typename detail::Offer<Items>::Base*>(this), true)) ||
+               ...);
         return found;
     }
 

@@ -1,7 +1,7 @@
 // The six entry points of the module.
-#include "server/Module.h"
 #include "server/ClassFactory.h"
 #include "server/Component.h"
+#include "server/Module.h"
 #include "server/Registration.h"
 #include "server/TypeLibrary.h"
 
@@ -41,5 +41,9 @@ STDAPI DllUnregisterServer() try {
     return CaughtStatus();
 }
 
-STDAPI movaDllRegisterServer() { return DllRegisterServer(); }
-STDAPI movaDllUnregisterServer() { return DllUnregisterServer(); }
+STDAPI movaDllRegisterServer() {
+    return DllRegisterServer();
+}
+STDAPI movaDllUnregisterServer() {
+    return DllUnregisterServer();
+}

@@ -12,7 +12,6 @@
 namespace mova {
 namespace {
 
-
 /// The lookup service that a class has registered for its error records; the empty identifier for none.
 CLSID LookupServiceOf(const CLSID& classId) {
     const std::u16string path = u"CLSID\\" + kv::GuidText(classId) + u"\\ExtendedErrors";
@@ -68,7 +67,8 @@ STDMETHODIMP MOVAExtendedErrorInfo::AddErrorRecord(ERRORINFO* basic, DWORD looku
     if (parameters) {
         record.arguments.resize(parameters->cArgs);
         for (UINT i = 0; i < parameters->cArgs; ++i)
-            if (HRESULT status = record.arguments[i].Assign(parameters->rgvarg[i]); FAILED(status)) return Refuse(status);
+            if (HRESULT status = record.arguments[i].Assign(parameters->rgvarg[i]); FAILED(status))
+                return Refuse(status);
         record.argumentNames.assign(parameters->rgdispidNamedArgs,
                                     parameters->rgdispidNamedArgs + parameters->cNamedArgs);
     }

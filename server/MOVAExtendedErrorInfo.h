@@ -2,7 +2,6 @@
 
 #include <movaSystem.h>
 
-#include <deque>
 #include <vector>
 
 #include "kvcore/ErrorRecords.h"
@@ -62,7 +61,7 @@ class MOVAExtendedErrorInfo final
     /// @return E_FAIL where the lookup service fails. @throw std::bad_alloc
     static HRESULT LookUp(const Record& record, LCID locale, Text& text);
 
-    std::deque<Record> records_;
+    std::vector<Record> records_;
     kv::Ptr<ICreateErrorInfo> writer_;  ///< the inner object, through both its interfaces
     kv::Ptr<IErrorInfo> inner_;
 };

@@ -33,7 +33,9 @@ const ClassDirectory<ClassEntry>& Directory() {
 
 }  // namespace
 
-HMODULE ThisModule() noexcept { return reinterpret_cast<HMODULE>(&__ImageBase); }
+HMODULE ThisModule() noexcept {
+    return reinterpret_cast<HMODULE>(&__ImageBase);
+}
 
 std::u16string ModulePath() {
     std::u16string path(MAX_PATH, u'\0');
@@ -47,7 +49,9 @@ std::u16string ModulePath() {
     }
 }
 
-const ClassEntry* FindClass(const kv::IdBits& classId) { return Directory().Find(classId); }
+const ClassEntry* FindClass(const kv::IdBits& classId) {
+    return Directory().Find(classId);
+}
 
 void ReleaseThreadSingletons() {
     for (const ClassEntry* entry : Directory().Singletons())

@@ -12,8 +12,7 @@ class Unknown;
 /// @param text the description; null or empty for none. Without a description, or with one from the table of less
 ///     than two characters, the thread is left without error information, so that no stale text explains this failure.
 /// @return the status, unchanged.
-HRESULT ReportError(const Unknown& reporter, HRESULT status, UINT messageId, const char16_t* text,
-                    REFIID iid) noexcept;
+HRESULT ReportError(const Unknown& reporter, HRESULT status, UINT messageId, const char16_t* text, REFIID iid) noexcept;
 
 /// Refuses without a text: the thread is left without error information. @return the status, unchanged.
 HRESULT Refuse(HRESULT status) noexcept;

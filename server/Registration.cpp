@@ -82,16 +82,16 @@ class Categories {
  public:
     HRESULT Define(const CATID& category, const char16_t* description) {
         CATEGORYINFO info{.catid = category, .lcid = LOCALE_USER_DEFAULT, .szDescription = {}};
-        std::copy_n(description, std::min(std::size(info.szDescription) - 1, std::char_traits<char16_t>::length(description)),
+        std::copy_n(description,
+                    std::min(std::size(info.szDescription) - 1, std::char_traits<char16_t>::length(description)),
                     info.szDescription);
         return Manager() ? manager_->RegisterCategories(1, &info) : E_FAIL;
     }
     HRESULT Undefine(CATID category) { return Manager() ? manager_->UnRegisterCategories(1, &category) : E_FAIL; }
 
     bool Join(const ClassEntry& entry) {
-        return ForEach(entry, [&](CATID category) {
-            return manager_->RegisterClassImplCategories(*entry.classId, 1, &category);
-        });
+        return ForEach(
+            entry, [&](CATID category) { return manager_->RegisterClassImplCategories(*entry.classId, 1, &category); });
     }
     bool Leave(const ClassEntry& entry) {
         return ForEach(entry, [&](CATID category) {
@@ -107,8 +107,7 @@ class Categories {
         });
     }
     bool Manager() {
-        if (!manager_ && FAILED(kv::Create(CLSID_StdComponentCategoriesMgr, manager_, kv::anyServer))) return false;
-        return true;
+        return manager_ || SUCCEEDED(kv::Create(CLSID_StdComponentCategoriesMgr, manager_, kv::anyServer));
     }
 
     kv::Ptr<ICatRegister> manager_;
@@ -150,8 +149,8 @@ HRESULT RegisterClasses(const ClassEntry* table, const std::u16string& modulePat
 HRESULT UnregisterClasses(const ClassEntry* table) {
     Categories categories;
     for (const ClassEntry* entry = table; !entry->IsEnd(); ++entry) {
-        const HRESULT status = entry->IsCategory() ? categories.Undefine(*entry->categories.front())
-                                                   : UnregisterClass(*entry, categories);
+        const HRESULT status =
+            entry->IsCategory() ? categories.Undefine(*entry->categories.front()) : UnregisterClass(*entry, categories);
         if (FAILED(status)) return status;
     }
     return S_OK;
@@ -169,10 +168,12 @@ HRESULT RegisterTypeLibrary(const std::u16string& modulePath) noexcept {
 HRESULT UnregisterTypeLibrary() noexcept {
     const auto isRegistered = [] {
         kv::BString path;
-        return SUCCEEDED(QueryPathOfRegTypeLib(LIBID_movaSystem, libraryMajor, libraryMinor, LOCALE_NEUTRAL, path.Put()));
+        return SUCCEEDED(
+            QueryPathOfRegTypeLib(LIBID_movaSystem, libraryMajor, libraryMinor, LOCALE_NEUTRAL, path.Put()));
     };
     if (isRegistered()) UnRegisterTypeLib(LIBID_movaSystem, libraryMajor, libraryMinor, LOCALE_NEUTRAL, SYS_WIN64);
-    if (isRegistered()) UnRegisterTypeLibForUser(LIBID_movaSystem, libraryMajor, libraryMinor, LOCALE_NEUTRAL, SYS_WIN64);
+    if (isRegistered())
+        UnRegisterTypeLibForUser(LIBID_movaSystem, libraryMajor, libraryMinor, LOCALE_NEUTRAL, SYS_WIN64);
     return isRegistered() ? SELFREG_E_TYPELIB : S_OK;
 }
 

@@ -7,14 +7,15 @@
 
 namespace mova {
 
-/// Registers every row up to the first failure, each class after removing what an earlier registration of it left. A key
-/// that the machine's classes refuse is created under the user's classes instead.
+/// Registers every row up to the first failure, each class after removing what an earlier registration of it left. A
+/// key that the machine's classes refuse is created under the user's classes instead.
 /// @param modulePath what serves the classes.
 /// @return E_FAIL where a key or a category cannot be registered. @throw std::bad_alloc
 HRESULT RegisterClasses(const ClassEntry* table, const std::u16string& modulePath);
 
 /// Removes what registration wrote, row by row up to the first failure; what is not registered is no failure.
-/// @return E_FAIL where a class cannot be taken out of a category, SELFREG_E_CLASS where its keys cannot be deleted, for a
+/// @return E_FAIL where a class cannot be taken out of a category, SELFREG_E_CLASS where its keys cannot be deleted,
+/// for a
 ///     category what the manager says. @throw std::bad_alloc
 HRESULT UnregisterClasses(const ClassEntry* table);
 

@@ -25,7 +25,7 @@ void OfferToScripts(VARIANT& value) noexcept {
 
 }  // namespace
 
-TearOff::TearOff(Unknown& owner) : owner_(owner) {
+TearOff::TearOff(Unknown& owner) : owner_(owner), reportsErrors_(owner.ReportsErrors()) {
     if (const AutomationType automation = FindAutomationType(owner.Interfaces()); automation.row) {
         type_ = automation.info;
         target_ = automation.row->pointer(&owner);
@@ -39,22 +39,15 @@ TearOff::~TearOff() {
     --lockCount;
 }
 
-bool TearOff::Knows(const kv::IdBits& id) noexcept {
-    return id == idOf<ISupportErrorInfo> || id == idOf<IDispatch> || id == idOf<IClassID>;
-}
-
-void* TearOff::Find(const kv::IdBits& id) noexcept {
-    if (id == idOf<ISupportErrorInfo>) return owner_.ReportsErrors() ? static_cast<ISupportErrorInfo*>(this) : nullptr;
-    if (id == idOf<IClassID>) return static_cast<IClassID*>(this);
-    if (id == idOf<IDispatch>) return type_ ? static_cast<IDispatch*>(this) : nullptr;
-    return nullptr;
-}
-
 STDMETHODIMP TearOff::QueryInterface(REFIID iid, void** object) noexcept {
     return owner_.Controlling()->QueryInterface(iid, object);
 }
-STDMETHODIMP_(ULONG) TearOff::AddRef() noexcept { return owner_.Controlling()->AddRef(); }
-STDMETHODIMP_(ULONG) TearOff::Release() noexcept { return owner_.Controlling()->Release(); }
+STDMETHODIMP_(ULONG) TearOff::AddRef() noexcept {
+    return owner_.AddReference();
+}
+STDMETHODIMP_(ULONG) TearOff::Release() noexcept {
+    return owner_.ReleaseReference();
+}
 
 STDMETHODIMP TearOff::InterfaceSupportsErrorInfo(REFIID iid) noexcept {
     if (kv::IsNull(&iid)) return E_INVALIDARG;
@@ -98,7 +91,11 @@ STDMETHODIMP TearOff::Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS
     return status;
 }
 
-void* TearOff::operator new(std::size_t size) { return Unknown::operator new(size); }
-void TearOff::operator delete(void* block, std::size_t size) noexcept { Unknown::operator delete(block, size); }
+void* TearOff::operator new(std::size_t size) {
+    return Unknown::operator new(size);
+}
+void TearOff::operator delete(void* block, std::size_t size) noexcept {
+    Unknown::operator delete(block, size);
+}
 
 }  // namespace mova

@@ -7,8 +7,8 @@
 namespace mova {
 
 /// The interfaces that every object answers through the frame, in an object of their own that is made when the first of
-/// them is asked for. A reference to it is a reference to its owner, which keeps it until both are destroyed: handing it
-/// out again costs no more than handing out an interface of the class.
+/// them is asked for. A reference to it is a reference to its owner, which keeps it until both are destroyed: handing
+/// it out again costs no more than handing out an interface of the class.
 class TearOff final : public ISupportErrorInfo, public IClassID, public IDispatch {
  public:
     explicit TearOff(Unknown& owner);
@@ -17,9 +17,15 @@ class TearOff final : public ISupportErrorInfo, public IClassID, public IDispatc
     TearOff& operator=(const TearOff&) = delete;
 
     /// Whether the identifier is one of an interface that a tear-off may answer.
-    static bool Knows(const kv::IdBits& id) noexcept;
-    /// The interface, uncounted; null where the owner's class does not offer it.
-    void* Find(const kv::IdBits& id) noexcept;
+    static bool Knows(const kv::IdBits& id) noexcept {
+        return id == idOf<ISupportErrorInfo> || id == idOf<IClassID> || id == idOf<IDispatch>;
+    }
+    /// The interface, uncounted; null where it is none of those, or the owner's class does not offer it.
+    void* Find(const kv::IdBits& id) noexcept {
+        if (id == idOf<ISupportErrorInfo>) return reportsErrors_ ? static_cast<ISupportErrorInfo*>(this) : nullptr;
+        if (id == idOf<IDispatch>) return type_ ? static_cast<IDispatch*>(this) : nullptr;
+        return id == idOf<IClassID> ? static_cast<IClassID*>(this) : nullptr;
+    }
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override;
     STDMETHODIMP_(ULONG) AddRef() noexcept override;
@@ -41,6 +47,7 @@ class TearOff final : public ISupportErrorInfo, public IClassID, public IDispatc
 
  private:
     Unknown& owner_;
+    const bool reportsErrors_;
     kv::Ptr<ITypeInfo> type_;
     void* target_ = nullptr;  ///< the interface that type_ describes, in the owner
 };

@@ -8,8 +8,8 @@
 
 namespace mova {
 
-/// A hash map from thread identifier to a small copyable value. Identifiers are handed out in small steps, so their lowest four bits
-/// are left out of the bucket's number; chains are kept in ascending order of what remains.
+/// A hash map from thread identifier to a small copyable value. Identifiers are handed out in small steps, so their
+/// lowest four bits are left out of the bucket's number; chains are kept in ascending order of what remains.
 template <class Value>
 class ThreadMap {
  public:

@@ -7,8 +7,8 @@
 
 namespace mova {
 
-/// The type information of the first interface that the module's type library describes as fit for automation, and which
-/// one it is; empty where there is none.
+/// The type information of the first interface that the module's type library describes as fit for automation, and
+/// which one it is; empty where there is none.
 struct AutomationType {
     kv::Ptr<ITypeInfo> info;
     const InterfaceRow* row = nullptr;

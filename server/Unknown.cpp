@@ -11,44 +11,31 @@
 
 namespace mova {
 
-Unknown::Unknown(IUnknown* outer) noexcept : outer_(outer) { ++lockCount; }
+Unknown::Unknown(IUnknown* outer) noexcept : outer_(outer) {
+    ++lockCount;
+}
 
 Unknown::~Unknown() {
     delete tearOff_.load(std::memory_order_relaxed);
     --lockCount;
 }
 
-HRESULT STDMETHODCALLTYPE Unknown::NonDelegatingQueryInterface(REFIID iid, void** object) noexcept {
-    if (!object) return E_POINTER;
-    *object = nullptr;
-    if (kv::IsNull(&iid)) return E_INVALIDARG;
-    const kv::IdBits id = kv::BitsOf(iid);
-    void* const found = FindInterface(id);
-    if (!found) return QueryFrame(id, object);
-    Controlling()->AddRef();
-    *object = found;
-    return S_OK;
-}
-
-ULONG STDMETHODCALLTYPE Unknown::NonDelegatingRelease() noexcept {
-    const ULONG left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
-    if (left == 0) delete this;
-    return left;
-}
-
-HRESULT Unknown::QueryFrame(const kv::IdBits& id, void** object) noexcept {
-    *object = nullptr;
+HRESULT Unknown::QueryFrame(std::uint64_t idFirst, std::uint64_t idSecond, void** object) noexcept {
+    const kv::IdBits id{idFirst, idSecond};
     if (id == idOf<IUnknown>) {
         NonDelegatingAddRef();
         *object = Own();
         return S_OK;
     }
-    if (!TearOff::Knows(id)) return E_NOINTERFACE;
-    TearOff* const tearOff = DemandTearOff();
-    if (!tearOff) return E_OUTOFMEMORY;
+    TearOff* tearOff = tearOff_.load(std::memory_order_acquire);
+    if (!tearOff) {
+        if (!TearOff::Knows(id)) return E_NOINTERFACE;
+        tearOff = MakeTearOff();
+        if (!tearOff) return E_OUTOFMEMORY;
+    }
     void* const found = tearOff->Find(id);
     if (!found) return E_NOINTERFACE;
-    Controlling()->AddRef();
+    AddReference();
     *object = found;
     return S_OK;
 }
@@ -64,12 +51,11 @@ void Unknown::ErrorSource(HRESULT, UINT, const char16_t*, std::span<char16_t, 12
     if (entry) append(entry->name);
 }
 
-TearOff* Unknown::DemandTearOff() noexcept try {
-    TearOff* tearOff = tearOff_.load(std::memory_order_acquire);
-    if (tearOff) return tearOff;
+TearOff* Unknown::MakeTearOff() noexcept try {
     auto made = std::make_unique<TearOff>(*this);
+    TearOff* other = nullptr;
     // Two callers at once: the one that comes second uses what the first one made.
-    return tearOff_.compare_exchange_strong(tearOff, made.get(), std::memory_order_acq_rel) ? made.release() : tearOff;
+    return tearOff_.compare_exchange_strong(other, made.get(), std::memory_order_acq_rel) ? made.release() : other;
 } catch (...) {
     return nullptr;
 }
@@ -80,6 +66,8 @@ void* Unknown::operator new(std::size_t size) {
     return block;
 }
 
-void Unknown::operator delete(void* block, std::size_t size) noexcept { kv::GiveBlock(block, size); }
+void Unknown::operator delete(void* block, std::size_t size) noexcept {
+    kv::GiveBlock(block, size);
+}
 
 }  // namespace mova

@@ -8,8 +8,11 @@
 
 namespace mova {
 
-struct ClassEntry;
 class TearOff;
+
+/// The compile-time bits of an interface's identifier.
+template <class Interface>
+inline constexpr kv::IdBits idOf = kv::BitsOf(__uuidof(Interface));
 
 /// The slots of IUnknown under names of their own, so that one object can have both an IUnknown that delegates to an
 /// aggregating object and one that does not. A pointer to it is a pointer to an IUnknown.
@@ -35,16 +38,22 @@ class Unknown : public INonDelegatingUnknown {
     Unknown(const Unknown&) = delete;
     Unknown& operator=(const Unknown&) = delete;
 
-    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void** object) noexcept final;
     ULONG STDMETHODCALLTYPE NonDelegatingAddRef() noexcept final {
         return references_.fetch_add(1, std::memory_order_relaxed) + 1;
     }
-    ULONG STDMETHODCALLTYPE NonDelegatingRelease() noexcept final;
+    ULONG STDMETHODCALLTYPE NonDelegatingRelease() noexcept final {
+        const ULONG left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
+        if (left == 0) delete this;
+        return left;
+    }
 
     /// The IUnknown of the object itself, its identity unless it is aggregated.
     IUnknown* Own() noexcept { return reinterpret_cast<IUnknown*>(static_cast<INonDelegatingUnknown*>(this)); }
     /// The IUnknown that stands for the object: the aggregating object's, else its own.
     IUnknown* Controlling() noexcept { return outer_ ? outer_ : Own(); }
+    /// Counts a reference to an interface of the object, where such references are counted.
+    ULONG AddReference() noexcept { return outer_ ? outer_->AddRef() : NonDelegatingAddRef(); }
+    ULONG ReleaseReference() noexcept { return outer_ ? outer_->Release() : NonDelegatingRelease(); }
 
     virtual const CLSID& ClassId() const noexcept = 0;
     /// The interfaces of the class, its main one first.
@@ -66,16 +75,15 @@ class Unknown : public INonDelegatingUnknown {
     explicit Unknown(IUnknown* outer) noexcept;
     virtual ~Unknown();
 
-    bool IsAggregated() const noexcept { return outer_ != nullptr; }
+    /// The aggregating object; null where there is none.
     IUnknown* Outer() const noexcept { return outer_; }
-    /// The interface of the class with that identifier, uncounted; null where it has none.
-    virtual void* FindInterface(const kv::IdBits& id) noexcept = 0;
 
-    /// The rest of a query, for what is not an interface of the class.
-    HRESULT QueryFrame(const kv::IdBits& id, void** object) noexcept;
+    /// The rest of a query, for what is not an interface of the class: IUnknown and the tear-off's interfaces. The
+    /// halves of the identifier come one by one because so they travel in registers. @param object is null already
+    HRESULT QueryFrame(std::uint64_t idFirst, std::uint64_t idSecond, void** object) noexcept;
 
  private:
-    TearOff* DemandTearOff() noexcept;
+    TearOff* MakeTearOff() noexcept;
 
     std::atomic<ULONG> references_{1};
     IUnknown* const outer_;

@@ -2,8 +2,8 @@
 #include <atomic>
 #include <vector>
 
-#include "server/ClassTable.h"
 #include "kvcore/ErrorRecords.h"
+#include "server/ClassTable.h"
 #include "tests/windows/Support.h"
 
 namespace mova::test {

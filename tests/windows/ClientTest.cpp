@@ -13,29 +13,36 @@ ProcessResult Mova(const std::u16string& arguments, std::string_view input = {})
 }  // namespace
 
 TEST(Client, ReadsAndPrintsPropertySets) {
-    const auto run = Mova(u"propset -",
-                          "\xEF\xBB\xBF"
-                          "Name=str:a\"b\\c\x01\xC3\xA4=:\r\n\r\nB=bool:true\nI2=i2:-32768\nI4=i4:7\nI8=i8:-9223372036854775808\n"
-                          "R4=r4:0.1\nR8=r8:1e300\nNaN=r8:nan\nInf=r8:-inf\nD=date:45000.75\nE=empty:\nN=null:\n=str:\n"
-                          "Gone=i4:1\n-gONE\n-never\nname=str:\xF0\x9F\x97\xBA\n");
+    const auto run =
+        Mova(u"propset -",
+             "\xEF\xBB\xBF"
+             "Name=str:a\"b\\c\x01\xC3\xA4=:\r\n\r\nB=bool:true\nI2=i2:-32768\nI4=i4:7\nI8=i8:-9223372036854775808\n"
+             "R4=r4:0.1\nR8=r8:1e300\nNaN=r8:nan\nInf=r8:-inf\nD=date:45000.75\nE=empty:\nN=null:\n=str:\n"
+             "Gone=i4:1\n-gONE\n-never\nname=str:\xF0\x9F\x97\xBA\n");
     EXPECT_EQ(run.output,
               "Name\t8\t\"\xF0\x9F\x97\xBA\"\nB\t11\ttrue\nI2\t2\t-32768\nI4\t3\t7\nI8\t20\t-9223372036854775808\n"
               "R4\t4\t0.1\nR8\t5\t1e+300\nNaN\t5\tnan\nInf\t5\t-inf\nD\t7\t45000.75\nE\t0\t\nN\t1\t\n\t8\t\"\"\n");
     EXPECT_EQ(run.status, 0u);
-    EXPECT_EQ(Mova(u"propset --copy -", "A=str:a\"b\\c\x01\xC3\xA4\x7F=:\n").output, "A\t8\t\"a\\\"b\\\\c\\u0001\xC3\xA4\x7F=:\"\n");
+    EXPECT_EQ(Mova(u"propset --copy -", "A=str:a\"b\\c\x01\xC3\xA4\x7F=:\n").output,
+              "A\t8\t\"a\\\"b\\\\c\\u0001\xC3\xA4\x7F=:\"\n");
 }
 
 TEST(Client, TellsWrongUsageFromRefusal) {
-    const struct { const char16_t* arguments; const char* input; const char* output; DWORD status; } rows[] = {
-        {u"nonsense", "", "mova: there is no command nonsense; see mova help\n", 2},
-        {u"propset", "", "mova: propset takes a FILE or -\n", 2},
-        {u"propset -", "A=i4:1\nB=i2:32768\n", "mova: -, line 2: not NAME=TYPE:VALUE or -NAME\n", 2},
-        {u"propset nowhere.props", "", "mova: cannot open nowhere.props\n", 2},
-        {u"registered Nonsense", "", "mova: there is no class Nonsense\n", 2},
-        {u"run -", "# a comment\n\n  \npropset \"a \\\"b\\\\ c\"\nregistered\nclasses --other\n\"open\n",
-         "mova: cannot open a \"b\\ c\n# exit 2\nmova: registered takes the NAME of one class\n# exit 2\n"
-         "mova: classes takes --missing or nothing\n# exit 2\nmova: a quotation is not closed\n# exit 2\n", 2},
-        {u"run -", "run -\n", "mova: run cannot be run from a script\n# exit 2\n", 2}};
+    const struct {
+        const char16_t* arguments;
+        const char* input;
+        const char* output;
+        DWORD status;
+    } rows[] = {{u"nonsense", "", "mova: there is no command nonsense; see mova help\n", 2},
+                {u"propset", "", "mova: propset takes a FILE or -\n", 2},
+                {u"propset -", "A=i4:1\nB=i2:32768\n", "mova: -, line 2: not NAME=TYPE:VALUE or -NAME\n", 2},
+                {u"propset nowhere.props", "", "mova: cannot open nowhere.props\n", 2},
+                {u"registered Nonsense", "", "mova: there is no class Nonsense\n", 2},
+                {u"run -", "# a comment\n\n  \npropset \"a \\\"b\\\\ c\"\nregistered\nclasses --other\n\"open\n",
+                 "mova: cannot open a \"b\\ c\n# exit 2\nmova: registered takes the NAME of one class\n# exit 2\n"
+                 "mova: classes takes --missing or nothing\n# exit 2\nmova: a quotation is not closed\n# exit 2\n",
+                 2},
+                {u"run -", "run -\n", "mova: run cannot be run from a script\n# exit 2\n", 2}};
     for (const auto& row : rows) {
         const auto run = Mova(row.arguments, row.input);
         EXPECT_EQ(run.output, row.output);
@@ -45,24 +52,28 @@ TEST(Client, TellsWrongUsageFromRefusal) {
 
 TEST(Client, ListsClassesAndTheirRegistration) {
     const auto classes = Mova(u"classes");
-    EXPECT_TRUE(classes.output.starts_with("PropertySet\t{588E5A11-D09B-11D1-AA7C-00C04FA33A15}\tnew object\tok\n")) << classes.output;
-    EXPECT_NE(classes.output.find("MessageLogger\t{A2E96EFD-D501-433B-941F-83447916B8F6}\tper-thread singleton\tok\n"), std::string::npos);
+    EXPECT_TRUE(classes.output.starts_with("PropertySet\t{588E5A11-D09B-11D1-AA7C-00C04FA33A15}\tnew object\tok\n"))
+        << classes.output;
+    EXPECT_NE(classes.output.find("MessageLogger\t{A2E96EFD-D501-433B-941F-83447916B8F6}\tper-thread singleton\tok\n"),
+              std::string::npos);
     const auto missing = Mova(u"classes --missing");
     const auto lines = [](const std::string& text) { return std::count(text.begin(), text.end(), '\n'); };
     EXPECT_EQ(lines(classes.output) + lines(missing.output), 111);
     const auto registered = Mova(u"registered PropertySetArray").output;
-    EXPECT_TRUE(registered.starts_with("CLSID\\{C94BBD8A-EC33-4921-8EC3-6AD4B33232C3}\t\tPropertySetArray Class\n"
-                                       "CLSID\\{C94BBD8A-EC33-4921-8EC3-6AD4B33232C3}\\InprocServer32\t\t"))
+    EXPECT_TRUE(
+        registered.starts_with("CLSID\\{C94BBD8A-EC33-4921-8EC3-6AD4B33232C3}\t\tPropertySetArray Class\n"
+                               "CLSID\\{C94BBD8A-EC33-4921-8EC3-6AD4B33232C3}\\InprocServer32\t\t"))
         << registered;
     EXPECT_EQ(lines(registered), 11);
 }
 
 TEST(Client, UnregistersAndRegistersTheLibraryBesideIt) {
-    const auto script = Mova(u"run -",
-                             "unregister\nregistered PropertySet\ndemo\nregister\nregistered ObjectStream\nclasses\n");
+    const auto script =
+        Mova(u"run -", "unregister\nregistered PropertySet\ndemo\nregister\nregistered ObjectStream\nclasses\n");
     EXPECT_EQ(script.status, 1u);
     EXPECT_TRUE(script.output.starts_with("# exit 0\n# exit 0\nmovaSystem: a tour of the library\n")) << script.output;
-    EXPECT_NE(script.output.find("mova: (0x800401F3)\n# exit 1\n# exit 0\n# exit 0\nPropertySet\t"), std::string::npos) << script.output;
+    EXPECT_NE(script.output.find("mova: (0x800401F3)\n# exit 1\n# exit 0\n# exit 0\nPropertySet\t"), std::string::npos)
+        << script.output;
 }
 
 TEST(Client, GivesATourThatEndsWithNothingAlive) {
@@ -76,7 +87,8 @@ TEST(Client, GivesATourThatEndsWithNothingAlive) {
 }
 
 TEST(Client, OfTheReadmeWorksAsItStands) {
-    EXPECT_NE(ReadSource("README.md").find("```cpp\n" + ReadSource("samples/first-client.cpp") + "```\n"), std::string::npos);
+    EXPECT_NE(ReadSource("README.md").find("```cpp\n" + ReadSource("samples/first-client.cpp") + "```\n"),
+              std::string::npos);
     const auto run = RunProcess(BinaryFolder() + u"first-client.exe");
     EXPECT_EQ(run.output, "Port is 5151\r\n");
     EXPECT_EQ(run.status, 0u);

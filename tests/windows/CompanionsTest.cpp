@@ -90,7 +90,8 @@ TEST(MessageLogger, KeepsTheLatestMessagesAboveItsThreshold) {
     EXPECT_EQ(log->Log(movaMessageDetail, Bstr(u"s"), Bstr(u"below")), S_FALSE);
     EXPECT_EQ(log->put_Threshold(movaMessageDetail), S_OK);
     EXPECT_EQ(log->put_Capacity(3), S_OK);
-    for (const char16_t* text : {u"1", u"2", u"3", u"4"}) EXPECT_EQ(log->Log(movaMessageDetail, Bstr(u"source"), Bstr(text)), S_OK);
+    for (const char16_t* text : {u"1", u"2", u"3", u"4"})
+        EXPECT_EQ(log->Log(movaMessageDetail, Bstr(u"source"), Bstr(text)), S_OK);
     LONG count = 0;
     EXPECT_EQ(log->get_DroppedCount(&count), S_OK);
     EXPECT_EQ(count, 1);
@@ -110,7 +111,8 @@ TEST(MessageLogger, KeepsTheLatestMessagesAboveItsThreshold) {
     kv::Variant value;
     EXPECT_EQ(New<IPropertySet>(u"PropertySet")->GetProperty(Bstr(u"x"), value.Put()), E_FAIL);
     EXPECT_EQ(log->LogErrorInfo(E_FAIL), S_OK);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySet>("PropertySet", "No property is named \"x\".")) << "it stays on the thread";
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySet>("PropertySet", "No property is named \"x\"."))
+        << "it stays on the thread";
     EXPECT_EQ(log->Read(2, &severity, &time, source.Put(), text.Put()), S_OK);
     EXPECT_EQ(severity, movaMessageError);
     EXPECT_EQ(source.View(), u"movaSystem.PropertySet");
@@ -134,7 +136,8 @@ TEST(MessageLogger, KeepsTheLatestMessagesAboveItsThreshold) {
     EXPECT_EQ(untouched, nullptr);
     EXPECT_EQ(log->Read(0, &severity, &time, source.Put(), nullptr), E_POINTER);
     EXPECT_EQ(log->Read(0, nullptr, &time, source.Put(), text.Put()), E_POINTER);
-    for (const auto get : {&IMessageLogger::get_Count, &IMessageLogger::get_DroppedCount, &IMessageLogger::get_Capacity})
+    for (const auto get :
+         {&IMessageLogger::get_Count, &IMessageLogger::get_DroppedCount, &IMessageLogger::get_Capacity})
         EXPECT_EQ((log.Get()->*get)(nullptr), E_POINTER);
     EXPECT_EQ(log->get_Threshold(nullptr), E_POINTER);
     EXPECT_EQ(log->put_Capacity(1), S_OK);

@@ -28,9 +28,11 @@ std::string FunctionText(ITypeInfo* info, const FUNCDESC& function) {
     kv::BString name;
     UINT count = 0;
     info->GetNames(function.memid, name.Put(), 1, &count);
-    const char* kind = function.invkind == INVOKE_PROPERTYPUT ? "put " : function.invkind == INVOKE_PROPERTYGET ? "get " : "";
-    text << "    slot " << function.oVft / static_cast<SHORT>(sizeof(void*)) << " id " << std::hex << function.memid << std::dec
-         << " " << kind << kv::Utf8(name.View()) << "(";
+    const char* kind = function.invkind == INVOKE_PROPERTYPUT   ? "put "
+                       : function.invkind == INVOKE_PROPERTYGET ? "get "
+                                                                : "";
+    text << "    slot " << function.oVft / static_cast<SHORT>(sizeof(void*)) << " id " << std::hex << function.memid
+         << std::dec << " " << kind << kv::Utf8(name.View()) << "(";
     for (SHORT i = 0; i < function.cParams; ++i) {
         const ELEMDESC& parameter = function.lprgelemdescParam[i];
         const USHORT flags = parameter.paramdesc.wParamFlags;
@@ -53,7 +55,8 @@ std::string Describe(ITypeInfo* info, const TYPEATTR& attributes) {
         info->GetRefTypeOfImplType(i, &reference);
         info->GetImplTypeFlags(i, &flags);
         info->GetRefTypeInfo(reference, implemented.Put());
-        text << "    " << (flags & IMPLTYPEFLAG_FDEFAULT ? "default " : "") << "of " << NameOf(implemented.Get()) << "\n";
+        text << "    " << (flags & IMPLTYPEFLAG_FDEFAULT ? "default " : "") << "of " << NameOf(implemented.Get())
+             << "\n";
     }
     for (UINT i = 0; i < attributes.cVars; ++i) {
         VARDESC* variable = nullptr;
@@ -91,7 +94,8 @@ std::string Contract(std::vector<std::string>& withoutHelp) {
             kv::BString help;
             info->GetFuncDesc(f, &function);
             info->GetDocumentation(function->memid, nullptr, help.Put(), nullptr, nullptr);
-            if (help.View().empty()) withoutHelp.push_back(NameOf(info.Get()) + " " + FunctionText(info.Get(), *function));
+            if (help.View().empty())
+                withoutHelp.push_back(NameOf(info.Get()) + " " + FunctionText(info.Get(), *function));
             info->ReleaseFuncDesc(function);
         }
         info->ReleaseTypeAttr(attributes);

@@ -22,7 +22,7 @@ class Reporter final : public Unknown {
     ~Reporter() override = default;
     const CLSID& ClassId() const noexcept override { return probeClass; }
     std::span<const InterfaceRow> Interfaces() const noexcept override { return {}; }
-    void* FindInterface(const kv::IdBits&) noexcept override { return nullptr; }
+    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID, void**) noexcept override { return E_NOINTERFACE; }
     const char16_t* HelpFile() const noexcept override { return u"help.chm"; }
 };
 
@@ -37,14 +37,16 @@ class Lookup final : public IClassFactory, public IErrorLookup {
     }
     STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
     STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
-    STDMETHODIMP CreateInstance(IUnknown*, REFIID iid, void** object) noexcept override { return QueryInterface(iid, object); }
+    STDMETHODIMP CreateInstance(IUnknown*, REFIID iid, void** object) noexcept override {
+        return QueryInterface(iid, object);
+    }
     STDMETHODIMP LockServer(BOOL) noexcept override { return S_OK; }
     STDMETHODIMP GetErrorDescription(HRESULT status, DWORD lookupId, DISPPARAMS* parameters, LCID, BSTR* source,
                                      BSTR* description) noexcept override {
         if (status == E_ABORT) return E_ABORT;
         *source = SysAllocString(L"probe");
-        const auto text = std::to_wstring(lookupId) + L" with " + std::to_wstring(parameters->rgvarg[0].lVal) + L" as " +
-                          std::to_wstring(parameters->rgdispidNamedArgs[0]);
+        const auto text = std::to_wstring(lookupId) + L" with " + std::to_wstring(parameters->rgvarg[0].lVal) +
+                          L" as " + std::to_wstring(parameters->rgdispidNamedArgs[0]);
         *description = SysAllocString(text.c_str());
         return S_OK;
     }
@@ -60,10 +62,14 @@ class Lookup final : public IClassFactory, public IErrorLookup {
 
 TEST(ReportError, TakesTheTextElseTheTableElseNothing) {
     const Reporter reporter;
-    const struct { UINT messageId; const char16_t* text; const char* description; } rows[] = {
-        {0, u"text", "text"}, {1004, u"text", "text"}, {1004, nullptr, "Equal Interval"}, {1004, u"", "Equal Interval"},
-        {1001, nullptr, "176"}, {0, u"x", "x"},
-        {1002, nullptr, nullptr}, {1005, nullptr, nullptr}, {1010, nullptr, nullptr}, {0, nullptr, nullptr}, {65535, u"", nullptr}};
+    const struct {
+        UINT messageId;
+        const char16_t* text;
+        const char* description;
+    } rows[] = {{0, u"text", "text"},          {1004, u"text", "text"},  {1004, nullptr, "Equal Interval"},
+                {1004, u"", "Equal Interval"}, {1001, nullptr, "176"},   {0, u"x", "x"},
+                {1002, nullptr, nullptr},      {1005, nullptr, nullptr}, {1010, nullptr, nullptr},
+                {0, nullptr, nullptr},         {65535, u"", nullptr}};
     for (const auto& row : rows) {
         ReportError(reporter, E_FAIL, 0, u"earlier", __uuidof(IStorage));
         EXPECT_EQ(ReportError(reporter, E_INVALIDARG, row.messageId, row.text, __uuidof(IClone)), E_INVALIDARG);

@@ -9,13 +9,16 @@ namespace {
 
 using CanUnload = HRESULT STDAPICALLTYPE();
 
-std::u16string ModuleFile() { return BinaryFolder() + u"movaSystem.dll"; }
+std::u16string ModuleFile() {
+    return BinaryFolder() + u"movaSystem.dll";
+}
 
 /// A module's file as the loader would lay it out, without running any of it.
 class Image {
  public:
     explicit Image(const std::u16string& file)
-        : base_(reinterpret_cast<std::byte*>(LoadLibraryExW(kv::Wide(file.c_str()), nullptr, DONT_RESOLVE_DLL_REFERENCES))) {}
+        : base_(reinterpret_cast<std::byte*>(
+              LoadLibraryExW(kv::Wide(file.c_str()), nullptr, DONT_RESOLVE_DLL_REFERENCES))) {}
     ~Image() { FreeLibrary(reinterpret_cast<HMODULE>(base_)); }
     Image(const Image&) = delete;
     Image& operator=(const Image&) = delete;
@@ -54,7 +57,8 @@ Usage Measure() {
     return usage;
 }
 
-/// One life of the library without the component runtime: objects of a plain class and of a singleton, a refusal, unload.
+/// One life of the library without the component runtime: objects of a plain class and of a singleton, a refusal,
+/// unload.
 void UseOnce(const std::u16string& file) {
     const HMODULE module = LoadLibraryW(kv::Wide(file.c_str()));
     ASSERT_TRUE(module);
@@ -72,7 +76,8 @@ void UseOnce(const std::u16string& file) {
         }
     }
     SetErrorInfo(0, nullptr);
-    const auto canUnload = reinterpret_cast<CanUnload*>(reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));
+    const auto canUnload =
+        reinterpret_cast<CanUnload*>(reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));
     EXPECT_EQ(canUnload(), S_OK);
     EXPECT_TRUE(FreeLibrary(module));
 }
@@ -86,11 +91,13 @@ TEST(Module, ExportsSixFunctionsAndImportsFromTheSystemOnly) {
     for (DWORD i = 0; i < exports->NumberOfNames; ++i)
         names.insert(image.At<char>(image.At<DWORD>(exports->AddressOfNames)[i]));
     EXPECT_EQ(exports->NumberOfFunctions, 6u);
-    EXPECT_EQ(names, (std::set<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer",
-                                            "DllUnregisterServer", "movaDllRegisterServer", "movaDllUnregisterServer"}));
+    EXPECT_EQ(names,
+              (std::set<std::string>{"DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer", "DllUnregisterServer",
+                                     "movaDllRegisterServer", "movaDllUnregisterServer"}));
     const std::set<std::string> allowed{"ADVAPI32.dll", "KERNEL32.dll", "OLEAUT32.dll", "USER32.dll",
                                         "msvcrt.dll",   "ntdll.dll",    "ole32.dll"};
-    for (const auto* import = image.Directory<IMAGE_IMPORT_DESCRIPTOR>(IMAGE_DIRECTORY_ENTRY_IMPORT); import->Name; ++import)
+    for (const auto* import = image.Directory<IMAGE_IMPORT_DESCRIPTOR>(IMAGE_DIRECTORY_ENTRY_IMPORT); import->Name;
+         ++import)
         EXPECT_TRUE(allowed.contains(image.At<char>(import->Name))) << image.At<char>(import->Name);
     constexpr WORD flags = IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE | IMAGE_DLLCHARACTERISTICS_NX_COMPAT | 0x20;
     EXPECT_EQ(image.Header().DllCharacteristics & flags, flags) << "0x20 is high-entropy address randomisation";
@@ -116,13 +123,24 @@ TEST(Module, CarriesItsVersionAndItsTexts) {
     int count = 0;
     for (UINT id = 0; id < 3000; ++id) count += !load(id).empty();
     EXPECT_EQ(count, 76);
-    const struct { UINT id; const char* text; } rows[] = {  // the ones that resource compilers get wrong
-        {5, "The request method (GET, POST, etc.) was not allowed for this particular resource."},
-        {27, "Unable to acquire authentication token. Check with your GIS Server administrator to verify\n"
-             "the token service is available and correctly configured."},
-        {1001, "176"}, {1005, "'"}, {1008, "<Null>"}, {1009, "%"}, {1010, ""}, {1012, "\""}, {1027, " = "},
-        {1020, "Operation on file %s failed. Read error."},
-        {2200, "Xml Parsing failed.\nReason:%1\nLinepos:%2!d!\nSource:%3."}, {2210, "%1 (status code %2!d!)."}};
+    const struct {
+        UINT id;
+        const char* text;
+    } rows[] = {// the ones that resource compilers get wrong
+                {5, "The request method (GET, POST, etc.) was not allowed for this particular resource."},
+                {27,
+                 "Unable to acquire authentication token. Check with your GIS Server administrator to verify\n"
+                 "the token service is available and correctly configured."},
+                {1001, "176"},
+                {1005, "'"},
+                {1008, "<Null>"},
+                {1009, "%"},
+                {1010, ""},
+                {1012, "\""},
+                {1027, " = "},
+                {1020, "Operation on file %s failed. Read error."},
+                {2200, "Xml Parsing failed.\nReason:%1\nLinepos:%2!d!\nSource:%3."},
+                {2210, "%1 (status code %2!d!)."}};
     for (const auto& row : rows) EXPECT_EQ(load(row.id), row.text) << row.id;
     FreeLibrary(module);
 }
@@ -170,9 +188,9 @@ TEST(Module, ShortLivedThreadsLeaveNothingBehind) {
 TEST(Module, CountsLocksAndObjects) {
     const auto canUnload = Export<CanUnload>("DllCanUnloadNow");
     kv::Ptr<IClassFactory> factory;
-    ASSERT_EQ(CoGetClassObject(CLSID_PropertySet, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
-                               factory.PutVoid()),
-              S_OK);
+    ASSERT_EQ(
+        CoGetClassObject(CLSID_PropertySet, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory), factory.PutVoid()),
+        S_OK);
     EXPECT_EQ(canUnload(), S_OK) << "a factory holds nothing";
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
     EXPECT_EQ(canUnload(), S_FALSE);
@@ -220,7 +238,8 @@ TEST(Module, EightThreadsLeaveTheCountAtZero) {
             kv::Ptr<IClassFactory> factories[2];
             const CLSID classes[] = {CLSID_PropertySet, CLSID_MessageLogger};
             for (int i = 0; i < 2; ++i)
-                CoGetClassObject(classes[i], CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory), factories[i].PutVoid());
+                CoGetClassObject(classes[i], CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
+                                 factories[i].PutVoid());
             for (int i = 0; i < 40'000; ++i) {
                 kv::Ptr<IUnknown> object;
                 EXPECT_EQ(factories[i & 1]->CreateInstance(nullptr, __uuidof(IUnknown), object.PutVoid()), S_OK);

@@ -9,9 +9,13 @@ namespace mova::test {
 namespace {
 
 /// Names that fill a set up to where it is indexed.
-std::u16string Filler(int i) { return u"filler" + std::u16string(1, static_cast<char16_t>(u'a' + i)); }
+std::u16string Filler(int i) {
+    return u"filler" + std::u16string(1, static_cast<char16_t>(u'a' + i));
+}
 
-kv::Ptr<IPropertySet2> NewSet() { return New<IPropertySet2>(u"PropertySet"); }
+kv::Ptr<IPropertySet2> NewSet() {
+    return New<IPropertySet2>(u"PropertySet");
+}
 
 kv::Ptr<IPropertySet2> NewSet(std::initializer_list<std::u16string_view> names) {
     auto set = NewSet();
@@ -57,8 +61,8 @@ kv::Variant Nested(int levels) {
 /// One value of every type that a VARIANT can hold, arrays with lower bounds and several dimensions among them.
 std::vector<kv::Variant> EveryValue() {
     std::vector<kv::Variant> values;
-    for (const VARTYPE type : {VT_EMPTY, VT_NULL, VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_INT, VT_UINT, VT_ERROR,
-                               VT_I8, VT_UI8, VT_CY, VT_BOOL}) {
+    for (const VARTYPE type : {VT_EMPTY, VT_NULL, VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_INT, VT_UINT,
+                               VT_ERROR, VT_I8, VT_UI8, VT_CY, VT_BOOL}) {
         VARIANT value{};
         value.vt = type;
         value.llVal = type == VT_EMPTY || type == VT_NULL ? 0 : -2;
@@ -96,19 +100,33 @@ std::vector<kv::Variant> EveryValue() {
 
 TEST(PropertySet, MatchesNamesWithoutRegardToCase) {
     const auto set = NewSet();
-    const struct { std::u16string_view stored, asked; bool same; } rows[] = {
-        {u"Name", u"NAME", true}, {u"Name", u"Nam", false}, {u"", u"", true}, {u"[", u"{", false}, {u"@", u"`", false},
-        {u"\u00C4rger", u"\u00E4RGER", true}, {u"\u0416\u0443\u043A", u"\u0436\u0423\u041A", true},
-        {u"i", u"I", true}, {u"i", u"\u0130", false}, {u"\u0131", u"I", false},     // no Turkish rules, whoever the user is
-        {u"s", u"\u017F", false}, {u"k", u"\u212A", false}, {u"\u212A", u"k", false}, {u"\u212Aa", u"\u212AA", true},
-        {u"stra\u00DFe", u"STRASSE", false}, {u"a\x7F", u"A\x7F", true},
-        {std::u16string_view(u"a\0b", 3), std::u16string_view(u"A\0B", 3), true},
-        {std::u16string_view(u"a\0b", 3), std::u16string_view(u"a\0c", 3), false},
-        {std::u16string_view(u"a\0b", 3), u"a", false}};
+    const struct {
+        std::u16string_view stored, asked;
+        bool same;
+    } rows[] = {{u"Name", u"NAME", true},
+                {u"Name", u"Nam", false},
+                {u"", u"", true},
+                {u"[", u"{", false},
+                {u"@", u"`", false},
+                {u"\u00C4rger", u"\u00E4RGER", true},
+                {u"\u0416\u0443\u043A", u"\u0436\u0423\u041A", true},
+                {u"i", u"I", true},
+                {u"i", u"\u0130", false},
+                {u"\u0131", u"I", false},  // no Turkish rules, whoever the user is
+                {u"s", u"\u017F", false},
+                {u"k", u"\u212A", false},
+                {u"\u212A", u"k", false},
+                {u"\u212Aa", u"\u212AA", true},
+                {u"stra\u00DFe", u"STRASSE", false},
+                {u"a\x7F", u"A\x7F", true},
+                {std::u16string_view(u"a\0b", 3), std::u16string_view(u"A\0B", 3), true},
+                {std::u16string_view(u"a\0b", 3), std::u16string_view(u"a\0c", 3), false},
+                {std::u16string_view(u"a\0b", 3), u"a", false}};
     for (const auto& row : rows) {
         set->RemoveAllProperties();
         EXPECT_EQ(set->SetProperty(Bstr(row.stored), Value(1).Get()), S_OK);
-        EXPECT_EQ(Number(set.Get(), row.asked), row.same ? 1 : -1) << kv::Utf8(row.stored) << " " << kv::Utf8(row.asked);
+        EXPECT_EQ(Number(set.Get(), row.asked), row.same ? 1 : -1)
+            << kv::Utf8(row.stored) << " " << kv::Utf8(row.asked);
         for (int i = 0; i < 20; ++i) set->SetProperty(Bstr(Filler(i)), Value(0).Get());
         EXPECT_EQ(Number(set.Get(), row.asked), row.same ? 1 : -1) << "indexed: " << kv::Utf8(row.asked);
     }
@@ -141,9 +159,9 @@ TEST(PropertySet, RemovingMovesTheLastIntoTheGap) {
 TEST(PropertySet, ReadsTheLastOfDuplicatesAndWritesTheFirst) {
     for (const int fillers : {0, 20}) {
         PropertyList list;
-        for (int i = 0; i < fillers; ++i)
-            list.Append(PropertyList::MakeEntry(Filler(i), Value(0)));
-        for (const LONG value : {1, 2, 3}) list.Append(PropertyList::MakeEntry(value == 2 ? u"NAME" : u"Name", Value(value)));
+        for (int i = 0; i < fillers; ++i) list.Append(PropertyList::MakeEntry(Filler(i), Value(0)));
+        for (const LONG value : {1, 2, 3})
+            list.Append(PropertyList::MakeEntry(value == 2 ? u"NAME" : u"Name", Value(value)));
         list.Append(PropertyList::MakeEntry(u"Other", Value(9)));
         EXPECT_EQ(list.FindLast(u"name")->Get().lVal, 3);
         EXPECT_EQ(list.FindFirst(u"name")->Get().lVal, 1);
@@ -201,10 +219,12 @@ TEST(PropertySet, RefusesWhatItCannotKeepAndStaysAsItWas) {
     *references.Elements<VARIANT>() = reference;
     const kv::Variant referencesInside = references.Finish();
     const kv::Variant tooDeep = Nested(kv::maxNesting + 1);
-    for (const VARIANT& value : {ReferenceTo(reference), nullReference, nullVariant, unknownType, referencesInside.Get(), tooDeep.Get()}) {
+    for (const VARIANT& value :
+         {ReferenceTo(reference), nullReference, nullVariant, unknownType, referencesInside.Get(), tooDeep.Get()}) {
         for (const char16_t* name : {u"A", u"B"}) {
             EXPECT_EQ(set->SetProperty(Bstr(name), value), E_INVALIDARG) << value.vt;
-            EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySet>("PropertySet", "The value is of a kind that a property cannot keep."));
+            EXPECT_EQ(TakeErrorInfo(),
+                      Refusal<IPropertySet>("PropertySet", "The value is of a kind that a property cannot keep."));
         }
         EXPECT_EQ(Number(set.Get(), u"A"), 1);
         EXPECT_EQ(Names(set.Get()), "A");
@@ -263,17 +283,21 @@ TEST(PropertySet, RefusesArraysAsAWhole) {
     const kv::Variant numbersInTwoDimensions = Array(VT_I4, {{2, 0}, {1, 0}});
     const kv::Variant one = ArrayOf({1});
     const kv::Variant three = ArrayOf({1, 2, 3});
-    const struct { const VARIANT& names; const VARIANT& values; HRESULT status; const char* text; } rows[] = {
-        {none, two.Get(), E_INVALIDARG, "Names and values must be two arrays."},
-        {names.Get(), none, E_INVALIDARG, "Names and values must be two arrays."},
-        {names.Get(), nullArray.Get(), E_INVALIDARG, "Names and values must be two arrays."},
-        {two.Get(), two.Get(), E_FAIL, "The names must be an array of strings in one dimension."},
-        {mixed.Get(), two.Get(), E_FAIL, "The names must be an array of strings in one dimension."},
-        {twoDimensions.Get(), two.Get(), E_FAIL, "The names must be an array of strings in one dimension."},
-        {names.Get(), numbersInTwoDimensions.Get(), E_FAIL, "One of the values cannot be kept as a property."},
-        {names.Get(), one.Get(), E_FAIL, "There must be as many values as names."},
-        {names.Get(), three.Get(), E_FAIL, "There must be as many values as names."},
-        {names.Get(), badValues.Get(), E_FAIL, "One of the values cannot be kept as a property."}};
+    const struct {
+        const VARIANT& names;
+        const VARIANT& values;
+        HRESULT status;
+        const char* text;
+    } rows[] = {{none, two.Get(), E_INVALIDARG, "Names and values must be two arrays."},
+                {names.Get(), none, E_INVALIDARG, "Names and values must be two arrays."},
+                {names.Get(), nullArray.Get(), E_INVALIDARG, "Names and values must be two arrays."},
+                {two.Get(), two.Get(), E_FAIL, "The names must be an array of strings in one dimension."},
+                {mixed.Get(), two.Get(), E_FAIL, "The names must be an array of strings in one dimension."},
+                {twoDimensions.Get(), two.Get(), E_FAIL, "The names must be an array of strings in one dimension."},
+                {names.Get(), numbersInTwoDimensions.Get(), E_FAIL, "One of the values cannot be kept as a property."},
+                {names.Get(), one.Get(), E_FAIL, "There must be as many values as names."},
+                {names.Get(), three.Get(), E_FAIL, "There must be as many values as names."},
+                {names.Get(), badValues.Get(), E_FAIL, "One of the values cannot be kept as a property."}};
     for (const auto& row : rows) {
         EXPECT_EQ(set->SetProperties(row.names, row.values), row.status) << row.text;
         EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySet>("PropertySet", row.text));
@@ -316,7 +340,8 @@ TEST(PropertySet, RefusesNullsAndPlacesOutside) {
     }
     const std::u16string longName(500, u'x');
     EXPECT_EQ(set->GetProperty(Bstr(longName), &value), E_FAIL);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySet>("PropertySet", "No property is named \"" + std::string(100, 'x') + "...\"."));
+    EXPECT_EQ(TakeErrorInfo(),
+              Refusal<IPropertySet>("PropertySet", "No property is named \"" + std::string(100, 'x') + "...\"."));
     EXPECT_EQ(set->GetProperty(Bstr(u"B"), &value), E_FAIL);
     EXPECT_EQ(set->GetCount(nullptr), E_POINTER);
     EXPECT_EQ(TakeErrorInfo(), "") << "an earlier failure's text must not explain a later one";

@@ -25,14 +25,18 @@ const ClassEntry probeTable[] = {
      .threading = ThreadingModel::both},
     {}};
 
-std::u16string ClassKey() { return u"CLSID\\" + kv::GuidText(probeClass); }
+std::u16string ClassKey() {
+    return u"CLSID\\" + kv::GuidText(probeClass);
+}
 
 std::string Default(const std::u16string& path) {
     const auto key = RegistryKey::Open(HKEY_CLASSES_ROOT, path);
     return key ? kv::Utf8(key.DefaultText()) : "no key";
 }
 
-bool Exists(HKEY root, const std::u16string& path) { return static_cast<bool>(RegistryKey::Open(root, path)); }
+bool Exists(HKEY root, const std::u16string& path) {
+    return static_cast<bool>(RegistryKey::Open(root, path));
+}
 
 bool ImplementsProbeCategory() {
     kv::Ptr<ICatInformation> information;
@@ -83,9 +87,9 @@ class WriteProtection {
 };
 
 void ExpectNothingLeft() {
-    for (const auto& path : {ClassKey(), std::u16string(u"movaSystem.RegistrationProbe"),
-                             std::u16string(u"movaSystem.RegistrationProbe.1"),
-                             u"Component Categories\\" + kv::GuidText(probeCategory)}) {
+    for (const auto& path :
+         {ClassKey(), std::u16string(u"movaSystem.RegistrationProbe"),
+          std::u16string(u"movaSystem.RegistrationProbe.1"), u"Component Categories\\" + kv::GuidText(probeCategory)}) {
         EXPECT_FALSE(Exists(HKEY_CLASSES_ROOT, path)) << kv::Utf8(path);
         EXPECT_FALSE(Exists(HKEY_CURRENT_USER, u"Software\\Classes\\" + path)) << kv::Utf8(path);
     }
@@ -97,18 +101,20 @@ void ExpectNothingLeft() {
 TEST(Registration, WritesEveryKeyAndRemovesThemAll) {
     const std::string guid = "{7E1D5B01-0D4C-4C55-B120-5152770C2201}";
     for (int round = 0; round < 2; ++round) ASSERT_EQ(RegisterClasses(probeTable, u"C:\\probe\\pr\u00F6be.dll"), S_OK);
-    const struct { std::u16string path; std::string text; } rows[] = {
-        {ClassKey(), "RegistrationProbe Class"},
-        {ClassKey() + u"\\InprocServer32", "C:\\probe\\pr\u00F6be.dll"},
-        {ClassKey() + u"\\VersionIndependentProgID", "movaSystem.RegistrationProbe"},
-        {ClassKey() + u"\\ProgID", "movaSystem.RegistrationProbe.1"},
-        {ClassKey() + u"\\TypeLib", "{746C1211-1F7C-4986-8BDA-8B1930EAB931}"},
-        {ClassKey() + u"\\ExtendedErrors\\" + kv::GuidText(probeLookup), "Error Lookup Service"},
-        {u"movaSystem.RegistrationProbe", "RegistrationProbe Class"},
-        {u"movaSystem.RegistrationProbe\\CLSID", guid},
-        {u"movaSystem.RegistrationProbe\\CurVer", "movaSystem.RegistrationProbe.1"},
-        {u"movaSystem.RegistrationProbe.1", "RegistrationProbe Class"},
-        {u"movaSystem.RegistrationProbe.1\\CLSID", guid}};
+    const struct {
+        std::u16string path;
+        std::string text;
+    } rows[] = {{ClassKey(), "RegistrationProbe Class"},
+                {ClassKey() + u"\\InprocServer32", "C:\\probe\\pr\u00F6be.dll"},
+                {ClassKey() + u"\\VersionIndependentProgID", "movaSystem.RegistrationProbe"},
+                {ClassKey() + u"\\ProgID", "movaSystem.RegistrationProbe.1"},
+                {ClassKey() + u"\\TypeLib", "{746C1211-1F7C-4986-8BDA-8B1930EAB931}"},
+                {ClassKey() + u"\\ExtendedErrors\\" + kv::GuidText(probeLookup), "Error Lookup Service"},
+                {u"movaSystem.RegistrationProbe", "RegistrationProbe Class"},
+                {u"movaSystem.RegistrationProbe\\CLSID", guid},
+                {u"movaSystem.RegistrationProbe\\CurVer", "movaSystem.RegistrationProbe.1"},
+                {u"movaSystem.RegistrationProbe.1", "RegistrationProbe Class"},
+                {u"movaSystem.RegistrationProbe.1\\CLSID", guid}};
     for (const auto& row : rows) EXPECT_EQ(Default(row.path), row.text) << kv::Utf8(row.path);
     wchar_t model[20];
     DWORD size = sizeof model;

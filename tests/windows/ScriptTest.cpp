@@ -4,14 +4,16 @@
 namespace mova::test {
 
 TEST(Scripts, UseThePropertySetAndReadRefusals) {
-    const struct { const char16_t* script; const char* output; } rows[] = {
-        {u"propertyset.vbs",
-         "3 gis2.example 5151\r\nServer=gis2.example\r\nPort=5151\r\nUser=sa\r\nFalse sa\r\n1 Key 2.5\r\n"
-         "80004005 movaSystem.PropertySet: No property is named \"Server\".\r\n"
-         "80070057 movaSystem.PropertySet: Names and values must be two arrays.\r\n"},
-        {u"propertyset.js",
-         "2 gis.example true\r\n1 0\r\n80004005 No property is named \"Port\".\r\n"
-         "80070057 The capacity must be from 1 to 1,000,000 messages.\r\n"}};
+    const struct {
+        const char16_t* script;
+        const char* output;
+    } rows[] = {{u"propertyset.vbs",
+                 "3 gis2.example 5151\r\nServer=gis2.example\r\nPort=5151\r\nUser=sa\r\nFalse sa\r\n1 Key 2.5\r\n"
+                 "80004005 movaSystem.PropertySet: No property is named \"Server\".\r\n"
+                 "80070057 movaSystem.PropertySet: Names and values must be two arrays.\r\n"},
+                {u"propertyset.js",
+                 "2 gis.example true\r\n1 0\r\n80004005 No property is named \"Port\".\r\n"
+                 "80070057 The capacity must be from 1 to 1,000,000 messages.\r\n"}};
     for (const auto& row : rows) {
         const auto run = RunProcess(u"cscript.exe /nologo \"" + BinaryFolder() + u"scripts\\" + row.script + u"\"");
         EXPECT_EQ(run.output, row.output) << kv::Utf8(row.script);

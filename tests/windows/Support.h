@@ -50,7 +50,9 @@ inline kv::Variant Value(double number) {
     value.dblVal = number;
     return kv::Variant::Attach(value);
 }
-inline kv::Variant Value(std::u16string_view text) { return kv::Variant::FromText(kv::BString(text)); }
+inline kv::Variant Value(std::u16string_view text) {
+    return kv::Variant::FromText(kv::BString(text));
+}
 inline kv::Variant Value(IUnknown* object) {
     VARIANT value{};
     value.vt = VT_UNKNOWN;
@@ -80,7 +82,8 @@ std::u16string BinaryFolder();
 /// An exported function of the library, which is loaded.
 template <class Function>
 Function* Export(const char* name) {
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"movaSystem.dll"), name)));
+    return reinterpret_cast<Function*>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"movaSystem.dll"), name)));
 }
 
 /// A file of the project.

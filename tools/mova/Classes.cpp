@@ -11,7 +11,9 @@
 namespace mova::tool {
 namespace {
 
-std::u16string ProgIdOf(const RosterRow& row) { return std::u16string(u"movaSystem.") + row.name; }
+std::u16string ProgIdOf(const RosterRow& row) {
+    return std::u16string(u"movaSystem.") + row.name;
+}
 
 bool IsServed(const RosterRow& row) {
     CLSID classId;
@@ -35,7 +37,7 @@ int CallServer(const char* function) {
     std::array<wchar_t, 4096> path;
     const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
     std::u16string server(kv::Narrow16(path.data()), length);
-    server.replace(server.rfind(u'\\') + 1, server.npos, u"movaSystem.dll");
+    server.replace(server.rfind(u'\\') + 1, std::string::npos, u"movaSystem.dll");
     const HMODULE module = LoadLibraryW(kv::Wide(server.c_str()));
     if (!module) throw WrongUsage{"cannot load " + kv::Utf8(server)};
     const auto call =
@@ -52,7 +54,10 @@ std::string DataText(DWORD type, const std::vector<std::byte>& data) {
     }
     constexpr std::string_view digits = "0123456789abcdef";
     std::string text;
-    for (const std::byte byte : data) text.append({digits[std::to_integer<unsigned>(byte) >> 4], digits[std::to_integer<unsigned>(byte) & 0xF]});
+    for (const std::byte byte : data) {
+        const auto bits = std::to_integer<unsigned>(byte);
+        text.append({digits[bits >> 4], digits[bits & 0xF]});
+    }
     return text;
 }
 
@@ -67,9 +72,11 @@ void AddValues(const kv::RegistryKey& key, const std::u16string& path, std::vect
         if (RegEnumValueW(key.Get(), index, kv::Wide(name.data()), &length, nullptr, &type, nullptr, &size) != 0) break;
         std::vector<std::byte> data(size);
         const std::u16string valueName = name.substr(0, length);
-        if (RegQueryValueExW(key.Get(), kv::Wide(valueName.c_str()), nullptr, &type, reinterpret_cast<BYTE*>(data.data()), &size) != 0)
+        if (RegQueryValueExW(key.Get(), kv::Wide(valueName.c_str()), nullptr, &type,
+                             reinterpret_cast<BYTE*>(data.data()), &size) != 0)
             continue;
-        lines.push_back(kv::Utf8(path) + "\t" + kv::Utf8(valueName) + "\t" + DataText(type, data) + "\n");
+        std::string& line = lines.emplace_back(kv::Utf8(path));
+        line.append("\t").append(kv::Utf8(valueName)).append("\t").append(DataText(type, data)).append("\n");
     }
     for (DWORD index = 0;; ++index) {
         const std::u16string child = key.SubkeyName(index);
@@ -103,10 +110,12 @@ int RunUnregister(Arguments arguments) {
 int RunRegistered(Arguments arguments) {
     if (arguments.size() != 1) throw WrongUsage{"registered takes the NAME of one class"};
     const std::u16string name = kv::Utf16(arguments[0]);
-    const auto* row = std::find_if(std::begin(roster), std::end(roster), [&](const RosterRow& r) { return r.name == name; });
+    const auto* row =
+        std::find_if(std::begin(roster), std::end(roster), [&](const RosterRow& r) { return r.name == name; });
     if (row == std::end(roster)) throw WrongUsage{"there is no class " + arguments[0]};
     std::vector<std::string> lines;
-    for (const std::u16string& path : {u"CLSID\\" + kv::GuidText(row->classId), ProgIdOf(*row), ProgIdOf(*row) + u".1"}) {
+    for (const std::u16string& path :
+         {u"CLSID\\" + kv::GuidText(row->classId), ProgIdOf(*row), ProgIdOf(*row) + u".1"}) {
         auto key = kv::RegistryKey::Open(HKEY_CLASSES_ROOT, path);
         if (!key) key = kv::RegistryKey::Open(HKEY_CURRENT_USER, u"Software\\Classes\\" + path);
         if (key) AddValues(key, path, lines);

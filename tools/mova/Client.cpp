@@ -79,8 +79,8 @@ std::string ShortestText(Number number) {
     return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
 }
 
-/// A file's name as the platform's file functions take it. Under ./mova it is a path of the host, with any characters in
-/// it, which Wine opens under a prefix of its own.
+/// A file's name as the platform's file functions take it. Under ./mova it is a path of the host, with any characters
+/// in it, which Wine opens under a prefix of its own.
 std::u16string PlatformPath(const std::string& file) {
     std::array<wchar_t, 4096> folder;
     const DWORD length = GetEnvironmentVariableW(L"MOVA_HOST_FOLDER", folder.data(), static_cast<DWORD>(folder.size()));
@@ -101,8 +101,8 @@ std::string ReadAll(HANDLE source) {
 }
 
 std::optional<std::string> ReadFileAt(const std::u16string& path) {
-    const HANDLE source = CreateFileW(kv::Wide(path.c_str()), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE source = CreateFileW(kv::Wide(path.c_str()), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                FILE_ATTRIBUTE_NORMAL, nullptr);
     if (source == INVALID_HANDLE_VALUE) return {};
     std::string content = ReadAll(source);
     CloseHandle(source);
@@ -129,7 +129,9 @@ kv::Ptr<IUnknown> CreateByName(std::u16string_view className) {
     return object;
 }
 
-std::span<const Command> Commands() { return commands; }
+std::span<const Command> Commands() {
+    return commands;
+}
 
 int RunHelp(Arguments) {
     Print("mova: the command-line client of movaSystem\n\n");
@@ -165,7 +167,9 @@ int TellWrongUsage(std::string_view message) {
     return 2;
 }
 
-void Print(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+void Print(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
 
 std::string ReadInput(const std::string& file) {
     if (file == "-") return ReadAll(GetStdHandle(STD_INPUT_HANDLE));
@@ -190,8 +194,12 @@ std::string StatusText(HRESULT status) {
     return text.data();
 }
 
-std::string NumberText(double number) { return ShortestText(number); }
-std::string NumberText(float number) { return ShortestText(number); }
+std::string NumberText(double number) {
+    return ShortestText(number);
+}
+std::string NumberText(float number) {
+    return ShortestText(number);
+}
 
 std::string ValueText(const VARIANT& value) {
     switch (value.vt) {
@@ -218,13 +226,15 @@ std::string ValueText(const VARIANT& value) {
     }
 }
 
-HMODULE ServerModule() { return GetModuleHandleW(L"movaSystem.dll"); }
+HMODULE ServerModule() {
+    return GetModuleHandleW(L"movaSystem.dll");
+}
 
 bool ServerIsIdle() {
     const HMODULE module = ServerModule();
     if (!module) return true;
-    const auto canUnload =
-        reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));
+    const auto canUnload = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(
+        reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));
     return canUnload && canUnload() == S_OK;
 }
 

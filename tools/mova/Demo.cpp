@@ -9,9 +9,13 @@
 namespace mova::tool {
 namespace {
 
-void Heading(std::string_view text) { Print("\n== " + std::string(text) + "\n"); }
+void Heading(std::string_view text) {
+    Print("\n== " + std::string(text) + "\n");
+}
 
-kv::BString Text(std::u16string_view text) { return kv::BString(text); }
+kv::BString Text(std::u16string_view text) {
+    return kv::BString(text);
+}
 
 std::string CountText(IPropertySet& set) {
     LONG count = 0;
@@ -65,8 +69,9 @@ void ShowSingletons() {
     const auto log = CreateAs<IMessageLogger>(u"MessageLogger");
     const auto again = CreateAs<IMessageLogger>(u"MessageLogger");
     Check(log->Log(movaMessageWarning, Text(u"demo").Get(), Text(u"from the first thread").Get()));
-    Print(std::string("  asked for twice on this thread: ") + (log.Get() == again.Get() ? "the same object" : "two objects") +
-          ", " + std::to_string(MessagesIn(*again.Get())) + " message\n");
+    Print(std::string("  asked for twice on this thread: ") +
+          (log.Get() == again.Get() ? "the same object" : "two objects") + ", " +
+          std::to_string(MessagesIn(*again.Get())) + " message\n");
     std::string report;
     std::thread([&] {
         CoInitialize(nullptr);
@@ -93,7 +98,8 @@ int RunDemo(Arguments arguments) {
     ShowSingletons();
     Heading("The end");
     const bool idle = ServerIsIdle();
-    Print(std::string("  DllCanUnloadNow: ") + (idle ? "S_OK, nothing is left alive" : "S_FALSE, objects are left alive") + "\n");
+    Print(std::string("  DllCanUnloadNow: ") +
+          (idle ? "S_OK, nothing is left alive" : "S_FALSE, objects are left alive") + "\n");
     return idle ? 0 : 1;
 }
 

@@ -34,7 +34,7 @@ std::optional<Number> ParseNumber(std::string_view text) noexcept {
     return number;
 }
 
-bool ParseValue(const TypeRow& row, std::string_view text, PropertyLine& line) noexcept {
+bool ParseValue(const TypeRow& row, std::string_view text, PropertyLine& line) {
     switch (row.type) {
         case PropertyType::empty:
         case PropertyType::null:
@@ -69,7 +69,7 @@ bool ParseValue(const TypeRow& row, std::string_view text, PropertyLine& line) n
 
 }  // namespace
 
-std::optional<PropertyLine> ParsePropertyLine(std::string_view line) noexcept {
+std::optional<PropertyLine> ParsePropertyLine(std::string_view line) {
     PropertyLine parsed;
     if (line.starts_with('-')) {
         parsed.removes = true;
@@ -77,12 +77,13 @@ std::optional<PropertyLine> ParsePropertyLine(std::string_view line) noexcept {
         return parsed;
     }
     const std::size_t equals = line.find('=');
-    if (equals == line.npos) return {};
+    if (equals == std::string::npos) return {};
     const std::size_t colon = line.find(':', equals);
-    if (colon == line.npos) return {};
+    if (colon == std::string::npos) return {};
     parsed.name = line.substr(0, equals);
     const std::string_view word = line.substr(equals + 1, colon - equals - 1);
-    const auto* row = std::find_if(std::begin(types), std::end(types), [&](const TypeRow& r) { return r.word == word; });
+    const auto* row =
+        std::find_if(std::begin(types), std::end(types), [&](const TypeRow& r) { return r.word == word; });
     if (row == std::end(types) || !ParseValue(*row, line.substr(colon + 1), parsed)) return {};
     parsed.type = row->type;
     return parsed;

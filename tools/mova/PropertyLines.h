@@ -22,7 +22,7 @@ struct PropertyLine {
 
 /// Reads one line; the texts are parts of it.
 /// @return nothing where it is no such line, or its value is none of its type.
-std::optional<PropertyLine> ParsePropertyLine(std::string_view line) noexcept;
+std::optional<PropertyLine> ParsePropertyLine(std::string_view line);
 
 /// The lines of a text: ended by LF or CR LF, without a byte-order mark before the first. @throw std::bad_alloc
 std::vector<std::string_view> SplitLines(std::string_view text);

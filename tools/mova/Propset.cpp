@@ -57,7 +57,8 @@ void LoadPropertyLines(IPropertySet& set, std::string_view text, const std::stri
         const auto property = ParsePropertyLine(line);
         if (!property) throw WrongUsage{file + ", line " + std::to_string(number) + ": not NAME=TYPE:VALUE or -NAME"};
         const kv::BString name(kv::Utf16(property->name));
-        Check(property->removes ? set.RemoveProperty(name.Get()) : set.SetProperty(name.Get(), ToVariant(*property).Get()));
+        Check(property->removes ? set.RemoveProperty(name.Get())
+                                : set.SetProperty(name.Get(), ToVariant(*property).Get()));
     }
 }
 

@@ -21,7 +21,7 @@ int RunScript(Arguments arguments) {
     const std::string script = ReadInput(arguments[0]);
     int lastFailure = 0;
     for (const std::string_view line : SplitLines(script)) {
-        if (line.find_first_not_of(" \t") == line.npos || line.starts_with('#')) continue;
+        if (line.find_first_not_of(" \t") == std::string::npos || line.starts_with('#')) continue;
         const int status = RunLine(line);
         if (status != 0) lastFailure = status;
         Print("# exit " + std::to_string(status) + "\n");

@@ -14,7 +14,8 @@ std::optional<std::vector<std::string>> SplitWords(std::string_view line) {
         }
         if (!inWord) words.emplace_back();
         inWord = true;
-        const bool escapes = inQuotes && c == '\\' && i + 1 < line.size() && (line[i + 1] == '"' || line[i + 1] == '\\');
+        const bool escapes =
+            inQuotes && c == '\\' && i + 1 < line.size() && (line[i + 1] == '"' || line[i + 1] == '\\');
         if (escapes) {
             words.back() += line[++i];
         } else if (c == '"') {

@@ -1,0 +1,15 @@
+// The jobs that `bench` knows. Each prints its lines through the session.
+#pragma once
+
+#include "bench/Bench.h"
+
+namespace bench {
+
+/// What a class costs before it does anything: finding and making objects, their interfaces, refusals, threads.
+/// @throw std::runtime_error where the library does not do what is measured
+void RunFrame(const Session& session);
+
+/// Time and memory of the property set. @throw std::runtime_error as above
+void RunPropset(const Session& session);
+
+}  // namespace bench
