@@ -73,6 +73,7 @@ add_executable(
   tools/mova/Client.cpp
   tools/mova/Demo.cpp
   tools/mova/Main.cpp
+  tools/mova/PropertyFile.cpp
   tools/mova/Propset.cpp
   tools/mova/Script.cpp
   ${tool_engine_sources}

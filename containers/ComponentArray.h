@@ -59,7 +59,8 @@ class ComponentArray : public Component<Self, Coclass, Array, IClone> {
         if (!copy) return Base::Refuse(E_POINTER);
         *copy = nullptr;
         const auto made = kv::Ptr<Self>::Attach(Base::Make());
-        for (const auto& element : elements_) {
+        const auto elements = elements_;  // an element that is copied may call back and change the array
+        for (const auto& element : elements) {
             kv::Ptr<Item> elementCopy;
             if (HRESULT status = CopyElement(element, elementCopy); FAILED(status)) return status;
             made->elements_.push_back(std::move(elementCopy));

@@ -4,6 +4,8 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
+#include <new>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -33,7 +35,8 @@ class HashedList {
     /// Makes room, so that so many more can be appended without failing. @throw std::bad_alloc, nothing being changed
     void ReserveMore(std::size_t more) {
         const std::size_t count = elements_.size() + more;
-        if (count > elements_.capacity()) elements_.reserve(std::max(count, elements_.capacity() * 2));
+        if (count > elements_.capacity())
+            elements_.reserve(std::max({count, elements_.capacity() + elements_.capacity() / 2, longestScanned}));
         if (count > longestScanned && count * bucketsPerElement > heads_.size())
             LinkInto(std::bit_ceil(count * bucketsPerElement));
     }
@@ -65,7 +68,7 @@ class HashedList {
         if (position != elements_.size()) elements_[position]->link.position = position;
         if (elements_.capacity() > elements_.size() + slackKept &&
             elements_.capacity() > elements_.size() + elements_.size() / 2)
-            elements_.shrink_to_fit();
+            Shrink();
         return removed;
     }
 
@@ -109,6 +112,19 @@ class HashedList {
         Element** link = &heads_[BucketOf(element.link.hash)];
         while (*link != &element) link = &(*link)->link.next;
         return link;
+    }
+
+    /// Gives back most of the room that is not used; some is left, so that adding and removing in turn stays cheap.
+    /// Where there is no memory for the move, the room stays.
+    void Shrink() noexcept try {
+        std::vector<Owner> fewer;
+        fewer.reserve(elements_.size() + std::min(slackKept, elements_.size() / 4));
+        std::move(elements_.begin(), elements_.end(), std::back_inserter(fewer));
+        elements_.swap(fewer);
+        const std::size_t buckets = std::bit_ceil(elements_.size() * bucketsPerElement + 1);
+        if (heads_.size() > buckets * 2) LinkInto(buckets);
+    } catch (const std::bad_alloc&) {
+        return;
     }
 
     void LinkInto(std::size_t buckets) {

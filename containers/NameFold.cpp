@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include "kvcore/Multiply.h"
+
 namespace mova {
 namespace {
 
@@ -99,12 +101,10 @@ std::uint32_t HashName(std::u16string_view name, std::uint64_t seed, Upcase upca
     std::uint64_t hash = seed ^ (name.size() * odd);
     std::uint64_t other = ~hash;  // two chains in turn, so that one multiplication need not wait for the last
     ForBlocks(name, [&](std::size_t, std::uint64_t block) {
-        hash = std::exchange(other, std::rotr((hash ^ UpcaseBlock(block, upcase)) * odd, 29));
+        hash = std::exchange(other, kv::FoldedProduct(hash ^ UpcaseBlock(block, upcase), odd));
         return true;
     });
-    hash = (hash ^ std::rotr(other * odd, 32)) * odd;
-    hash = (hash ^ (hash >> 32)) * odd;
-    return static_cast<std::uint32_t>(hash >> 32);
+    return static_cast<std::uint32_t>(kv::FoldedProduct(hash ^ std::rotr(other, 32), odd));
 }
 
 }  // namespace mova

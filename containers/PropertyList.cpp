@@ -40,6 +40,15 @@ const kv::Variant* PropertyList::FindLast(std::u16string_view name) const noexce
     return found ? &found->value : nullptr;
 }
 
+bool PropertyList::IsWithin(const PropertyList& other) const noexcept {
+    for (std::size_t i = 0; i < Count(); ++i) {
+        const kv::Variant* mine = FindLast(NameAt(i));
+        const kv::Variant* theirs = other.FindLast(NameAt(i));
+        if (!mine || !theirs || !kv::SameValue(mine->Get(), theirs->Get())) return false;
+    }
+    return true;
+}
+
 void PropertyList::Set(Entry entry) {
     if (NamedProperty* found = entries_.FindFirst(entry->link.hash, Named(entry->Text()))) {
         found->value = std::move(entry->value);

@@ -6,6 +6,9 @@
 
 namespace mova {
 
+/// Why a value is refused.
+inline constexpr auto unkeepableValue = u"The value is of a kind that a property cannot keep.";
+
 struct Property;
 
 /// A property with its name in the same block.
@@ -36,6 +39,9 @@ class PropertyList {
     kv::Variant* FindFirst(std::u16string_view name) noexcept;
     /// The value of the last property with the name; null where there is none.
     const kv::Variant* FindLast(std::u16string_view name) const noexcept;
+
+    /// Whether each name of this list is read with the same value from another.
+    bool IsWithin(const PropertyList& other) const noexcept;
 
     void ReserveMore(std::size_t more) { entries_.ReserveMore(more); }
     /// Appends a property, whether or not another has its name. @throw std::bad_alloc, nothing being changed

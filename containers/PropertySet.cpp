@@ -13,13 +13,15 @@ namespace mova {
 namespace {
 
 constexpr std::size_t longestNameInMessage = 100;
+constexpr auto noNames = u"The names must be an array of strings in one dimension.";
 
 /// The names in an array of strings, or of VARIANTs that hold strings; nothing where an element is no string.
-std::optional<std::vector<std::u16string_view>> NamesIn(const kv::ArrayView& array) {
-    if (array.Dimensions() != 1) return {};
+std::optional<std::vector<std::u16string_view>> NamesIn(const VARIANT& value) {
+    const auto array = kv::ArrayView::Of(value);
+    if (!array || array->Dimensions() != 1) return {};
     std::vector<std::u16string_view> names;
-    for (std::size_t i = 0; i < array.Count(); ++i) {
-        const VARIANT element = array.Element(i);
+    for (std::size_t i = 0; i < array->Count(); ++i) {
+        const VARIANT element = array->Element(i);
         if (element.vt == VT_BSTR) {
             names.push_back(kv::View(element.bstrVal));
         } else if (element.vt == (VT_BYREF | VT_BSTR) && element.pbstrVal) {
@@ -32,11 +34,12 @@ std::optional<std::vector<std::u16string_view>> NamesIn(const kv::ArrayView& arr
 }
 
 /// Deep copies of an array's elements; nothing where one cannot be copied.
-std::optional<std::vector<kv::Variant>> ValuesIn(const kv::ArrayView& array) {
-    if (array.Dimensions() != 1) return {};
-    std::vector<kv::Variant> values(array.Count());
+std::optional<std::vector<kv::Variant>> ValuesIn(const VARIANT& value) {
+    const auto array = kv::ArrayView::Of(value);
+    if (!array || array->Dimensions() != 1) return {};
+    std::vector<kv::Variant> values(array->Count());
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const HRESULT status = values[i].Assign(array.Element(i));
+        const HRESULT status = values[i].Assign(array->Element(i));
         if (status == E_OUTOFMEMORY) throw std::bad_alloc();
         if (FAILED(status)) return {};
     }
@@ -71,15 +74,13 @@ STDMETHODIMP PropertySet::SetProperty(BSTR name, VARIANT value) noexcept try {
 }
 
 STDMETHODIMP PropertySet::SetProperties(VARIANT names, VARIANT values) noexcept try {
-    const auto nameArray = kv::ArrayView::Of(names);
-    const auto valueArray = kv::ArrayView::Of(values);
-    if (!nameArray || !valueArray) return Refuse<IPropertySet>(E_INVALIDARG, u"Names and values must be two arrays.");
-    const auto keys = NamesIn(*nameArray);
-    if (!keys) return Refuse<IPropertySet>(E_FAIL, u"The names must be an array of strings in one dimension.");
-    if (valueArray->Count() != keys->size())
-        return Refuse<IPropertySet>(E_FAIL, u"There must be as many values as names.");
-    auto copies = ValuesIn(*valueArray);
+    if (!kv::IsArray(names) || !kv::IsArray(values))
+        return Refuse<IPropertySet>(E_INVALIDARG, u"Names and values must be two arrays.");
+    const auto keys = NamesIn(names);
+    if (!keys) return Refuse<IPropertySet>(E_FAIL, noNames);
+    auto copies = ValuesIn(values);
     if (!copies) return Refuse<IPropertySet>(E_FAIL, u"One of the values cannot be kept as a property.");
+    if (copies->size() != keys->size()) return Refuse<IPropertySet>(E_FAIL, u"There must be as many values as names.");
 
     std::vector<PropertyList::Entry> entries;
     for (std::size_t i = 0; i < keys->size(); ++i)
@@ -105,10 +106,9 @@ STDMETHODIMP PropertySet::GetProperty(BSTR name, VARIANT* value) noexcept try {
 STDMETHODIMP PropertySet::GetProperties(VARIANT names, VARIANT* values) noexcept try {
     if (!values) return Refuse(E_POINTER);
     VariantInit(values);
-    const auto nameArray = kv::ArrayView::Of(names);
-    if (!nameArray) return Refuse<IPropertySet>(E_INVALIDARG, u"The names must be an array.");
-    const auto keys = NamesIn(*nameArray);
-    if (!keys) return Refuse<IPropertySet>(E_FAIL, u"The names must be an array of strings in one dimension.");
+    if (!kv::IsArray(names)) return Refuse<IPropertySet>(E_INVALIDARG, u"The names must be an array.");
+    const auto keys = NamesIn(names);
+    if (!keys) return Refuse<IPropertySet>(E_FAIL, noNames);
     kv::ArrayBuilder copies(VT_VARIANT, keys->size());
     for (std::size_t i = 0; i < keys->size(); ++i) {
         const kv::Variant* held = properties_.FindLast((*keys)[i]);
@@ -149,17 +149,15 @@ STDMETHODIMP PropertySet::IsEqual(IPropertySet* other, VARIANT_BOOL* equal) noex
     kv::Variant names;
     kv::Variant values;
     if (HRESULT status = other->GetAllProperties(names.Put(), values.Put()); FAILED(status)) return status;
-    const auto nameArray = kv::ArrayView::Of(names.Get());
-    const auto valueArray = kv::ArrayView::Of(values.Get());
-    if (!nameArray || !valueArray) return Refuse(E_FAIL);
-    const auto keys = NamesIn(*nameArray);
-    if (!keys || valueArray->Count() != keys->size()) return Refuse(E_FAIL);
-    if (keys->size() != properties_.Count()) return S_OK;
-    for (std::size_t i = 0; i < keys->size(); ++i) {
-        const kv::Variant* held = properties_.FindLast((*keys)[i]);
-        if (!held || !kv::SameValue(held->Get(), valueArray->Element(i))) return S_OK;
-    }
-    *equal = VARIANT_TRUE;
+    const auto keys = NamesIn(names.Get());
+    auto copies = ValuesIn(values.Get());
+    if (!keys || !copies || copies->size() != keys->size()) return Refuse(E_FAIL);
+    PropertyList theirs;
+    for (std::size_t i = 0; i < keys->size(); ++i)
+        theirs.Append(PropertyList::MakeEntry((*keys)[i], std::move((*copies)[i])));
+    const bool same =
+        properties_.Count() == theirs.Count() && properties_.IsWithin(theirs) && theirs.IsWithin(properties_);
+    *equal = same ? VARIANT_TRUE : VARIANT_FALSE;
     return S_OK;
 } catch (...) {
     return CaughtStatus();
@@ -211,16 +209,18 @@ HRESULT PropertySet::RefuseUnknown(std::u16string_view name) const noexcept {
     // On the stack, since a set is also asked for names that may be there or not.
     std::array<char16_t, longestNameInMessage + 40> text{};
     auto end = text.begin();
-    for (const std::u16string_view part :
-         {std::u16string_view(u"No property is named \""), name.substr(0, longestNameInMessage),
-          std::u16string_view(name.size() > longestNameInMessage ? u"...\"." : u"\".")})
-        end = std::copy(part.begin(), part.end(), end);
+    const auto append = [&](std::u16string_view part) { end = std::copy(part.begin(), part.end(), end); };
+    append(u"No property is named \"");
+    const auto begin = end;
+    append(name.substr(0, longestNameInMessage));
+    std::replace(begin, end, u'\0', u'\uFFFD');  // a message ends at a NUL
+    append(name.size() > longestNameInMessage ? u"...\"." : u"\".");
     return Refuse<IPropertySet>(E_FAIL, text.data());
 }
 
 HRESULT PropertySet::RefuseValue(HRESULT status) const noexcept {
     if (status != E_INVALIDARG) return Refuse(status);
-    return Refuse<IPropertySet>(status, u"The value is of a kind that a property cannot keep.");
+    return Refuse<IPropertySet>(status, unkeepableValue);
 }
 
 }  // namespace mova

@@ -1,5 +1,6 @@
 #include "containers/PropertySetProperty.h"
 
+#include "containers/PropertyList.h"
 #include "kvcore/Ptr.h"
 
 namespace mova {
@@ -22,8 +23,7 @@ STDMETHODIMP PropertySetProperty::get_Key(BSTR* key) noexcept try {
 
 STDMETHODIMP PropertySetProperty::put_Value(VARIANT value) noexcept {
     const HRESULT status = value_.Assign(value);
-    if (status == E_INVALIDARG)
-        return Refuse<IPropertySetProperty>(status, u"The value is of a kind that a property cannot keep.");
+    if (status == E_INVALIDARG) return Refuse<IPropertySetProperty>(status, unkeepableValue);
     return SUCCEEDED(status) ? S_OK : Refuse(status);
 }
 

@@ -19,16 +19,27 @@ class KvCriticalSection {
     CRITICAL_SECTION section_;
 };
 
-/// Holds a critical section for a scope.
+/// A lock without a destructor, for statics that may be used while the process ends. A thread must not take it twice.
+class StaticLock {
+ public:
+    void Enter() noexcept { AcquireSRWLockExclusive(&lock_); }
+    void Leave() noexcept { ReleaseSRWLockExclusive(&lock_); }
+
+ private:
+    SRWLOCK lock_ = SRWLOCK_INIT;
+};
+
+/// Holds a lock for a scope.
+template <class Lock>
 class KvAutoLock {
  public:
-    explicit KvAutoLock(KvCriticalSection& section) noexcept : section_(section) { section_.Enter(); }
-    ~KvAutoLock() { section_.Leave(); }
+    explicit KvAutoLock(Lock& lock) noexcept : lock_(lock) { lock_.Enter(); }
+    ~KvAutoLock() { lock_.Leave(); }
     KvAutoLock(const KvAutoLock&) = delete;
     KvAutoLock& operator=(const KvAutoLock&) = delete;
 
  private:
-    KvCriticalSection& section_;
+    Lock& lock_;
 };
 
 }  // namespace kv

@@ -1,5 +1,7 @@
 #include "kvcore/RegistryKey.h"
 
+#include <algorithm>
+
 namespace kv {
 
 RegistryKey RegistryKey::Open(HKEY parent, const std::u16string& path) noexcept {
@@ -32,7 +34,7 @@ std::u16string RegistryKey::DefaultText() const {
     if (RegGetValueW(key_, nullptr, nullptr, RRF_RT_REG_SZ, nullptr, nullptr, &bytes) != ERROR_SUCCESS) return {};
     std::u16string text(bytes / sizeof(char16_t), u'\0');
     if (RegGetValueW(key_, nullptr, nullptr, RRF_RT_REG_SZ, nullptr, text.data(), &bytes) != ERROR_SUCCESS) return {};
-    text.resize(text.find(u'\0'));
+    text.resize(std::min(text.find(u'\0'), text.size()));
     return text;
 }
 

@@ -1,6 +1,8 @@
 #include "kvcore/SafeArray.h"
 
+#include <cstdint>
 #include <cstring>
+#include <limits>
 
 namespace kv {
 namespace {
@@ -40,21 +42,69 @@ std::size_t ElementSize(VARTYPE type) noexcept {
     }
 }
 
+/// The features that an array with elements of a type has, of those that say what an element owns.
+USHORT FeaturesOf(VARTYPE type) noexcept {
+    switch (type) {
+        case VT_BSTR:
+            return FADF_BSTR;
+        case VT_UNKNOWN:
+            return FADF_UNKNOWN;
+        case VT_DISPATCH:
+            return FADF_DISPATCH;
+        case VT_VARIANT:
+            return FADF_VARIANT;
+        case VT_RECORD:
+            return FADF_RECORD;
+        default:
+            return 0;
+    }
+}
+
+bool HasFeaturesOf(const SAFEARRAY& array, VARTYPE type) noexcept {
+    constexpr USHORT owning = FADF_BSTR | FADF_UNKNOWN | FADF_DISPATCH | FADF_VARIANT | FADF_RECORD;
+    return (array.fFeatures & owning) == FeaturesOf(type);
+}
+
+/// The number of elements; nothing where it is beyond what memory can hold.
+std::optional<std::size_t> ElementCount(const SAFEARRAY& array) noexcept {
+    std::size_t count = 1;
+    for (USHORT dimension = 0; dimension < array.cDims; ++dimension) {
+        const std::size_t along = array.rgsabound[dimension].cElements;
+        if (along != 0 && count > std::numeric_limits<std::uint32_t>::max() / along) return {};
+        count *= along;
+    }
+    return count;
+}
+
+/// The array that a VARIANT holds, directly or by reference; null where it holds none.
+SAFEARRAY* ArrayIn(const VARIANT& value) noexcept {
+    const VARIANT* held = Referred(value);
+    if (!held || !(held->vt & VT_ARRAY) || !held->byref) return nullptr;
+    return held->vt & VT_BYREF ? *held->pparray : held->parray;
+}
+
 }  // namespace
 
 std::optional<ArrayView> ArrayView::Of(SAFEARRAY* array, VARTYPE type) noexcept {
-    if (!array || array->cDims == 0 || ElementSize(type) == 0 || array->cbElements != ElementSize(type)) return {};
-    std::size_t count = 1;
-    for (USHORT dimension = 0; dimension < array->cDims; ++dimension) count *= array->rgsabound[dimension].cElements;
-    if (count != 0 && !array->pvData) return {};
-    return ArrayView(array, type, count);
+    if (!array || array->cDims == 0 || ElementSize(type) == 0 || array->cbElements != ElementSize(type) ||
+        !HasFeaturesOf(*array, type))
+        return {};
+    const auto count = ElementCount(*array);
+    if (!count || (*count != 0 && !array->pvData)) return {};
+    return ArrayView(array, type, *count);
 }
 
 std::optional<ArrayView> ArrayView::Of(const VARIANT& value) noexcept {
     const VARIANT* held = Referred(value);
-    if (!held || !(held->vt & VT_ARRAY)) return {};
-    if ((held->vt & VT_BYREF) && !held->pparray) return {};
-    return Of(held->vt & VT_BYREF ? *held->pparray : held->parray, held->vt & VT_TYPEMASK);
+    return held ? Of(ArrayIn(value), held->vt & VT_TYPEMASK) : std::nullopt;
+}
+
+bool IsArray(const VARIANT& value) noexcept {
+    return ArrayIn(value) != nullptr;
+}
+
+bool IsRecordArray(const SAFEARRAY& array, VARTYPE type) noexcept {
+    return type == VT_RECORD && HasFeaturesOf(array, type);
 }
 
 VARIANT ArrayView::Element(std::size_t index) const noexcept {

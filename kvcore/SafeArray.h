@@ -10,7 +10,7 @@ namespace kv {
 class ArrayView {
  public:
     /// @param type what the elements are, as the VARIANT that holds the array says.
-    /// @return nothing for a null array, one without data, or one whose elements do not have that type's size.
+    /// @return nothing for a null array, one without data, one of records, or one that is not what its VARIANT says.
     static std::optional<ArrayView> Of(SAFEARRAY* array, VARTYPE type) noexcept;
     /// The array that a VARIANT holds, directly or by reference.
     static std::optional<ArrayView> Of(const VARIANT& value) noexcept;
@@ -29,6 +29,12 @@ class ArrayView {
     VARTYPE type_;
     std::size_t count_;
 };
+
+/// Whether a value is an array, whether or not its elements can be read.
+bool IsArray(const VARIANT& value) noexcept;
+
+/// Whether an array is one of records, whose elements describe themselves.
+bool IsRecordArray(const SAFEARRAY& array, VARTYPE type) noexcept;
 
 /// A new one-dimensional array from index 0, all elements empty.
 class ArrayBuilder {

@@ -6,7 +6,8 @@
 
 namespace kv {
 
-/// UTF-8 as UTF-16. Each longest run of bytes that cannot begin or go on a character becomes one U+FFFD.
+/// UTF-8 as UTF-16. Each byte that begins no character, and each beginning of one up to where it goes wrong, becomes
+/// one U+FFFD.
 /// @throw std::bad_alloc
 std::u16string Utf16(std::string_view text);
 

@@ -8,14 +8,16 @@
 namespace kv {
 namespace {
 
-/// Whether a value can be copied as deeply as it goes: no references in its arrays, which would dangle in the copy, and
-/// no more nesting than the budget.
+/// Whether a value can be copied as deeply as it goes: an array is what its VARIANT says, and holds no references,
+/// which would dangle in the copy, and no more nesting than the budget.
 bool IsStorable(const VARIANT& value, int budget) noexcept {
-    if (!(value.vt & VT_ARRAY) || (value.vt & VT_TYPEMASK) != VT_VARIANT) return true;
+    if (!(value.vt & VT_ARRAY)) return true;
     SAFEARRAY* array = value.vt & VT_BYREF ? *value.pparray : value.parray;
     if (!array) return true;
-    const auto elements = ArrayView::Of(array, VT_VARIANT);
-    if (!elements || budget == 0) return false;
+    const auto elements = ArrayView::Of(array, value.vt & VT_TYPEMASK);
+    if (!elements) return IsRecordArray(*array, value.vt & VT_TYPEMASK);
+    if (elements->Type() != VT_VARIANT) return true;
+    if (budget == 0) return false;
     for (std::size_t i = 0; i < elements->Count(); ++i) {
         const VARIANT element = elements->Element(i);
         if ((element.vt & VT_BYREF) || !IsStorable(element, budget - 1)) return false;
@@ -148,9 +150,18 @@ HRESULT Variant::CopyTo(VARIANT* target) const noexcept {
         target->vt = VT_BSTR;
         return S_OK;
     }
-    if (!IsPlain(value_.vt)) return VariantCopy(target, const_cast<VARIANT*>(&value_));
-    *target = value_;
+    VARIANT copy = value_;
+    if (!IsPlain(value_.vt)) {
+        VariantInit(&copy);
+        if (HRESULT status = VariantCopy(&copy, const_cast<VARIANT*>(&value_)); FAILED(status)) return status;
+    }
+    *target = copy;
     return S_OK;
+}
+
+bool IsComplete(const DISPPARAMS& parameters) noexcept {
+    return (parameters.cArgs == 0 || parameters.rgvarg) && parameters.cNamedArgs <= parameters.cArgs &&
+           (parameters.cNamedArgs == 0 || parameters.rgdispidNamedArgs);
 }
 
 const VARIANT* Referred(const VARIANT& value) noexcept {

@@ -53,6 +53,9 @@ class Variant {
     VARIANT value_;
 };
 
+/// Whether the parameters of a call have the arrays that their counts promise.
+bool IsComplete(const DISPPARAMS& parameters) noexcept;
+
 /// A value that is not a VARIANT reference: what the VT_BYREF | VT_VARIANT of an argument refers to, else the value.
 /// Null for a reference to nothing or to another such reference.
 const VARIANT* Referred(const VARIANT& value) noexcept;

@@ -19,7 +19,7 @@ struct Kind {
 
 // No container of the library, whose memory would be among what a leak hunt sees.
 constinit std::array<Kind, 256> kinds{};
-kv::KvCriticalSection lock;
+constinit kv::StaticLock lock;
 
 std::u16string NameOf(const Kind& kind) {
     if (kind.reportedName) return kind.reportedName;

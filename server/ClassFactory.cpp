@@ -14,7 +14,8 @@ namespace {
 class ObjectCensus final : public IObjectCensus {
  public:
     STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        const bool known = iid == __uuidof(IObjectCensus) || iid == __uuidof(IUnknown);
+        if (!object) return E_POINTER;
+        const bool known = !kv::IsNull(&iid) && (iid == __uuidof(IObjectCensus) || iid == __uuidof(IUnknown));
         *object = known ? this : nullptr;
         return known ? S_OK : E_NOINTERFACE;
     }

@@ -25,12 +25,12 @@ struct ClassEntry {
     DWORD singleton = 0;                       ///< not 0: one object a thread
     const CLSID* errorLookup = nullptr;        ///< the class that turns its error records into text, if there is one
     ThreadingModel threading = ThreadingModel::apartment;
-    DWORD category = 0;  ///< not 0: the row defines a component category instead of a class
+    DWORD definesCategory = 0;  ///< not 0: the row defines a component category instead of a class
 
     kv::IdBits Id() const noexcept { return kv::BitsOf(*classId); }
     bool IsEnd() const noexcept { return classId == nullptr; }
     bool IsSingleton() const noexcept { return singleton != 0; }
-    bool IsCategory() const noexcept { return category != 0; }
+    bool IsCategory() const noexcept { return definesCategory != 0; }
 };
 
 /// The creatable classes in their fixed order, ended by an empty row.

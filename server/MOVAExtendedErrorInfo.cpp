@@ -21,11 +21,6 @@ CLSID LookupServiceOf(const CLSID& classId) {
     return service;
 }
 
-bool IsComplete(const DISPPARAMS& parameters) noexcept {
-    return (parameters.cArgs == 0 || parameters.rgvarg) && parameters.cNamedArgs <= parameters.cArgs &&
-           (parameters.cNamedArgs == 0 || parameters.rgdispidNamedArgs);
-}
-
 kv::BString ProgIdOf(const CLSID& classId) {
     wchar_t* text = nullptr;
     if (FAILED(ProgIDFromCLSID(classId, &text))) return {};
@@ -62,15 +57,16 @@ STDMETHODIMP MOVAExtendedErrorInfo::GetHelpContext(DWORD* context) noexcept {
 
 STDMETHODIMP MOVAExtendedErrorInfo::AddErrorRecord(ERRORINFO* basic, DWORD lookupId, DISPPARAMS* parameters,
                                                    IUnknown* custom, DWORD) noexcept try {
-    if (!basic || (parameters && !IsComplete(*parameters))) return Refuse(E_INVALIDARG);
-    Record record{*basic, lookupId, LookupServiceOf(basic->clsid), {}, {}, kv::Ptr<IUnknown>(custom)};
+    if (!basic || (parameters && !kv::IsComplete(*parameters))) return Refuse(E_INVALIDARG);
+    auto record = std::make_unique<Record>(
+        Record{*basic, lookupId, LookupServiceOf(basic->clsid), {}, {}, kv::Ptr<IUnknown>(custom)});
     if (parameters) {
-        record.arguments.resize(parameters->cArgs);
+        record->arguments.resize(parameters->cArgs);
         for (UINT i = 0; i < parameters->cArgs; ++i)
-            if (HRESULT status = record.arguments[i].Assign(parameters->rgvarg[i]); FAILED(status))
+            if (HRESULT status = record->arguments[i].Assign(parameters->rgvarg[i]); FAILED(status))
                 return Refuse(status);
-        record.argumentNames.assign(parameters->rgdispidNamedArgs,
-                                    parameters->rgdispidNamedArgs + parameters->cNamedArgs);
+        record->argumentNames.assign(parameters->rgdispidNamedArgs,
+                                     parameters->rgdispidNamedArgs + parameters->cNamedArgs);
     }
     records_.push_back(std::move(record));
     return S_OK;

@@ -2,6 +2,7 @@
 
 #include <movaSystem.h>
 
+#include <memory>
 #include <vector>
 
 #include "kvcore/ErrorRecords.h"
@@ -56,14 +57,15 @@ class MOVAExtendedErrorInfo final
     };
 
     /// The record at an index; null past the last.
-    const Record* Find(ULONG index) const noexcept { return index < records_.size() ? &records_[index] : nullptr; }
+    const Record* Find(ULONG index) const noexcept { return index < records_.size() ? records_[index].get() : nullptr; }
     /// The record as text: what its lookup service says, else what the system knows of its status code.
     /// @return E_FAIL where the lookup service fails. @throw std::bad_alloc
     static HRESULT LookUp(const Record& record, LCID locale, Text& text);
 
-    std::vector<Record> records_;
     kv::Ptr<ICreateErrorInfo> writer_;  ///< the inner object, through both its interfaces
     kv::Ptr<IErrorInfo> inner_;
+    /// Each with an address of its own: a lookup service that is asked for a text may come back and add another.
+    std::vector<std::unique_ptr<const Record>> records_;
 };
 
 }  // namespace mova

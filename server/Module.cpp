@@ -1,6 +1,6 @@
 #include "server/Module.h"
 
-#include <optional>
+#include <stdexcept>
 
 #include <movaServer.h>
 #include "kvcore/BlockPool.h"
@@ -15,20 +15,19 @@ namespace mova {
 namespace {
 
 kv::KvCriticalSection initialisationLock;
-std::atomic<bool> initialised{false};
-std::optional<ClassDirectory<ClassEntry>> directory;
+// A pointer, so that a client that is unloaded after this module at the end of the process still finds it.
+constinit std::atomic<const ClassDirectory<ClassEntry>*> directory{nullptr};
 
-void BuildDirectory() {
+const ClassDirectory<ClassEntry>& BuildDirectory() {
     const kv::KvAutoLock lock(initialisationLock);
-    if (initialised.load(std::memory_order_relaxed)) return;
-    directory.emplace(classTable);
-    initialised.store(true, std::memory_order_seq_cst);
+    if (!directory.load(std::memory_order_relaxed))
+        directory.store(new ClassDirectory<ClassEntry>(classTable), std::memory_order_seq_cst);
+    return *directory.load(std::memory_order_relaxed);
 }
 
 const ClassDirectory<ClassEntry>& Directory() {
-    if (!initialised.load(std::memory_order_acquire)) [[unlikely]]
-        BuildDirectory();
-    return *directory;
+    const auto* built = directory.load(std::memory_order_acquire);
+    return built ? *built : BuildDirectory();
 }
 
 }  // namespace
@@ -41,6 +40,7 @@ std::u16string ModulePath() {
     std::u16string path(MAX_PATH, u'\0');
     for (;;) {
         const DWORD length = GetModuleFileNameW(ThisModule(), kv::Wide(path.data()), static_cast<DWORD>(path.size()));
+        if (length == 0) throw std::runtime_error("GetModuleFileName");
         if (length < path.size()) {
             path.resize(length);
             return path;
@@ -61,8 +61,11 @@ void ReleaseThreadSingletons() {
 
 }  // namespace mova
 
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void*) {
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds) {
     if (reason == DLL_PROCESS_ATTACH) DisableThreadLibraryCalls(module);
-    if (reason == DLL_PROCESS_DETACH) kv::CloseBlockPool();
+    if (reason == DLL_PROCESS_DETACH && !processEnds) {
+        delete mova::directory.exchange(nullptr);
+        kv::CloseBlockPool();
+    }
     return TRUE;
 }

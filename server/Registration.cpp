@@ -22,6 +22,7 @@ namespace {
 using kv::RegistryKey;
 
 constexpr std::u16string_view userClasses = u"Software\\Classes\\";
+constexpr LCID english = 0x409;  // what categories are described in
 constexpr WORD libraryMajor = 1;
 constexpr WORD libraryMinor = 0;
 
@@ -51,9 +52,9 @@ bool WriteKey(const std::u16string& path, const std::u16string& text) {
 }
 
 bool DeleteClassesKey(const std::u16string& path) {
-    const bool machine = RegistryKey::DeleteTree(HKEY_CLASSES_ROOT, path);
+    // The user's first: where both have the key, the classes root shows that one only.
     const bool user = RegistryKey::DeleteTree(HKEY_CURRENT_USER, std::u16string(userClasses) + path);
-    return machine && user;
+    return RegistryKey::DeleteTree(HKEY_CLASSES_ROOT, path) && user;
 }
 
 bool DeleteKeys(const ClassKeys& keys) {
@@ -81,7 +82,7 @@ bool WriteKeys(const ClassEntry& entry, const ClassKeys& keys, const std::u16str
 class Categories {
  public:
     HRESULT Define(const CATID& category, const char16_t* description) {
-        CATEGORYINFO info{.catid = category, .lcid = LOCALE_USER_DEFAULT, .szDescription = {}};
+        CATEGORYINFO info{.catid = category, .lcid = english, .szDescription = {}};
         std::copy_n(description,
                     std::min(std::size(info.szDescription) - 1, std::char_traits<char16_t>::length(description)),
                     info.szDescription);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "kvcore/BlockPool.h"
+#include "kvcore/Variant.h"
 #include "server/Census.h"
 #include "server/Component.h"
 #include "server/Module.h"
@@ -25,11 +25,7 @@ void OfferToScripts(VARIANT& value) noexcept {
 
 }  // namespace
 
-TearOff::TearOff(Unknown& owner) : owner_(owner), reportsErrors_(owner.ReportsErrors()) {
-    if (const AutomationType automation = FindAutomationType(owner.Interfaces()); automation.row) {
-        type_ = automation.info;
-        target_ = automation.row->pointer(&owner);
-    }
+TearOff::TearOff(Unknown& owner) noexcept : owner_(owner), reportsErrors_(owner.ReportsErrors()) {
     ++lockCount;
     if constexpr (keepsCensus) CountObject(__uuidof(ISupportErrorInfo), u"tear-off", 1);
 }
@@ -37,6 +33,17 @@ TearOff::TearOff(Unknown& owner) : owner_(owner), reportsErrors_(owner.ReportsEr
 TearOff::~TearOff() {
     if constexpr (keepsCensus) CountObject(__uuidof(ISupportErrorInfo), u"tear-off", -1);
     --lockCount;
+}
+
+void TearOff::LookForType() noexcept try {
+    const AutomationType automation = FindAutomationType(owner_.Interfaces());
+    if (automation.row) {
+        type_ = automation.info;
+        target_ = automation.row->pointer(&owner_);
+    }
+    lookedForType_ = true;
+} catch (...) {
+    return;  // for lack of memory; the next one who asks tries again
 }
 
 STDMETHODIMP TearOff::QueryInterface(REFIID iid, void** object) noexcept {
@@ -78,13 +85,14 @@ STDMETHODIMP TearOff::GetTypeInfo(UINT index, LCID, ITypeInfo** info) noexcept {
 }
 
 STDMETHODIMP TearOff::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept {
-    if (!names || !ids || std::find(names, names + count, nullptr) != names + count) return Refuse(E_INVALIDARG);
+    if (count == 0 || !names || !ids || std::find(names, names + count, nullptr) != names + count)
+        return Refuse(E_INVALIDARG);
     return DispGetIDsOfNames(type_.Get(), names, count, ids);
 }
 
 STDMETHODIMP TearOff::Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS* parameters, VARIANT* result,
                              EXCEPINFO* exception, UINT* argumentInError) noexcept {
-    if (!parameters) return Refuse(E_INVALIDARG);
+    if (!parameters || !kv::IsComplete(*parameters)) return Refuse(E_INVALIDARG);
     const HRESULT status =
         DispInvoke(target_, type_.Get(), member, flags, parameters, result, exception, argumentInError);
     if (SUCCEEDED(status) && result) OfferToScripts(*result);

@@ -11,7 +11,7 @@ namespace mova {
 /// it out again costs no more than handing out an interface of the class.
 class TearOff final : public ISupportErrorInfo, public IClassID, public IDispatch {
  public:
-    explicit TearOff(Unknown& owner);
+    explicit TearOff(Unknown& owner) noexcept;
     ~TearOff();
     TearOff(const TearOff&) = delete;
     TearOff& operator=(const TearOff&) = delete;
@@ -23,7 +23,7 @@ class TearOff final : public ISupportErrorInfo, public IClassID, public IDispatc
     /// The interface, uncounted; null where it is none of those, or the owner's class does not offer it.
     void* Find(const kv::IdBits& id) noexcept {
         if (id == idOf<ISupportErrorInfo>) return reportsErrors_ ? static_cast<ISupportErrorInfo*>(this) : nullptr;
-        if (id == idOf<IDispatch>) return type_ ? static_cast<IDispatch*>(this) : nullptr;
+        if (id == idOf<IDispatch>) return HasType() ? static_cast<IDispatch*>(this) : nullptr;
         return id == idOf<IClassID> ? static_cast<IClassID*>(this) : nullptr;
     }
 
@@ -46,8 +46,17 @@ class TearOff final : public ISupportErrorInfo, public IClassID, public IDispatc
     static void operator delete(void* block, std::size_t size) noexcept;
 
  private:
+    /// Whether automation can call the owner, which the type library is asked for once.
+    bool HasType() noexcept {
+        if (!lookedForType_) [[unlikely]]
+            LookForType();
+        return static_cast<bool>(type_);
+    }
+    void LookForType() noexcept;
+
     Unknown& owner_;
     const bool reportsErrors_;
+    bool lookedForType_ = false;
     kv::Ptr<ITypeInfo> type_;
     void* target_ = nullptr;  ///< the interface that type_ describes, in the owner
 };

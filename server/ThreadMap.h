@@ -15,6 +15,7 @@ class ThreadMap {
  public:
     /// The thread's value; null where it has none.
     Value* Find(std::uint32_t thread) noexcept {
+        if (buckets_.empty()) return nullptr;
         auto& chain = ChainOf(thread);
         const auto found = Position(chain, thread);
         return found == chain.end() ? nullptr : &found->value;
@@ -30,6 +31,7 @@ class ThreadMap {
 
     /// Removes the thread's value and hands it out; an empty value where there is none.
     Value Remove(std::uint32_t thread) noexcept {
+        if (buckets_.empty()) return Value();
         auto& chain = ChainOf(thread);
         const auto found = Position(chain, thread);
         if (found == chain.end()) return Value();
@@ -62,13 +64,13 @@ class ThreadMap {
 
     void Grow() {
         ThreadMap larger;
-        larger.buckets_.resize(buckets_.size() * 2 + 1);
+        larger.buckets_.resize(std::max(firstBuckets, buckets_.size() * 2 + 1));
         for (const auto& chain : buckets_)
             for (const auto& item : chain) larger.Insert(item.thread, item.value);
         *this = std::move(larger);
     }
 
-    std::vector<Chain> buckets_ = std::vector<Chain>(firstBuckets);
+    std::vector<Chain> buckets_;  ///< none before the first value, so that a map costs nothing until then
     std::size_t count_ = 0;
 };
 

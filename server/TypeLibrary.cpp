@@ -8,7 +8,7 @@
 namespace mova {
 namespace {
 
-kv::KvCriticalSection libraryLock;
+constinit kv::StaticLock libraryLock;
 ITypeLib* loadedLibrary = nullptr;  // no smart pointer: a module must not call other modules while it is being unloaded
 
 kv::Ptr<ITypeLib> Library() {

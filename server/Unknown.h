@@ -43,7 +43,7 @@ class Unknown : public INonDelegatingUnknown {
     }
     ULONG STDMETHODCALLTYPE NonDelegatingRelease() noexcept final {
         const ULONG left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
-        if (left == 0) delete this;
+        if (left == 0) Destroy();
         return left;
     }
 
@@ -84,6 +84,8 @@ class Unknown : public INonDelegatingUnknown {
 
  private:
     TearOff* MakeTearOff() noexcept;
+    void Destroy() noexcept;
+    static Unknown* TakePostponed() noexcept;
 
     std::atomic<ULONG> references_{1};
     IUnknown* const outer_;

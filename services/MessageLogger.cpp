@@ -8,6 +8,7 @@
 namespace mova {
 namespace {
 
+constexpr auto noSuchSeverity = u"There is no such severity.";
 constexpr LONG greatestCapacity = 1'000'000;
 
 bool IsSeverity(movaMessageSeverity severity) noexcept {
@@ -27,7 +28,7 @@ DATE Now() noexcept {
 }  // namespace
 
 STDMETHODIMP MessageLogger::put_Threshold(movaMessageSeverity threshold) noexcept {
-    if (!IsSeverity(threshold)) return Refuse<IMessageLogger>(E_INVALIDARG, u"There is no such severity.");
+    if (!IsSeverity(threshold)) return Refuse<IMessageLogger>(E_INVALIDARG, noSuchSeverity);
     threshold_ = threshold;
     return S_OK;
 }
@@ -65,7 +66,7 @@ STDMETHODIMP MessageLogger::get_DroppedCount(LONG* count) noexcept {
 }
 
 STDMETHODIMP MessageLogger::Log(movaMessageSeverity severity, BSTR source, BSTR text) noexcept try {
-    if (!IsSeverity(severity)) return Refuse<IMessageLogger>(E_INVALIDARG, u"There is no such severity.");
+    if (!IsSeverity(severity)) return Refuse<IMessageLogger>(E_INVALIDARG, noSuchSeverity);
     if (severity < threshold_) return S_FALSE;
     Add({severity, Now(), kv::BString(kv::View(source)), kv::BString(kv::View(text))});
     return S_OK;

@@ -22,7 +22,8 @@ class MessageLogger final : public Component<MessageLogger, ::MessageLogger, IMe
     STDMETHODIMP get_DroppedCount(LONG* count) noexcept override;
     STDMETHODIMP Log(movaMessageSeverity severity, BSTR source, BSTR text) noexcept override;
     STDMETHODIMP LogErrorInfo(LONG status) noexcept override;
-    STDMETHODIMP Read(LONG index, movaMessageSeverity* severity, DATE* time, BSTR* source, BSTR* text) noexcept override;
+    STDMETHODIMP Read(LONG index, movaMessageSeverity* severity, DATE* time, BSTR* source,
+                      BSTR* text) noexcept override;
     STDMETHODIMP Clear() noexcept override;
 
  private:

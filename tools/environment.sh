@@ -53,10 +53,11 @@ build_preset() {
     (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"}) >&2
 }
 
-# Registers a preset's DLL in the prefix, where another one is registered or none.
+# Registers a preset's DLL in the prefix, where another one is registered, an older state of it, or none.
 register_preset() {
     local preset=$1
-    [ "$(cat "$registered" 2>/dev/null)" = "$preset" ] && return
+    [ "$(cat "$registered" 2>/dev/null)" = "$preset" ] &&
+        [ ! "$build/$preset/bin/movaSystem.dll" -nt "$registered" ] && return
     say "registering the $preset build of movaSystem.dll"
     wine64 regsvr32 /s "$build/$preset/bin/movaSystem.dll" >&2
     echo "$preset" >"$registered"

@@ -27,6 +27,18 @@ TEST(Client, ReadsAndPrintsPropertySets) {
               "A\t8\t\"a\\\"b\\\\c\\u0001\xC3\xA4\x7F=:\"\n");
 }
 
+TEST(Client, OpensPathsOfTheHost) {
+    // As ./mova tells it where it was called; without a drive, these are paths of the host.
+    const std::string root = std::string(MOVA_SOURCES).substr(std::string(MOVA_SOURCES).find('/'));
+    SetEnvironmentVariableW(L"MOVA_HOST_FOLDER", kv::Wide(kv::Utf16(root + "/docs").c_str()));
+    for (const std::string& file :
+         {std::string("../samples/connection.props"), std::string("./..//samples/./connection.props"),
+          root + "/docs/../samples//connection.props"})
+        EXPECT_EQ(Mova(u"propset " + kv::Utf16(file)).status, 0u) << file;
+    EXPECT_EQ(Mova(u"propset ../../../../../../../../nowhere").status, 2u);
+    SetEnvironmentVariableW(L"MOVA_HOST_FOLDER", nullptr);
+}
+
 TEST(Client, TellsWrongUsageFromRefusal) {
     const struct {
         const char16_t* arguments;
@@ -36,10 +48,10 @@ TEST(Client, TellsWrongUsageFromRefusal) {
     } rows[] = {{u"nonsense", "", "mova: there is no command nonsense; see mova help\n", 2},
                 {u"propset", "", "mova: propset takes a FILE or -\n", 2},
                 {u"propset -", "A=i4:1\nB=i2:32768\n", "mova: -, line 2: not NAME=TYPE:VALUE or -NAME\n", 2},
-                {u"propset nowhere.props", "", "mova: cannot open nowhere.props\n", 2},
+                {u"propset nowhere.props", "", "mova: cannot read nowhere.props\n", 2},
                 {u"registered Nonsense", "", "mova: there is no class Nonsense\n", 2},
                 {u"run -", "# a comment\n\n  \npropset \"a \\\"b\\\\ c\"\nregistered\nclasses --other\n\"open\n",
-                 "mova: cannot open a \"b\\ c\n# exit 2\nmova: registered takes the NAME of one class\n# exit 2\n"
+                 "mova: cannot read a \"b\\ c\n# exit 2\nmova: registered takes the NAME of one class\n# exit 2\n"
                  "mova: classes takes --missing or nothing\n# exit 2\nmova: a quotation is not closed\n# exit 2\n",
                  2},
                 {u"run -", "run -\n", "mova: run cannot be run from a script\n# exit 2\n", 2}};

@@ -85,6 +85,48 @@ TEST(PropertySetArrays, KeepElementsInOrder) {
     CheckArray<IPropertySetPropertyArray, IPropertySetProperty>(u"PropertySetPropertyArray", u"PropertySetProperty");
 }
 
+TEST(PropertySetArrays, SurviveAnElementThatChangesThemWhileItIsCopied) {
+    /// A set of another maker, whose copying empties the array that it is in.
+    class Visitor final : public IPropertySet, public IClone {
+     public:
+        explicit Visitor(IPropertySetArray* array) : array_(array) {}
+        STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
+            *object = nullptr;
+            if (iid == __uuidof(IPropertySet) || iid == __uuidof(IUnknown)) *object = static_cast<IPropertySet*>(this);
+            if (iid == __uuidof(IClone)) *object = static_cast<IClone*>(this);
+            return *object ? S_OK : E_NOINTERFACE;
+        }
+        STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
+        STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
+        STDMETHODIMP Clone(IUnknown** copy) noexcept override {
+            *copy = static_cast<IPropertySet*>(this);
+            return array_->RemoveAll();
+        }
+        STDMETHODIMP GetCount(LONG*) noexcept override { return E_NOTIMPL; }
+        STDMETHODIMP SetProperty(BSTR, VARIANT) noexcept override { return E_NOTIMPL; }
+        STDMETHODIMP SetProperties(VARIANT, VARIANT) noexcept override { return E_NOTIMPL; }
+        STDMETHODIMP GetProperty(BSTR, VARIANT*) noexcept override { return E_NOTIMPL; }
+        STDMETHODIMP GetProperties(VARIANT, VARIANT*) noexcept override { return E_NOTIMPL; }
+        STDMETHODIMP GetAllProperties(VARIANT*, VARIANT*) noexcept override { return E_NOTIMPL; }
+        STDMETHODIMP RemoveProperty(BSTR) noexcept override { return E_NOTIMPL; }
+        STDMETHODIMP IsEqual(IPropertySet*, VARIANT_BOOL*) noexcept override { return E_NOTIMPL; }
+
+     private:
+        IPropertySetArray* array_;
+    };
+    const auto array = New<IPropertySetArray>(u"PropertySetArray");
+    Visitor visitor(array.Get());
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_EQ(array->Add(&visitor), S_OK);
+        EXPECT_EQ(array->Add(New<IPropertySet>(u"PropertySet").Get()), S_OK);
+    }
+    kv::Ptr<IUnknown> copy;
+    EXPECT_EQ(array.As<IClone>()->Clone(copy.Put()), S_OK);
+    LONG count = 0;
+    EXPECT_EQ(copy.As<IPropertySetArray>()->get_Count(&count), S_OK);
+    EXPECT_EQ(count, 200);
+}
+
 TEST(MessageLogger, KeepsTheLatestMessagesAboveItsThreshold) {
     const auto log = New<IMessageLogger>(u"MessageLogger");
     EXPECT_EQ(log->Log(movaMessageDetail, Bstr(u"s"), Bstr(u"below")), S_FALSE);

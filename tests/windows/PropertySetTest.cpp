@@ -238,6 +238,53 @@ TEST(PropertySet, RefusesWhatItCannotKeepAndStaysAsItWas) {
     EXPECT_EQ(Number(set.Get(), u"A"), 7);
 }
 
+TEST(PropertySet, BelievesNoArrayThatIsNotWhatItsValueSays) {
+    const auto set = NewSet({u"A"});
+    const kv::Variant numbers = Array(VT_I8, {{1, 0}});
+    const kv::Variant texts = Array(VT_BSTR, {{1, 0}});
+    kv::Variant deep = Nested(kv::maxNesting + 100);
+    const auto as = [](const kv::Variant& array, VARTYPE type) {
+        VARIANT value{};
+        value.vt = static_cast<VARTYPE>(VT_ARRAY | type);
+        value.parray = array.Get().parray;
+        return value;
+    };
+    SAFEARRAY* bare = nullptr;  // of pointers that it does not say it owns
+    ASSERT_EQ(SafeArrayAllocDescriptor(1, &bare), S_OK);
+    bare->cbElements = sizeof(BSTR);
+    bare->rgsabound[0].cElements = 1;
+    ASSERT_EQ(SafeArrayAllocData(bare), S_OK);
+    const kv::Variant unowned = kv::Variant::FromArray(bare, VT_I8);
+    SAFEARRAY huge{};
+    huge.cDims = 1;
+    huge.cbElements = 8;
+    huge.rgsabound[0].cElements = 0xFFFFFFFF;
+    VARIANT withoutData{};
+    withoutData.vt = VT_ARRAY | VT_I8;
+    withoutData.parray = &huge;
+    for (const VARIANT& value : {as(numbers, VT_BSTR), as(texts, VT_I8), as(unowned, VT_BSTR), as(numbers, VT_VARIANT),
+                                 as(deep, VT_I1), as(deep, VT_VARIANT), withoutData}) {
+        EXPECT_EQ(set->SetProperty(Bstr(u"A"), value), E_INVALIDARG) << value.vt;
+        EXPECT_EQ(set->SetProperties(value, ArrayOf({1}).Get()), E_FAIL) << value.vt;
+        EXPECT_EQ(Number(set.Get(), u"A"), 1);
+    }
+}
+
+TEST(PropertySet, EndsAChainOfSetsLongerThanTheStack) {
+    kv::Ptr<IClassFactory> factory;  // the runtime's way to an object is too long for so many
+    ASSERT_EQ(CoGetClassObject(CLSID_PropertySet, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
+                               factory.PutVoid()),
+              S_OK);
+    kv::Ptr<IPropertySet> set;
+    for (int i = 0; i < 200'000; ++i) {
+        kv::Ptr<IPropertySet> outer;
+        ASSERT_EQ(factory->CreateInstance(nullptr, __uuidof(IPropertySet), outer.PutVoid()), S_OK);
+        EXPECT_EQ(outer->SetProperty(Bstr(u"inner"), Value(static_cast<IUnknown*>(set.Get())).Get()), S_OK);
+        set = outer;
+    }
+    set = {};
+}
+
 TEST(PropertySet, SetsAndGetsByArrays) {
     const auto set = NewSet();
     kv::Variant names = Array(VT_BSTR, {{3, -7}});
@@ -342,6 +389,8 @@ TEST(PropertySet, RefusesNullsAndPlacesOutside) {
     EXPECT_EQ(set->GetProperty(Bstr(longName), &value), E_FAIL);
     EXPECT_EQ(TakeErrorInfo(),
               Refusal<IPropertySet>("PropertySet", "No property is named \"" + std::string(100, 'x') + "...\"."));
+    EXPECT_EQ(set->GetProperty(Bstr(std::u16string_view(u"a\0b", 3)), &value), E_FAIL);
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySet>("PropertySet", "No property is named \"a\uFFFDb\"."));
     EXPECT_EQ(set->GetProperty(Bstr(u"B"), &value), E_FAIL);
     EXPECT_EQ(set->GetCount(nullptr), E_POINTER);
     EXPECT_EQ(TakeErrorInfo(), "") << "an earlier failure's text must not explain a later one";
@@ -357,6 +406,12 @@ TEST(PropertySet, ComparesByNameAndValueWhateverTheOrder) {
     EXPECT_TRUE(Equal(set.Get(), set.Get()));
     other->SetProperty(Bstr(u"a"), Value(1.0).Get());
     EXPECT_FALSE(Equal(set.Get(), other.Get())) << "values of another type are not equal";
+    PropertyList twice;
+    PropertyList once;
+    for (const char16_t* name : {u"A", u"a"}) twice.Append(PropertyList::MakeEntry(name, Value(1)));
+    for (const char16_t* name : {u"A", u"B"}) once.Append(PropertyList::MakeEntry(name, Value(1)));
+    EXPECT_TRUE(twice.IsWithin(once));
+    EXPECT_FALSE(once.IsWithin(twice));
     set->SetProperty(Bstr(u"A"), Value(u"x").Get());
     other->SetProperty(Bstr(u"A"), Value(u"X").Get());
     EXPECT_FALSE(Equal(set.Get(), other.Get()));

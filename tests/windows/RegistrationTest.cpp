@@ -17,7 +17,7 @@ constexpr CATID probeCategory{0x7E1D5B03, 0x0D4C, 0x4C55, {0xB1, 0x20, 0x51, 0x5
 constexpr CATID otherCategory{0x7E1D5B04, 0x0D4C, 0x4C55, {0xB1, 0x20, 0x51, 0x52, 0x77, 0x0C, 0x22, 0x04}};
 
 const ClassEntry probeTable[] = {
-    {.classId = &probeCategory, .name = u"Probe things", .categories = {&probeCategory}, .category = 1},
+    {.classId = &probeCategory, .name = u"Probe things", .categories = {&probeCategory}, .definesCategory = 1},
     {.classId = &probeClass,
      .name = u"RegistrationProbe",
      .categories = {&probeCategory, nullptr, &otherCategory},
@@ -128,7 +128,7 @@ TEST(Registration, WritesEveryKeyAndRemovesThemAll) {
     ASSERT_EQ(kv::Create(CLSID_StdComponentCategoriesMgr, information), S_OK);
     wchar_t* description = nullptr;
     CATID category = probeCategory;
-    EXPECT_EQ(information->GetCategoryDesc(category, LOCALE_USER_DEFAULT, &description), S_OK);
+    EXPECT_EQ(information->GetCategoryDesc(category, 0x409, &description), S_OK);
     EXPECT_EQ(std::wstring(description ? description : L""), L"Probe things");
     CoTaskMemFree(description);
 

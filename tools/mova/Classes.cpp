@@ -116,11 +116,12 @@ int RunRegistered(Arguments arguments) {
     std::vector<std::string> lines;
     for (const std::u16string& path :
          {u"CLSID\\" + kv::GuidText(row->classId), ProgIdOf(*row), ProgIdOf(*row) + u".1"}) {
-        auto key = kv::RegistryKey::Open(HKEY_CLASSES_ROOT, path);
-        if (!key) key = kv::RegistryKey::Open(HKEY_CURRENT_USER, u"Software\\Classes\\" + path);
-        if (key) AddValues(key, path, lines);
+        if (const auto key = kv::RegistryKey::Open(HKEY_CLASSES_ROOT, path)) AddValues(key, path, lines);
+        if (const auto key = kv::RegistryKey::Open(HKEY_CURRENT_USER, u"Software\\Classes\\" + path))
+            AddValues(key, path, lines);
     }
     std::sort(lines.begin(), lines.end());
+    lines.erase(std::unique(lines.begin(), lines.end()), lines.end());  // the classes root may show the user's, too
     for (const std::string& line : lines) Print(line);
     return 0;
 }

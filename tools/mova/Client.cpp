@@ -37,30 +37,30 @@ constexpr Command commands[] = {
 };
 
 /// The text with line breaks and other control characters escaped, so that it stays one line.
-std::string OneLine(std::string_view text) {
+std::string OneLine(std::u16string_view text) {
     constexpr std::string_view digits = "0123456789abcdef";
-    std::string line;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
-            line += "\\n";
-        } else if (c == '\r') {
-            line += "\\r";
-        } else if (c == '\t') {
-            line += "\\t";
-        } else if (byte < 0x20 || byte == 0x7F) {
-            line.append("\\u00").append({digits[byte >> 4], digits[byte & 0xF]});
+    std::u16string line;
+    for (const char16_t c : text) {
+        if (c == u'\n') {
+            line += u"\\n";
+        } else if (c == u'\r') {
+            line += u"\\r";
+        } else if (c == u'\t') {
+            line += u"\\t";
+        } else if (c < 0x20 || (c >= 0x7F && c < 0xA0)) {
+            line.append(u"\\u00").append(
+                {static_cast<char16_t>(digits[c >> 4]), static_cast<char16_t>(digits[c & 0xF])});
         } else {
             line += c;
         }
     }
-    return line;
+    return kv::Utf8(line);
 }
 
 std::string RefusalLine(const Refused& refused) {
     std::string line = "mova: ";
     if (!refused.source.empty() || !refused.description.empty())
-        line += OneLine(refused.source) + ": " + OneLine(refused.description) + " ";
+        line += OneLine(kv::Utf16(refused.source)) + ": " + OneLine(kv::Utf16(refused.description)) + " ";
     return line + "(" + StatusText(refused.status) + ")\n";
 }
 
@@ -79,6 +79,24 @@ std::string ShortestText(Number number) {
     return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
 }
 
+/// A path of the host without empty parts, "." and "..", and with backslashes between its parts.
+std::u16string PlainPath(std::u16string_view path) {
+    std::vector<std::u16string_view> parts;
+    while (!path.empty()) {
+        const std::size_t end = std::min(path.find(u'/'), path.size());
+        const std::u16string_view part = path.substr(0, end);
+        path.remove_prefix(std::min(end + 1, path.size()));
+        if (part == u"..") {
+            if (!parts.empty()) parts.pop_back();
+        } else if (!part.empty() && part != u".") {
+            parts.push_back(part);
+        }
+    }
+    std::u16string plain;
+    for (const std::u16string_view part : parts) plain.append(u"\\").append(part);
+    return plain;
+}
+
 /// A file's name as the platform's file functions take it. Under ./mova it is a path of the host, with any characters
 /// in it, which Wine opens under a prefix of its own.
 std::u16string PlatformPath(const std::string& file) {
@@ -87,16 +105,20 @@ std::u16string PlatformPath(const std::string& file) {
     std::u16string path = kv::Utf16(file);
     if (length == 0 || length >= folder.size()) return path;
     if (!path.starts_with(u'/')) path = std::u16string(kv::Narrow16(folder.data()), length) + u'/' + path;
-    std::replace(path.begin(), path.end(), u'/', u'\\');
-    return u"\\\\?\\unix" + path;
+    return u"\\\\?\\unix" + PlainPath(path);
 }
 
-std::string ReadAll(HANDLE source) {
+/// What is left to read; nothing where reading fails before the end.
+std::optional<std::string> ReadAll(HANDLE source) {
     std::string content;
     std::array<char, 65536> chunk;
     DWORD count = 0;
-    while (ReadFile(source, chunk.data(), static_cast<DWORD>(chunk.size()), &count, nullptr) && count != 0)
+    for (;;) {
+        if (!ReadFile(source, chunk.data(), static_cast<DWORD>(chunk.size()), &count, nullptr)) break;
+        if (count == 0) return content;
         content.append(chunk.data(), count);
+    }
+    if (GetLastError() != ERROR_BROKEN_PIPE && GetLastError() != ERROR_HANDLE_EOF) return {};
     return content;
 }
 
@@ -104,7 +126,7 @@ std::optional<std::string> ReadFileAt(const std::u16string& path) {
     HANDLE source = CreateFileW(kv::Wide(path.c_str()), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                 FILE_ATTRIBUTE_NORMAL, nullptr);
     if (source == INVALID_HANDLE_VALUE) return {};
-    std::string content = ReadAll(source);
+    auto content = ReadAll(source);
     CloseHandle(source);
     return content;
 }
@@ -141,7 +163,7 @@ int RunHelp(Arguments) {
 }
 
 int RunCommand(Arguments words, FILE* refusals) try {
-    const std::string name = words.empty() ? "help" : words[0];
+    const std::string name = words.empty() || words[0] == "--help" ? "help" : words[0];
     const auto* command = std::find_if(std::begin(commands), std::end(commands),
                                        [&](const Command& known) { return known.name == name; });
     if (command == std::end(commands)) throw WrongUsage{"there is no command " + name + "; see mova help"};
@@ -172,9 +194,8 @@ void Print(std::string_view text) {
 }
 
 std::string ReadInput(const std::string& file) {
-    if (file == "-") return ReadAll(GetStdHandle(STD_INPUT_HANDLE));
-    const auto content = ReadFileAt(PlatformPath(file));
-    if (!content) throw WrongUsage{"cannot open " + file};
+    const auto content = file == "-" ? ReadAll(GetStdHandle(STD_INPUT_HANDLE)) : ReadFileAt(PlatformPath(file));
+    if (!content) throw WrongUsage{"cannot read " + file};
     return *content;
 }
 
@@ -184,7 +205,7 @@ std::string ReadSample(std::string_view name) {
     const std::u16string_view client(kv::Narrow16(path.data()), length);
     const std::u16string folder(client.substr(0, client.rfind(u'\\')));
     const auto content = ReadFileAt(folder + u"\\samples\\" + kv::Utf16(name));
-    if (!content) throw WrongUsage{"cannot open the sample " + std::string(name)};
+    if (!content) throw WrongUsage{"cannot read the sample " + std::string(name)};
     return *content;
 }
 

@@ -25,7 +25,7 @@ constexpr TypeRow types[] = {
     {"str", PropertyType::string},
 };
 
-/// A whole text as a number. A value beyond a double's range is none.
+/// A whole text as a number, "inf" and "nan" among them. A value too large or too small for its type is none.
 template <class Number>
 std::optional<Number> ParseNumber(std::string_view text) noexcept {
     Number number{};
@@ -96,7 +96,7 @@ std::vector<std::string_view> SplitLines(std::string_view text) {
     while (!text.empty()) {
         const std::size_t end = std::min(text.find('\n'), text.size());
         std::string_view line = text.substr(0, end);
-        if (line.ends_with('\r')) line.remove_suffix(1);
+        if (end != text.size() && line.ends_with('\r')) line.remove_suffix(1);
         lines.push_back(line);
         text.remove_prefix(std::min(end + 1, text.size()));
     }
