@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -24,7 +25,8 @@ struct HashLink {
 /// through chains that lead straight to the elements. Which of the two it is cannot be told from the answers. Several
 /// elements may have one hash, and several may match.
 /// @tparam Owner holds an element as std::unique_ptr does; elements stay where they are.
-template <class Owner>
+/// @tparam Allocator where the list's own memory comes from.
+template <class Owner, template <class> class Allocator = std::allocator>
 class HashedList {
  public:
     using Element = std::remove_reference_t<decltype(*std::declval<Owner>())>;
@@ -81,6 +83,9 @@ class HashedList {
     }
 
  private:
+    using Elements = std::vector<Owner, Allocator<Owner>>;
+    using Heads = std::vector<Element*, Allocator<Element*>>;
+
     static constexpr std::size_t longestScanned = 8;
     static constexpr std::size_t bucketsPerElement = 2;  // at least: a chain's second element is a trip to memory
     static constexpr std::size_t slackKept = 128;
@@ -117,7 +122,7 @@ class HashedList {
     /// Gives back most of the room that is not used; some is left, so that adding and removing in turn stays cheap.
     /// Where there is no memory for the move, the room stays.
     void Shrink() noexcept try {
-        std::vector<Owner> fewer;
+        Elements fewer;
         fewer.reserve(elements_.size() + std::min(slackKept, elements_.size() / 4));
         std::move(elements_.begin(), elements_.end(), std::back_inserter(fewer));
         elements_.swap(fewer);
@@ -128,12 +133,12 @@ class HashedList {
     }
 
     void LinkInto(std::size_t buckets) {
-        std::vector<Element*>(buckets).swap(heads_);
+        Heads(buckets).swap(heads_);
         for (const Owner& element : elements_) PushToChain(*element);
     }
 
-    std::vector<Owner> elements_;
-    std::vector<Element*> heads_;  ///< the first element of each bucket's chain; empty in a list that is scanned
+    Elements elements_;
+    Heads heads_;  ///< the first element of each bucket's chain; empty in a list that is scanned
 };
 
 }  // namespace mova

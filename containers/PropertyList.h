@@ -55,7 +55,7 @@ class PropertyList {
     void Swap(PropertyList& other) noexcept { entries_.Swap(other.entries_); }
 
  private:
-    HashedList<Entry> entries_;
+    HashedList<Entry, kv::BlockAllocator> entries_;
 };
 
 }  // namespace mova

@@ -207,7 +207,7 @@ STDMETHODIMP PropertySet::Clone(IUnknown** copy) noexcept try {
 
 HRESULT PropertySet::RefuseUnknown(std::u16string_view name) const noexcept {
     // On the stack, since a set is also asked for names that may be there or not.
-    std::array<char16_t, longestNameInMessage + 40> text{};
+    std::array<char16_t, longestNameInMessage + 40> text;
     auto end = text.begin();
     const auto append = [&](std::u16string_view part) { end = std::copy(part.begin(), part.end(), end); };
     append(u"No property is named \"");
@@ -215,6 +215,7 @@ HRESULT PropertySet::RefuseUnknown(std::u16string_view name) const noexcept {
     append(name.substr(0, longestNameInMessage));
     std::replace(begin, end, u'\0', u'\uFFFD');  // a message ends at a NUL
     append(name.size() > longestNameInMessage ? u"...\"." : u"\".");
+    *end = u'\0';
     return Refuse<IPropertySet>(E_FAIL, text.data());
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <new>
 
 namespace kv {
 
@@ -13,5 +14,24 @@ void GiveBlock(void* block, std::size_t size) noexcept;
 /// Returns all recycled blocks to the heap; afterwards nothing is recycled any more. For the module's unloading, when
 /// no other thread runs its code.
 void CloseBlockPool() noexcept;
+
+/// Lets a container of the standard library take its memory from the recycled blocks while it is small.
+template <class T>
+struct BlockAllocator {
+    using value_type = T;
+
+    BlockAllocator() noexcept = default;
+    template <class Other>
+    BlockAllocator(const BlockAllocator<Other>&) noexcept {}
+
+    T* allocate(std::size_t count) {
+        void* block = count <= static_cast<std::size_t>(-1) / sizeof(T) ? TakeBlock(count * sizeof(T)) : nullptr;
+        if (!block) throw std::bad_alloc();
+        return static_cast<T*>(block);
+    }
+    void deallocate(T* block, std::size_t count) noexcept { GiveBlock(block, count * sizeof(T)); }
+
+    friend bool operator==(const BlockAllocator&, const BlockAllocator&) noexcept = default;
+};
 
 }  // namespace kv

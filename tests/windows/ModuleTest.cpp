@@ -232,6 +232,7 @@ TEST(Module, KeepsASingletonAThreadUntilThatThreadAsksToUnload) {
 
 TEST(Module, EightThreadsLeaveTheCountAtZero) {
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int t = 0; t < 8; ++t)
         threads.emplace_back([] {
             CoInitialize(nullptr);

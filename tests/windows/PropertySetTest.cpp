@@ -272,9 +272,9 @@ TEST(PropertySet, BelievesNoArrayThatIsNotWhatItsValueSays) {
 
 TEST(PropertySet, EndsAChainOfSetsLongerThanTheStack) {
     kv::Ptr<IClassFactory> factory;  // the runtime's way to an object is too long for so many
-    ASSERT_EQ(CoGetClassObject(CLSID_PropertySet, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
-                               factory.PutVoid()),
-              S_OK);
+    ASSERT_EQ(
+        CoGetClassObject(CLSID_PropertySet, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory), factory.PutVoid()),
+        S_OK);
     kv::Ptr<IPropertySet> set;
     for (int i = 0; i < 200'000; ++i) {
         kv::Ptr<IPropertySet> outer;

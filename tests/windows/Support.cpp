@@ -9,14 +9,14 @@ namespace mova::test {
 
 kv::Variant ArrayOf(std::initializer_list<std::u16string_view> texts) {
     kv::ArrayBuilder array(VT_VARIANT, texts.size());
-    VARIANT* element = array.Elements<VARIANT>();
+    auto* element = array.Elements<VARIANT>();
     for (const auto text : texts) *element++ = Value(text).Detach();
     return array.Finish();
 }
 
 kv::Variant ArrayOf(std::initializer_list<LONG> numbers) {
     kv::ArrayBuilder array(VT_VARIANT, numbers.size());
-    VARIANT* element = array.Elements<VARIANT>();
+    auto* element = array.Elements<VARIANT>();
     for (const LONG number : numbers) *element++ = Value(number).Detach();
     return array.Finish();
 }

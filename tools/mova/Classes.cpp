@@ -81,7 +81,8 @@ void AddValues(const kv::RegistryKey& key, const std::u16string& path, std::vect
     for (DWORD index = 0;; ++index) {
         const std::u16string child = key.SubkeyName(index);
         if (child.empty()) break;
-        if (const auto opened = kv::RegistryKey::Open(key.Get(), child)) AddValues(opened, path + u"\\" + child, lines);
+        if (const auto opened = kv::RegistryKey::Open(key.Get(), child))
+            AddValues(opened, std::u16string(path).append(u"\\").append(child), lines);
     }
 }
 
