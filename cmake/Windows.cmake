@@ -48,6 +48,7 @@ add_library(
   server/ClassTable.cpp
   server/MOVAExtendedErrorInfo.cpp
   server/Module.cpp
+  server/PostponedEnds.cpp
   server/Refusal.cpp
   server/Registration.cpp
   server/TearOff.cpp

@@ -22,6 +22,10 @@ class KvCriticalSection {
 /// A lock without a destructor, for statics that may be used while the process ends. A thread must not take it twice.
 class StaticLock {
  public:
+    constexpr StaticLock() noexcept = default;
+    StaticLock(const StaticLock&) = delete;
+    StaticLock& operator=(const StaticLock&) = delete;
+
     void Enter() noexcept { AcquireSRWLockExclusive(&lock_); }
     void Leave() noexcept { ReleaseSRWLockExclusive(&lock_); }
 

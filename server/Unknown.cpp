@@ -1,51 +1,19 @@
 #include "server/Unknown.h"
 
 #include <algorithm>
-#include <array>
 #include <memory>
 #include <new>
 
 #include "kvcore/BlockPool.h"
-#include "kvcore/CriticalSection.h"
 #include "server/Component.h"
 #include "server/Module.h"
+#include "server/PostponedEnds.h"
 #include "server/TearOff.h"
 
 namespace mova {
-
 namespace {
 
-constexpr std::uintptr_t stackKept = 128 * 1024;
-
-struct PostponedEnd {
-    DWORD thread;  ///< 0: the place is free
-    Unknown* object;
-};
-constinit kv::StaticLock postponedLock;
-constinit std::atomic<int> postponedCount{0};
-constinit std::array<PostponedEnd, 64> postponedEnds{};
-
-auto FindPostponed(DWORD thread) noexcept {
-    return std::find_if(postponedEnds.begin(), postponedEnds.end(),
-                        [=](const PostponedEnd& end) { return end.thread == thread; });
-}
-
-/// @return false where there is no place for it
-bool Postpone(Unknown* object) noexcept {
-    const kv::KvAutoLock lock(postponedLock);
-    const auto place = FindPostponed(0);
-    if (place == postponedEnds.end()) return false;
-    *place = {GetCurrentThreadId(), object};
-    ++postponedCount;
-    return true;
-}
-
-std::uintptr_t StackLeft() noexcept {
-    ULONG_PTR low = 0;
-    ULONG_PTR high = 0;
-    GetCurrentThreadStackLimits(&low, &high);
-    return reinterpret_cast<std::uintptr_t>(&high) - low;
-}
+constinit PostponedEnds postponedEnds;
 
 }  // namespace
 
@@ -58,22 +26,13 @@ Unknown::~Unknown() {
     --lockCount;
 }
 
-// The end of an object is the end of those that it alone holds, and so on: a chain of objects can be longer than the
-// stack. Where little of it is left, an object's end is put off until the one before it in the chain is over.
 void Unknown::Destroy() noexcept {
-    if (StackLeft() < stackKept && Postpone(this)) return;
+    const bool stackIsShort = PostponedEnds::StackIsShort();
+    if (stackIsShort && postponedEnds.Postpone(this)) return;
+    const bool collects = stackIsShort && postponedEnds.Begin();
     delete this;
-    while (Unknown* postponed = TakePostponed()) delete postponed;
-}
-
-Unknown* Unknown::TakePostponed() noexcept {
-    if (postponedCount.load(std::memory_order_relaxed) == 0) return nullptr;
-    const kv::KvAutoLock lock(postponedLock);
-    const auto place = FindPostponed(GetCurrentThreadId());
-    if (place == postponedEnds.end()) return nullptr;
-    --postponedCount;
-    place->thread = 0;
-    return place->object;
+    if (!collects) return;
+    while (Unknown* postponed = postponedEnds.Take()) delete postponed;
 }
 
 HRESULT Unknown::QueryFrame(std::uint64_t idFirst, std::uint64_t idSecond, void** object) noexcept {

@@ -85,7 +85,6 @@ class Unknown : public INonDelegatingUnknown {
  private:
     TearOff* MakeTearOff() noexcept;
     void Destroy() noexcept;
-    static Unknown* TakePostponed() noexcept;
 
     std::atomic<ULONG> references_{1};
     IUnknown* const outer_;

@@ -271,18 +271,33 @@ TEST(PropertySet, BelievesNoArrayThatIsNotWhatItsValueSays) {
 }
 
 TEST(PropertySet, EndsAChainOfSetsLongerThanTheStack) {
-    kv::Ptr<IClassFactory> factory;  // the runtime's way to an object is too long for so many
-    ASSERT_EQ(
-        CoGetClassObject(CLSID_PropertySet, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory), factory.PutVoid()),
-        S_OK);
-    kv::Ptr<IPropertySet> set;
-    for (int i = 0; i < 200'000; ++i) {
-        kv::Ptr<IPropertySet> outer;
-        ASSERT_EQ(factory->CreateInstance(nullptr, __uuidof(IPropertySet), outer.PutVoid()), S_OK);
-        EXPECT_EQ(outer->SetProperty(Bstr(u"inner"), Value(static_cast<IUnknown*>(set.Get())).Get()), S_OK);
-        set = outer;
+    const auto endChain = [](void* length) -> DWORD {
+        CoInitialize(nullptr);
+        kv::Ptr<IClassFactory> factory;  // the runtime's way to an object is too long for so many
+        EXPECT_EQ(CoGetClassObject(CLSID_PropertySet, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
+                                   factory.PutVoid()),
+                  S_OK);
+        kv::Ptr<IPropertySet> set;
+        for (int i = 0; i < *static_cast<int*>(length); ++i) {
+            kv::Ptr<IPropertySet> outer;
+            EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(IPropertySet), outer.PutVoid()), S_OK);
+            EXPECT_EQ(outer->SetProperty(Bstr(u"inner"), Value(static_cast<IUnknown*>(set.Get())).Get()), S_OK);
+            set = outer;
+        }
+        set = {};
+        EXPECT_EQ(Export<HRESULT STDAPICALLTYPE()>("DllCanUnloadNow")(), S_OK);
+        factory = {};
+        CoUninitialize();
+        return 0;
+    };
+    int length = 200'000;
+    EXPECT_EQ(endChain(&length), 0u);
+    for (length = 1; length <= 10'000; length *= 100) {  // on a stack that is short from the beginning
+        const HANDLE thread =
+            CreateThread(nullptr, 100 * 1024, endChain, &length, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+        WaitForSingleObject(thread, INFINITE);
+        CloseHandle(thread);
     }
-    set = {};
 }
 
 TEST(PropertySet, SetsAndGetsByArrays) {
