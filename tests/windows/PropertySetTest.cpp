@@ -293,7 +293,7 @@ TEST(PropertySet, EndsAChainOfSetsLongerThanTheStack) {
     int length = 200'000;
     EXPECT_EQ(endChain(&length), 0u);
     for (length = 1; length <= 10'000; length *= 100) {  // on a stack that is short from the beginning
-        const HANDLE thread =
+        HANDLE thread =
             CreateThread(nullptr, 100 * 1024, endChain, &length, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
         WaitForSingleObject(thread, INFINITE);
         CloseHandle(thread);
