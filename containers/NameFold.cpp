@@ -1,9 +1,7 @@
 #include "containers/NameFold.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
-#include <utility>
 
 #include "kvcore/Multiply.h"
 
@@ -99,12 +97,11 @@ bool SameName(std::u16string_view left, std::u16string_view right, Upcase upcase
 std::uint32_t HashName(std::u16string_view name, std::uint64_t seed, Upcase upcase) noexcept {
     constexpr std::uint64_t odd = 0x9E37'79B9'7F4A'7C15ull;  // 2^64 over the golden ratio: spreads neighbours
     std::uint64_t hash = seed ^ (name.size() * odd);
-    std::uint64_t other = ~hash;  // two chains in turn, so that one multiplication need not wait for the last
     ForBlocks(name, [&](std::size_t, std::uint64_t block) {
-        hash = std::exchange(other, kv::FoldedProduct(hash ^ UpcaseBlock(block, upcase), odd));
+        hash = kv::FoldedProduct(hash ^ UpcaseBlock(block, upcase), odd);
         return true;
     });
-    return static_cast<std::uint32_t>(kv::FoldedProduct(hash ^ std::rotr(other, 32), odd));
+    return static_cast<std::uint32_t>(kv::FoldedProduct(hash, odd));
 }
 
 }  // namespace mova
