@@ -125,9 +125,10 @@ STDMETHODIMP PropertySet::GetAllProperties(VARIANT* names, VARIANT* values) noex
     if (names) VariantInit(names);
     if (values) VariantInit(values);
     if (!names || !values) return Refuse(E_POINTER);
-    kv::ArrayBuilder nameCopies(VT_VARIANT, properties_.Count());  // not VT_BSTR: scripts can index VARIANTs only
-    kv::ArrayBuilder valueCopies(VT_VARIANT, properties_.Count());
-    for (std::size_t i = 0; i < properties_.Count(); ++i) {
+    const std::size_t count = properties_.Count();
+    kv::ArrayBuilder nameCopies(VT_VARIANT, count);  // not VT_BSTR: scripts can index VARIANTs only
+    kv::ArrayBuilder valueCopies(VT_VARIANT, count);
+    for (std::size_t i = 0; i < count && i < properties_.Count(); ++i) {  // an object that is copied may call back
         nameCopies.Elements<VARIANT>()[i] = kv::Variant::FromText(kv::BString(properties_.NameAt(i))).Detach();
         CopyOut(properties_.ValueAt(i), valueCopies.Elements<VARIANT>() + i);
     }

@@ -31,13 +31,13 @@ wine64() {
     if [ -x /usr/lib/wine/wine64 ]; then /usr/lib/wine/wine64 "$@"; else command wine64 "$@"; fi
 }
 
-# Makes the Wine prefix, once, and keeps one server for the commands that follow each other.
+# Makes the Wine prefix, once.
 ensure_prefix() {
     if [ ! -e "$WINEPREFIX/made" ]; then
         say "making a Wine prefix in build/wine"
         rm -rf "$WINEPREFIX"
         mkdir -p "$WINEPREFIX"
-        wine64 wineboot -i >/dev/null 2>&1
+        wine64 wineboot -i >"$build/wineboot.log" 2>&1 || { say "wineboot failed; see build/wineboot.log" && return 1; }
         touch "$WINEPREFIX/made"
     fi
 }
@@ -59,6 +59,6 @@ register_preset() {
     [ "$(cat "$registered" 2>/dev/null)" = "$preset" ] &&
         [ ! "$build/$preset/bin/movaSystem.dll" -nt "$registered" ] && return
     say "registering the $preset build of movaSystem.dll"
-    wine64 regsvr32 /s "$build/$preset/bin/movaSystem.dll" >&2
+    wine64 regsvr32 /s "$build/$preset/bin/movaSystem.dll" >&2 || { say "regsvr32 failed" && return 1; }
     echo "$preset" >"$registered"
 }
