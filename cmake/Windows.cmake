@@ -1,7 +1,7 @@
 # The server, its client, and their tests and benchmarks, for Windows.
 include(Widl)
 enable_language(RC)
-mova_compile_idl(movaSystem movaServer movaContainers movaServices)
+mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -31,10 +31,12 @@ add_library(
   kvcore/BlockPool.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
+  kvcore/Stream.cpp
   kvcore/SystemText.cpp
   kvcore/Utf.cpp
   kvcore/Variant.cpp)
 target_link_libraries(kvcore PUBLIC mova-windows)
+add_dependencies(kvcore mova-idl)
 
 # The server's code, once for the DLL and for the tests of its parts.
 add_library(
@@ -54,7 +56,8 @@ add_library(
   server/TearOff.cpp
   server/TypeLibrary.cpp
   server/Unknown.cpp
-  services/MessageLogger.cpp)
+  services/MessageLogger.cpp
+  streams/MemoryBlobStream.cpp)
 target_link_libraries(mova-server PUBLIC mova-windows)
 add_dependencies(mova-server mova-idl)
 

@@ -18,6 +18,8 @@ class ArrayView {
     std::size_t Count() const noexcept { return count_; }
     USHORT Dimensions() const noexcept { return array_->cDims; }
     VARTYPE Type() const noexcept { return type_; }
+    /// The elements' memory; null where there are none.
+    const void* Data() const noexcept { return array_->pvData; }
     const SAFEARRAYBOUND& Bound(USHORT dimension) const noexcept { return array_->rgsabound[dimension]; }
     /// An element that still belongs to the array: it is not to be cleared.
     VARIANT Element(std::size_t index) const noexcept;

@@ -6,6 +6,7 @@
 #include "server/ClassFactory.h"
 #include "server/MOVAExtendedErrorInfo.h"
 #include "services/MessageLogger.h"
+#include "streams/MemoryBlobStream.h"
 
 namespace mova {
 namespace {
@@ -26,6 +27,7 @@ constexpr ClassEntry ThreadSingleton(const char16_t* name) noexcept {
 
 constinit const ClassEntry classTable[] = {
     NewObject<PropertySet>(u"PropertySet"),
+    NewObject<MemoryBlobStream>(u"MemoryBlobStream"),
     NewObject<MOVAExtendedErrorInfo>(u"MOVAExtendedErrorInfo"),
     NewObject<PropertySetProperty>(u"PropertySetProperty"),
     NewObject<PropertySetPropertyArray>(u"PropertySetPropertyArray"),

@@ -1,0 +1,101 @@
+#include "kvcore/Stream.h"
+
+#include <limits>
+
+#include <movaStreams.h>
+
+namespace kv {
+namespace {
+
+/// As much as one call of a stream can take.
+ULONG Piece(std::size_t size) noexcept {
+    return static_cast<ULONG>(std::min<std::size_t>(size, std::numeric_limits<LONG>::max()));
+}
+
+}  // namespace
+
+HRESULT KvStreamRead(IStream* stream, void* target, std::size_t size, std::size_t* read) noexcept {
+    std::size_t done = 0;
+    HRESULT status = S_OK;
+    while (done < size) {
+        ULONG came = 0;
+        status = stream->Read(static_cast<std::byte*>(target) + done, Piece(size - done), &came);
+        if (FAILED(status)) break;
+        if (came == 0 || came > size - done) break;
+        done += came;
+    }
+    if (read) *read = done;
+    return FAILED(status) ? status : S_OK;
+}
+
+HRESULT KvStreamWrite(IStream* stream, const void* source, std::size_t size, std::size_t* written) noexcept {
+    std::size_t done = 0;
+    HRESULT status = S_OK;
+    while (done < size) {
+        ULONG went = 0;
+        status = stream->Write(static_cast<const std::byte*>(source) + done, Piece(size - done), &went);
+        if (SUCCEEDED(status) && (went == 0 || went > size - done)) status = STG_E_MEDIUMFULL;
+        if (FAILED(status)) break;
+        done += went;
+    }
+    if (written) *written = done;
+    return FAILED(status) ? status : S_OK;
+}
+
+HRESULT KvStreamSeek(IStream* stream, std::uint64_t position) noexcept {
+    LARGE_INTEGER to;
+    to.QuadPart = static_cast<LONGLONG>(position);
+    return stream->Seek(to, STREAM_SEEK_SET, nullptr);
+}
+
+std::int32_t KvStreamGetDocumentVersion(IStream* stream) noexcept {
+    const auto document = Ptr<IStream>(stream).As<IDocumentVersion>();
+    LONG version = currentDocumentVersion;
+    return document && SUCCEEDED(document->get_DocumentVersion(&version)) ? version : currentDocumentVersion;
+}
+
+detail::StreamUser::StreamUser(IStream* stream) noexcept : stream_(stream) {
+    if (SUCCEEDED(stream->QueryInterface(__uuidof(IWindowedStream), windowed_.PutVoid())))
+        window_ = windowed_->Window();
+}
+
+bool StreamReader::ReadBeyond(void* target, std::size_t size) noexcept {
+    std::size_t read = 0;
+    const HRESULT status = KvStreamRead(Stream(), target, size, &read);
+    if (FAILED(status)) return FailWith(status);
+    return read == size || Fail();
+}
+
+bool StreamReader::HoldsBeyond(std::uint64_t size) noexcept {
+    STATSTG stat{};
+    ULARGE_INTEGER position{};
+    if (FAILED(Stream()->Stat(&stat, STATFLAG_NONAME)) ||
+        FAILED(Stream()->Seek(LARGE_INTEGER{}, STREAM_SEEK_CUR, &position)))
+        return false;
+    return position.QuadPart <= stat.cbSize.QuadPart && size <= stat.cbSize.QuadPart - position.QuadPart;
+}
+
+HRESULT StreamWriter::Finish() noexcept {
+    if (!Failed()) Flush();
+    return Failed() ? status_ : S_OK;
+}
+
+bool StreamWriter::WriteBeyond(const void* source, std::size_t size) noexcept {
+    if (user_.Window()) return WriteThrough(source, size);
+    if (!Flush()) return false;
+    if (size > buffer_.size()) return WriteThrough(source, size);
+    return Write(source, size);
+}
+
+bool StreamWriter::WriteThrough(const void* source, std::size_t size) noexcept {
+    const HRESULT status = KvStreamWrite(Stream(), source, size, nullptr);
+    return SUCCEEDED(status) || FailWith(status);
+}
+
+bool StreamWriter::Flush() noexcept {
+    const auto size = static_cast<std::size_t>(own_.position - buffer_.data());
+    own_.position = own_.readEnd = buffer_.data();
+    return size == 0 || WriteThrough(buffer_.data(), size);
+}
+
+}  // namespace kv

@@ -1,0 +1,119 @@
+// Reading and writing persisted fields through the platform's streams.
+#pragma once
+
+#include <objidl.h>
+
+#include "kvcore/ByteWindow.h"
+#include "kvcore/Ptr.h"
+
+namespace kv {
+
+/// Answered by streams in memory: what a reader or writer needs to go on without a call for each value. Of this module
+/// family only; it has no place in a type library.
+struct IWindowedStream : IUnknown {
+    /// The stream's own state, which reading and writing move: valid as long as the stream; all null while the stream
+    /// has nothing to show, for then its operations are to be called.
+    virtual ByteWindow* STDMETHODCALLTYPE Window() noexcept = 0;
+};
+
+/// Reads exactly so many bytes, in as many calls as the stream wants.
+/// @param read receives how many came, which are fewer at the end of the stream; may be null.
+/// @return S_OK, also where fewer came; the stream's failure
+HRESULT KvStreamRead(IStream* stream, void* target, std::size_t size, std::size_t* read) noexcept;
+/// Writes exactly so many bytes. @param written receives how many were written; may be null.
+/// @return S_OK; the stream's failure, STG_E_MEDIUMFULL where it takes no more without saying why
+HRESULT KvStreamWrite(IStream* stream, const void* source, std::size_t size, std::size_t* written) noexcept;
+/// The same for one value, little-endian.
+template <PlainValue T>
+HRESULT KvStreamRead(IStream* stream, T& value, std::size_t* read) noexcept {
+    return KvStreamRead(stream, &value, sizeof value, read);
+}
+template <PlainValue T>
+HRESULT KvStreamWrite(IStream* stream, const T& value, std::size_t* written) noexcept {
+    return KvStreamWrite(stream, &value, sizeof value, written);
+}
+
+/// Moves to a position counted from the stream's start.
+HRESULT KvStreamSeek(IStream* stream, std::uint64_t position) noexcept;
+
+/// The generation of documents that a stream belongs to where it says none: the newest.
+inline constexpr std::int32_t currentDocumentVersion = 100;
+/// The generation of documents that a stream carries, by which some classes choose their layout.
+std::int32_t KvStreamGetDocumentVersion(IStream* stream) noexcept;
+
+namespace detail {
+
+/// What a reader and a writer have of their stream.
+class StreamUser {
+ public:
+    explicit StreamUser(IStream* stream) noexcept;
+
+    IStream* Stream() const noexcept { return stream_; }
+    /// The window of the stream, else null.
+    ByteWindow* Window() const noexcept { return window_; }
+
+ private:
+    IStream* stream_;
+    Ptr<IWindowedStream> windowed_;
+    ByteWindow* window_ = nullptr;
+};
+
+}  // namespace detail
+
+/// Reads a persisted object's fields from a stream, which must outlive it.
+class StreamReader final : public ByteReader {
+ public:
+    explicit StreamReader(IStream* stream) noexcept : user_(stream) { Use(user_.Window() ? *user_.Window() : own_); }
+
+    /// S_OK as long as nothing failed; E_FAIL where the stream ended too early or held what it must not; E_OUTOFMEMORY;
+    /// the stream's own failure.
+    HRESULT Status() const noexcept { return Failed() ? status_ : S_OK; }
+    /// Makes the reader one that failed as something did that it read for. @return false
+    bool FailWith(HRESULT status) noexcept {
+        if (!Failed()) status_ = status, passesOn_ = true;
+        return Fail();
+    }
+    /// Whether the failure is somebody else's, who may have told the reason already.
+    bool PassesOn() const noexcept { return Failed() && passesOn_; }
+    IStream* Stream() const noexcept { return user_.Stream(); }
+
+ private:
+    bool ReadBeyond(void* target, std::size_t size) noexcept override;
+    bool HoldsBeyond(std::uint64_t size) noexcept override;
+
+    detail::StreamUser user_;
+    ByteWindow own_;  ///< stays empty
+    HRESULT status_ = E_FAIL;
+    bool passesOn_ = false;
+};
+
+/// Writes a persisted object's fields to a stream, which must outlive it. To a stream that is not in memory they go
+/// together, when Finish is called.
+class StreamWriter final : public ByteWriter {
+ public:
+    explicit StreamWriter(IStream* stream) noexcept : user_(stream) { Use(user_.Window() ? *user_.Window() : own_); }
+
+    /// Brings all that was written to the stream; to be called before the stream is used otherwise, and at the end.
+    /// @return S_OK, or the first failure
+    HRESULT Finish() noexcept;
+    /// Makes the writer one that failed. @return false
+    bool FailWith(HRESULT status) noexcept {
+        if (!Failed()) status_ = status;
+        return Fail();
+    }
+    IStream* Stream() const noexcept { return user_.Stream(); }
+
+ private:
+    bool WriteBeyond(const void* source, std::size_t size) noexcept override;
+    bool WriteThrough(const void* source, std::size_t size) noexcept;
+    bool Flush() noexcept;
+
+    detail::StreamUser user_;
+    std::array<std::byte, 256> buffer_;
+    ByteWindow own_{buffer_.data(), buffer_.data(), buffer_.data() + buffer_.size()};
+    HRESULT status_ = E_FAIL;
+};
+
+}  // namespace kv
+
+__CRT_UUID_DECL(kv::IWindowedStream, 0x2321D918, 0x36EF, 0x4E15, 0xAB, 0xA1, 0xC1, 0x7E, 0xCA, 0x9E, 0x25, 0x94)

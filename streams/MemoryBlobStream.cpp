@@ -1,0 +1,238 @@
+#include "streams/MemoryBlobStream.h"
+
+#include "kvcore/BlockPool.h"
+#include "kvcore/SafeArray.h"
+
+namespace mova {
+
+class MemoryBytes {
+ public:
+    static MemoryBytes* Make() noexcept {
+        void* block = kv::TakeBlock(sizeof(MemoryBytes));
+        return block ? new (block) MemoryBytes : nullptr;
+    }
+    void AddSharer() noexcept { ++sharers_; }
+    void RemoveSharer() noexcept {
+        if (--sharers_ != 0) return;
+        kv::GiveBlock(begin, capacity);
+        this->~MemoryBytes();
+        kv::GiveBlock(this, sizeof(MemoryBytes));
+    }
+    bool IsShared() const noexcept { return sharers_ != 1; }
+
+    /// Writes bytes, which may be its own; what is skipped is zero. @return false where there is no memory.
+    bool WriteAt(std::uint64_t position, const void* source, std::size_t sourceSize) noexcept {
+        const std::uint64_t end = position + sourceSize;
+        std::byte* const former = begin;
+        const std::size_t formerCapacity = capacity;
+        if (end > capacity && !Move(end)) return false;
+        if (position > size) std::memset(begin + size, 0, static_cast<std::size_t>(position - size));
+        if (sourceSize != 0) std::memmove(begin + position, source, sourceSize);
+        if (begin != former) kv::GiveBlock(former, formerCapacity);
+        size = std::max(size, static_cast<std::size_t>(end));
+        return true;
+    }
+    bool Resize(std::uint64_t newSize) noexcept {
+        if (newSize > size) return WriteAt(newSize, nullptr, 0);
+        size = static_cast<std::size_t>(newSize);
+        return true;
+    }
+
+    std::byte* begin = nullptr;
+    std::size_t size = 0;
+    std::size_t capacity = 0;
+
+ private:
+    static constexpr std::size_t firstCapacity = 256;
+
+    /// Copies the bytes to a larger block; the former one is still to be freed.
+    bool Move(std::uint64_t needed) noexcept {
+        const std::uint64_t larger = std::max<std::uint64_t>({needed, capacity + capacity, firstCapacity});
+        auto* const moved = static_cast<std::byte*>(kv::TakeBlock(static_cast<std::size_t>(larger)));
+        if (!moved) return false;
+        if (size != 0) std::memcpy(moved, begin, size);
+        begin = moved;
+        capacity = static_cast<std::size_t>(larger);
+        return true;
+    }
+
+    ULONG sharers_ = 1;
+};
+
+MemoryBlobStream::~MemoryBlobStream() {
+    Take(nullptr);
+}
+
+STDMETHODIMP MemoryBlobStream::Read(void* target, ULONG size, ULONG* read) noexcept {
+    if (read) *read = 0;
+    if (!target) return Refuse(STG_E_INVALIDPOINTER);
+    const std::span<std::byte> content = Content();
+    const std::uint64_t position = Position();
+    if (position >= content.size()) return S_OK;
+    const auto came = static_cast<ULONG>(std::min<std::uint64_t>(size, content.size() - position));
+    std::memcpy(target, content.data() + position, came);
+    if (window_.position) {
+        window_.position += came;
+    } else {
+        position_ += came;
+    }
+    if (read) *read = came;
+    return S_OK;
+}
+
+STDMETHODIMP MemoryBlobStream::Write(const void* source, ULONG size, ULONG* written) noexcept {
+    if (written) *written = 0;
+    if (!source) return Refuse(STG_E_INVALIDPOINTER);
+    if (size <= window_.Room()) {
+        std::memmove(window_.position, source, size);
+        window_.position += size;
+        window_.readEnd = std::max(window_.readEnd, window_.position);
+    } else if (HRESULT status = WriteBeyond(source, size); FAILED(status)) {
+        return status;
+    }
+    if (written) *written = size;
+    return S_OK;
+}
+
+HRESULT MemoryBlobStream::WriteBeyond(const void* source, ULONG size) noexcept {
+    if (size == 0) return S_OK;
+    CloseWindow();
+    if (!bytes_) bytes_ = MemoryBytes::Make();
+    const bool done = bytes_ && bytes_->WriteAt(position_, source, size);
+    if (done) position_ += size;
+    OpenWindow();
+    return done ? S_OK : Refuse(E_OUTOFMEMORY);
+}
+
+STDMETHODIMP MemoryBlobStream::put_Bytes(VARIANT bytes) noexcept {
+    const VARIANT* value = kv::Referred(bytes);
+    if (value && value->vt == VT_EMPTY) return SetBuffer(nullptr, 0);
+    const auto array = kv::ArrayView::Of(bytes);
+    if (!array || array->Type() != VT_UI1 || array->Dimensions() != 1)
+        return Refuse<IMemoryBlobStream>(E_INVALIDARG, u"The bytes must be an array of VT_UI1 in one dimension.");
+    return SetBuffer(static_cast<const BYTE*>(array->Data()), static_cast<ULONG>(array->Count()));
+}
+
+STDMETHODIMP MemoryBlobStream::get_Bytes(VARIANT* bytes) noexcept try {
+    if (!bytes) return Refuse(E_POINTER);
+    VariantInit(bytes);
+    const std::span<std::byte> content = Content();
+    if (content.size() > std::numeric_limits<ULONG>::max()) return Refuse(E_OUTOFMEMORY);
+    kv::ArrayBuilder copy(VT_UI1, content.size());
+    std::copy(content.begin(), content.end(), copy.Elements<std::byte>());
+    *bytes = copy.Finish().Detach();
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP MemoryBlobStream::get_Size(LONGLONG* size) noexcept {
+    if (!size) return Refuse(E_POINTER);
+    *size = static_cast<LONGLONG>(Content().size());
+    return S_OK;
+}
+
+STDMETHODIMP MemoryBlobStream::GetBuffer(BYTE** bytes, ULONGLONG* size) noexcept {
+    if (bytes) *bytes = nullptr;
+    if (size) *size = 0;
+    if (!bytes || !size) return Refuse(E_POINTER);
+    const std::span<std::byte> content = Content();
+    *bytes = content.empty() ? nullptr : reinterpret_cast<BYTE*>(content.data());
+    *size = content.size();
+    return S_OK;
+}
+
+STDMETHODIMP MemoryBlobStream::SetBuffer(const BYTE* bytes, ULONG size) noexcept {
+    if (!bytes && size != 0) return Refuse(E_POINTER);
+    MemoryBytes* const taken = MemoryBytes::Make();
+    if (!taken || !taken->WriteAt(0, bytes, size)) {
+        if (taken) taken->RemoveSharer();
+        return Refuse(E_OUTOFMEMORY);
+    }
+    Take(taken);
+    return S_OK;
+}
+
+std::uint64_t MemoryBlobStream::Position() const noexcept {
+    return window_.position ? static_cast<std::uint64_t>(window_.position - bytes_->begin) : position_;
+}
+
+void MemoryBlobStream::MoveTo(std::uint64_t position) noexcept {
+    CloseWindow();
+    position_ = position;
+    OpenWindow();
+}
+
+HRESULT MemoryBlobStream::GetSize(std::uint64_t& size) noexcept {
+    size = Content().size();
+    return S_OK;
+}
+
+HRESULT MemoryBlobStream::Resize(std::uint64_t size) noexcept {
+    CloseWindow();
+    if (!bytes_) bytes_ = MemoryBytes::Make();
+    const bool done = bytes_ && bytes_->Resize(size);
+    OpenWindow();
+    return done ? S_OK : Refuse(E_OUTOFMEMORY);
+}
+
+HRESULT MemoryBlobStream::MakeClone(kv::Ptr<MemoryBlobStream>& clone) {
+    clone = kv::Ptr<MemoryBlobStream>::Attach(Make());
+    CloseWindow();
+    if (!bytes_) bytes_ = MemoryBytes::Make();
+    if (!bytes_) return Refuse(E_OUTOFMEMORY);
+    bytes_->AddSharer();
+    clone->bytes_ = bytes_;
+    clone->position_ = position_;
+    return S_OK;
+}
+
+HRESULT MemoryBlobStream::CopyBytes(IStream* target, std::uint64_t count, std::uint64_t& read,
+                                    std::uint64_t& written) noexcept {
+    constexpr std::uint64_t pieceSize = 1U << 30;
+    HRESULT status = S_OK;
+    const std::uint64_t from = Position();
+    while (SUCCEEDED(status) && written < count) {
+        // Looked up for each piece: the target may be this stream or a clone, and writing to it may move the bytes.
+        const std::span<std::byte> content = Content();
+        if (from + written >= content.size()) break;
+        const std::uint64_t piece = std::min({count - written, content.size() - (from + written), pieceSize});
+        std::size_t went = 0;
+        status = kv::KvStreamWrite(target, content.data() + from + written, static_cast<std::size_t>(piece), &went);
+        written += went;
+    }
+    read = written;
+    MoveTo(from + written);
+    return status;
+}
+
+void MemoryBlobStream::Describe(STATSTG& stat, bool) {
+    stat.grfMode = STGM_READWRITE;
+}
+
+std::span<std::byte> MemoryBlobStream::Content() const noexcept {
+    if (!bytes_) return {};
+    if (window_.position) return {bytes_->begin, window_.readEnd};
+    return {bytes_->begin, bytes_->size};
+}
+
+void MemoryBlobStream::Take(MemoryBytes* bytes) noexcept {
+    window_ = {};
+    position_ = 0;
+    if (MemoryBytes* former = std::exchange(bytes_, bytes)) former->RemoveSharer();
+    OpenWindow();
+}
+
+void MemoryBlobStream::CloseWindow() noexcept {
+    if (!window_.position) return;
+    position_ = Position();
+    bytes_->size = Content().size();
+    window_ = {};
+}
+
+void MemoryBlobStream::OpenWindow() noexcept {
+    if (!bytes_ || !bytes_->begin || bytes_->IsShared() || position_ > bytes_->size) return;
+    window_ = {bytes_->begin + position_, bytes_->begin + bytes_->size, bytes_->begin + bytes_->capacity};
+}
+
+}  // namespace mova
