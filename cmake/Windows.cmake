@@ -29,12 +29,15 @@ add_dependencies(mova-identifiers mova-idl)
 add_library(
   kvcore OBJECT
   kvcore/BlockPool.cpp
+  kvcore/CreateInstance.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
   kvcore/Stream.cpp
+  kvcore/String.cpp
   kvcore/SystemText.cpp
   kvcore/Utf.cpp
-  kvcore/Variant.cpp)
+  kvcore/Variant.cpp
+  kvcore/VariantStream.cpp)
 target_link_libraries(kvcore PUBLIC mova-windows)
 add_dependencies(kvcore mova-idl)
 
@@ -57,7 +60,11 @@ add_library(
   server/TypeLibrary.cpp
   server/Unknown.cpp
   services/MessageLogger.cpp
-  streams/MemoryBlobStream.cpp)
+  streams/MemoryBlobStream.cpp
+  streams/ObjectCopy.cpp
+  streams/ObjectStream.cpp
+  streams/ObjectTrace.cpp
+  streams/VariantStreamIO.cpp)
 target_link_libraries(mova-server PUBLIC mova-windows)
 add_dependencies(mova-server mova-idl)
 
@@ -104,7 +111,8 @@ target_link_libraries(first-client PRIVATE mova-windows ole32 oleaut32 uuid)
 add_dependencies(first-client mova-idl)
 target_compile_definitions(
   windows-tests
-  PRIVATE MOVA_SOURCES="${CMAKE_SOURCE_DIR}" MOVA_CONTRACT_FOUND="${CMAKE_BINARY_DIR}/contract.txt")
+  PRIVATE MOVA_SOURCES="${CMAKE_SOURCE_DIR}" MOVA_CONTRACT_FOUND="${CMAKE_BINARY_DIR}/contract.txt"
+          MOVA_BINARY_FOLDER="${CMAKE_BINARY_DIR}")
 target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uuid ntdll version psapi)
 add_dependencies(windows-tests movaSystem mova first-client mova-idl)
 add_test(NAME windows-tests COMMAND windows-tests)

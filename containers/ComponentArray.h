@@ -4,15 +4,16 @@
 
 #include <movaServer.h>
 #include "kvcore/Ptr.h"
-#include "server/Component.h"
+#include "server/HoldsObjects.h"
+#include "streams/PersistentComponent.h"
 
 namespace mova {
 
 /// A growing array of components of one kind, from index 0; what all such classes share. Null elements are refused.
 /// @tparam Array has Count, Element, Add, Insert, Remove and RemoveAll. @tparam Item the elements' interface.
 template <class Self, class Coclass, class Array, class Item>
-class ComponentArray : public Component<Self, Coclass, Array, IClone> {
-    using Base = Component<Self, Coclass, Array, IClone>;
+class ComponentArray : public PersistentComponent<Self, Coclass, Array, IClone, IHoldsObjects> {
+    using Base = PersistentComponent<Self, Coclass, Array, IClone, IHoldsObjects>;
 
  public:
     using Base::Base;
@@ -26,6 +27,7 @@ class ComponentArray : public Component<Self, Coclass, Array, IClone> {
         if (!IsWithin(index, elements_.size())) return RefuseIndex();
         if (!element) return RefuseNull();
         elements_[static_cast<std::size_t>(index)] = kv::Ptr<Item>(element);
+        Base::SetDirty();
         return S_OK;
     }
     STDMETHODIMP get_Element(LONG index, Item** element) noexcept override {
@@ -40,6 +42,7 @@ class ComponentArray : public Component<Self, Coclass, Array, IClone> {
         if (!IsWithin(index, elements_.size() + 1)) return RefuseIndex();
         if (!element) return RefuseNull();
         elements_.insert(elements_.begin() + index, kv::Ptr<Item>(element));
+        Base::SetDirty();
         return S_OK;
     } catch (...) {
         return CaughtStatus();
@@ -49,29 +52,42 @@ class ComponentArray : public Component<Self, Coclass, Array, IClone> {
         const auto place = elements_.begin() + index;
         const kv::Ptr<Item> removed = std::move(*place);  // let go of last, since its end may call back
         elements_.erase(place);
+        Base::SetDirty();
         return S_OK;
     }
     STDMETHODIMP RemoveAll() noexcept override {
         std::vector<kv::Ptr<Item>>().swap(elements_);
+        Base::SetDirty();
         return S_OK;
     }
-    STDMETHODIMP Clone(IUnknown** copy) noexcept override try {
-        if (!copy) return Base::Refuse(E_POINTER);
-        *copy = nullptr;
-        const auto made = kv::Ptr<Self>::Attach(Base::Make());
-        const auto elements = elements_;  // an element that is copied may call back and change the array
-        for (const auto& element : elements) {
-            kv::Ptr<Item> elementCopy;
-            if (HRESULT status = CopyElement(element, elementCopy); FAILED(status)) return status;
-            made->elements_.push_back(std::move(elementCopy));
+    STDMETHODIMP Clone(IUnknown** copy) noexcept override { return Base::CloneBySaving(copy); }
+    void STDMETHODCALLTYPE DropObjects() noexcept override { RemoveAll(); }
+
+    // PersistentComponent's
+    void WriteFields(kv::StreamWriter& out) const {
+        const auto elements = elements_;  // an element that is saved may call back and change the array
+        out << recordVersion << static_cast<LONG>(elements.size());
+        for (const auto& element : elements)
+            if (!out.SaveObject(element.Get())) break;
+    }
+    HRESULT ReadFields(kv::StreamReader& in) {
+        std::uint16_t version = 0;
+        if (in.Read(version) && version > recordVersion) return Base::RefuseNewer();
+        std::vector<kv::Ptr<Item>> elements;
+        LONG count = 0;
+        for (in >> count; count > 0; --count) {
+            kv::Ptr<Item> element;
+            if (!in.LoadObject(__uuidof(Item), element.PutVoid())) break;
+            if (!element) in.Fail();
+            elements.push_back(std::move(element));
         }
-        *copy = kv::Ptr<IUnknown>(made->Own()).Detach();
-        return S_OK;
-    } catch (...) {
-        return CaughtStatus();
+        if (!in.Failed()) elements_.swap(elements);
+        return in.Status();
     }
 
  private:
+    static constexpr std::uint16_t recordVersion = 1;
+
     static bool IsWithin(LONG index, std::size_t count) noexcept {
         return index >= 0 && static_cast<std::size_t>(index) < count;
     }
@@ -81,17 +97,6 @@ class ComponentArray : public Component<Self, Coclass, Array, IClone> {
     HRESULT RefuseNull() const noexcept {
         return this->template Refuse<Array>(E_INVALIDARG, u"The array takes no null elements.");
     }
-    /// An element that cannot be copied is shared.
-    static HRESULT CopyElement(const kv::Ptr<Item>& element, kv::Ptr<Item>& copy) noexcept {
-        copy = element;
-        const auto source = element.template As<IClone>();
-        if (!source) return S_OK;
-        kv::Ptr<IUnknown> made;
-        if (HRESULT status = source->Clone(made.Put()); FAILED(status)) return status;
-        copy = made.As<Item>();
-        return copy ? S_OK : Base::Refuse(E_NOINTERFACE);
-    }
-
     std::vector<kv::Ptr<Item>> elements_;
 };
 

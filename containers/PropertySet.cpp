@@ -8,11 +8,14 @@
 
 #include "kvcore/Ptr.h"
 #include "kvcore/SafeArray.h"
+#include "kvcore/ValueFormat.h"
 
 namespace mova {
 namespace {
 
 constexpr std::size_t longestNameInMessage = 100;
+constexpr std::uint16_t recordVersion = 1;
+constexpr DWORD contextWithClass = 15;  ///< of a transfer by value: the receiver is to learn the class, too
 constexpr auto noNames = u"The names must be an array of strings in one dimension.";
 
 /// The names in an array of strings, or of VARIANTs that hold strings; nothing where an element is no string.
@@ -61,13 +64,15 @@ STDMETHODIMP PropertySet::GetCount(LONG* count) noexcept {
 
 STDMETHODIMP PropertySet::SetProperty(BSTR name, VARIANT value) noexcept try {
     if (kv::Variant* held = properties_.FindFirst(kv::View(name))) {
-        const HRESULT status = held->Assign(value);
-        return SUCCEEDED(status) ? S_OK : RefuseValue(status);
+        if (HRESULT status = held->Assign(value); FAILED(status)) return RefuseValue(status);
+        SetDirty();
+        return S_OK;
     }
     kv::Variant copy;
     if (HRESULT status = copy.Assign(value); FAILED(status)) return RefuseValue(status);
     if (properties_.Count() == std::numeric_limits<LONG>::max()) return Refuse(E_OUTOFMEMORY);
     properties_.Append(PropertyList::MakeEntry(kv::View(name), std::move(copy)));
+    SetDirty();
     return S_OK;
 } catch (...) {
     return CaughtStatus();
@@ -86,6 +91,7 @@ STDMETHODIMP PropertySet::SetProperties(VARIANT names, VARIANT values) noexcept 
     for (std::size_t i = 0; i < keys->size(); ++i)
         entries.push_back(PropertyList::MakeEntry((*keys)[i], std::move((*copies)[i])));
     properties_.ReserveMore(entries.size());
+    SetDirty();
     for (auto& entry : entries) properties_.Set(std::move(entry));
     return S_OK;
 } catch (...) {
@@ -140,7 +146,9 @@ STDMETHODIMP PropertySet::GetAllProperties(VARIANT* names, VARIANT* values) noex
 }
 
 STDMETHODIMP PropertySet::RemoveProperty(BSTR name) noexcept {
-    return properties_.Remove(kv::View(name)) ? S_OK : S_FALSE;
+    if (!properties_.Remove(kv::View(name))) return S_FALSE;
+    SetDirty();
+    return S_OK;
 }
 
 STDMETHODIMP PropertySet::IsEqual(IPropertySet* other, VARIANT_BOOL* equal) noexcept try {
@@ -187,23 +195,57 @@ STDMETHODIMP PropertySet::HasProperty(BSTR name, VARIANT_BOOL* found) noexcept {
 
 STDMETHODIMP PropertySet::RemoveAllProperties() noexcept {
     properties_.Clear();
+    SetDirty();
     return S_OK;
 }
 
-STDMETHODIMP PropertySet::Clone(IUnknown** copy) noexcept try {
-    if (!copy) return Refuse(E_POINTER);
-    *copy = nullptr;
-    const auto made = kv::Ptr<PropertySet>::Attach(Make());
-    made->properties_.ReserveMore(properties_.Count());
-    for (std::size_t i = 0; i < properties_.Count(); ++i) {
-        VARIANT value;
-        CopyOut(properties_.ValueAt(i), &value);
-        made->properties_.Append(PropertyList::MakeEntry(properties_.NameAt(i), kv::Variant::Attach(value)));
-    }
-    *copy = kv::Ptr<IUnknown>(made->Own()).Detach();
-    return S_OK;
+STDMETHODIMP PropertySet::SaveByValue(IStream* stream, DWORD context) noexcept try {
+    if (!stream) return Refuse(E_POINTER);
+    kv::StreamWriter out(stream);
+    if (context == contextWithClass) out << classId;
+    WriteProperties(out, kv::Objects::dropped);
+    return out.Finish();
 } catch (...) {
     return CaughtStatus();
+}
+
+STDMETHODIMP PropertySet::LoadByValue(IStream* stream, DWORD context) noexcept {
+    if (!stream) return Refuse(E_POINTER);
+    CLSID written = classId;
+    if (context == contextWithClass) {
+        kv::StreamReader in(stream);
+        if (!in.Read(written)) return Refuse<IPropertySetImpl>(in.Status(), damagedStream);
+    }
+    if (written != classId) return Refuse<IPropertySetImpl>(E_FAIL, u"No property set stands here in the stream.");
+    return Load(stream);
+}
+
+void PropertySet::WriteProperties(kv::StreamWriter& out, kv::Objects objects) const {
+    constexpr VARIANT null{{{VT_NULL, 0, 0, 0, {}}}};
+    const std::size_t count = properties_.Count();
+    out << recordVersion << static_cast<LONG>(count);
+    for (std::size_t i = 0; i < count && !out.Failed(); ++i) {
+        if (properties_.Count() != count) out.FailWith(E_FAIL);  // an object that was saved has changed the set
+        if (out.Failed()) break;
+        const VARIANT& value = properties_.ValueAt(i).Get();
+        kv::WriteText(out, properties_.NameAt(i));
+        kv::WriteValue(out, objects == kv::Objects::dropped && value.vt == VT_EMPTY ? null : value, objects);
+    }
+}
+
+HRESULT PropertySet::ReadFields(kv::StreamReader& in) {
+    std::uint16_t version = 0;
+    if (in.Read(version) && version > recordVersion) return RefuseNewer();
+    if (in.Failed()) return in.Status();
+    properties_.Clear();
+    LONG count = 0;
+    std::u16string name;
+    for (in >> count; count > 0; --count) {
+        kv::Variant value;
+        if (!kv::ReadText(in, name) || !kv::ReadValue(in, value.Put(), kv::Objects::kept)) break;
+        properties_.Append(PropertyList::MakeEntry(name, std::move(value)));
+    }
+    return in.Status();
 }
 
 HRESULT PropertySet::RefuseUnknown(std::u16string_view name) const noexcept {

@@ -2,15 +2,18 @@
 
 #include <movaSystem.h>
 #include "containers/PropertyList.h"
-#include "server/Component.h"
+#include "kvcore/VariantStream.h"
+#include "server/HoldsObjects.h"
+#include "streams/PersistentComponent.h"
 
 namespace mova {
 
 /// An ordered list of named values; how they are kept and found is in PropertyList.h.
 class PropertySet final
-    : public Component<PropertySet, ::PropertySet, Generations<IPropertySet2, IPropertySet>, IClone> {
+    : public PersistentComponent<PropertySet, ::PropertySet, Generations<IPropertySet2, IPropertySet>, IPropertySetImpl,
+                                 IClone, IHoldsObjects> {
  public:
-    using Component::Component;
+    using PersistentComponent::PersistentComponent;
 
     // IPropertySet
     STDMETHODIMP GetCount(LONG* count) noexcept override;
@@ -25,10 +28,21 @@ class PropertySet final
     STDMETHODIMP GetPropertyAt(LONG index, BSTR* name, VARIANT* value) noexcept override;
     STDMETHODIMP HasProperty(BSTR name, VARIANT_BOOL* found) noexcept override;
     STDMETHODIMP RemoveAllProperties() noexcept override;
+    // IPropertySetImpl
+    STDMETHODIMP SaveByValue(IStream* stream, DWORD context) noexcept override;
+    STDMETHODIMP LoadByValue(IStream* stream, DWORD context) noexcept override;
     // IClone
-    STDMETHODIMP Clone(IUnknown** copy) noexcept override;
+    STDMETHODIMP Clone(IUnknown** copy) noexcept override { return CloneBySaving(copy); }
+    // IHoldsObjects
+    void STDMETHODCALLTYPE DropObjects() noexcept override { properties_.Clear(); }
+
+    // PersistentComponent's
+    void WriteFields(kv::StreamWriter& out) const { WriteProperties(out, kv::Objects::kept); }
+    HRESULT ReadFields(kv::StreamReader& in);
 
  private:
+    /// @param objects dropped: for a transfer by value, in which empty values become null, too.
+    void WriteProperties(kv::StreamWriter& out, kv::Objects objects) const;
     HRESULT RefuseUnknown(std::u16string_view name) const noexcept;
     HRESULT RefuseValue(HRESULT status) const noexcept;
 

@@ -1,12 +1,19 @@
 #include "containers/PropertySetProperty.h"
 
 #include "containers/PropertyList.h"
-#include "kvcore/Ptr.h"
+#include "kvcore/ValueFormat.h"
+#include "kvcore/VariantStream.h"
 
 namespace mova {
+namespace {
+
+constexpr std::uint16_t recordVersion = 1;
+
+}  // namespace
 
 STDMETHODIMP PropertySetProperty::put_Key(BSTR key) noexcept try {
     key_ = kv::BString(kv::View(key));
+    SetDirty();
     return S_OK;
 } catch (...) {
     return CaughtStatus();
@@ -24,7 +31,9 @@ STDMETHODIMP PropertySetProperty::get_Key(BSTR* key) noexcept try {
 STDMETHODIMP PropertySetProperty::put_Value(VARIANT value) noexcept {
     const HRESULT status = value_.Assign(value);
     if (status == E_INVALIDARG) return Refuse<IPropertySetProperty>(status, unkeepableValue);
-    return SUCCEEDED(status) ? S_OK : Refuse(status);
+    if (FAILED(status)) return Refuse(status);
+    SetDirty();
+    return S_OK;
 }
 
 STDMETHODIMP PropertySetProperty::get_Value(VARIANT* value) noexcept {
@@ -33,16 +42,21 @@ STDMETHODIMP PropertySetProperty::get_Value(VARIANT* value) noexcept {
     return SUCCEEDED(status) ? S_OK : Refuse(status);
 }
 
-STDMETHODIMP PropertySetProperty::Clone(IUnknown** copy) noexcept try {
-    if (!copy) return Refuse(E_POINTER);
-    *copy = nullptr;
-    const auto made = kv::Ptr<PropertySetProperty>::Attach(Make());
-    made->key_ = kv::BString(key_.View());
-    if (HRESULT status = made->value_.Assign(value_.Get()); FAILED(status)) return Refuse(status);
-    *copy = kv::Ptr<IUnknown>(made->Own()).Detach();
+void PropertySetProperty::WriteFields(kv::StreamWriter& out) const {
+    out << recordVersion;
+    kv::WriteText(out, key_.View());
+    kv::WriteValue(out, value_.Get(), kv::Objects::kept);
+}
+
+HRESULT PropertySetProperty::ReadFields(kv::StreamReader& in) {
+    std::uint16_t version = 0;
+    if (in.Read(version) && version > recordVersion) return RefuseNewer();
+    std::u16string key;
+    kv::Variant value;
+    if (!kv::ReadText(in, key) || !kv::ReadValue(in, value.Put(), kv::Objects::kept)) return in.Status();
+    key_ = kv::BString(key);
+    value_ = std::move(value);
     return S_OK;
-} catch (...) {
-    return CaughtStatus();
 }
 
 }  // namespace mova

@@ -2,15 +2,16 @@
 
 #include <movaSystem.h>
 #include "kvcore/Variant.h"
-#include "server/Component.h"
+#include "server/HoldsObjects.h"
+#include "streams/PersistentComponent.h"
 
 namespace mova {
 
 /// One named value as an object.
-class PropertySetProperty final
-    : public Component<PropertySetProperty, ::PropertySetProperty, IPropertySetProperty, IClone> {
+class PropertySetProperty final : public PersistentComponent<PropertySetProperty, ::PropertySetProperty,
+                                                             IPropertySetProperty, IClone, IHoldsObjects> {
  public:
-    using Component::Component;
+    using PersistentComponent::PersistentComponent;
 
     // IPropertySetProperty
     STDMETHODIMP put_Key(BSTR key) noexcept override;
@@ -18,7 +19,13 @@ class PropertySetProperty final
     STDMETHODIMP put_Value(VARIANT value) noexcept override;
     STDMETHODIMP get_Value(VARIANT* value) noexcept override;
     // IClone
-    STDMETHODIMP Clone(IUnknown** copy) noexcept override;
+    STDMETHODIMP Clone(IUnknown** copy) noexcept override { return CloneBySaving(copy); }
+    // IHoldsObjects
+    void STDMETHODCALLTYPE DropObjects() noexcept override { value_ = {}; }
+
+    // PersistentComponent's
+    void WriteFields(kv::StreamWriter& out) const;
+    HRESULT ReadFields(kv::StreamReader& in);
 
  private:
     kv::BString key_;

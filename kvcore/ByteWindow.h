@@ -24,6 +24,17 @@ struct ByteWindow {
 
     std::size_t Readable() const noexcept { return static_cast<std::size_t>(readEnd - position); }
     std::size_t Room() const noexcept { return static_cast<std::size_t>(writeEnd - position); }
+    /// Reads bytes of which there are so many.
+    void Get(void* target, std::size_t size) noexcept {
+        if (size != 0) std::memcpy(target, position, size);
+        position += size;
+    }
+    /// Writes bytes that there is room for.
+    void Put(const void* source, std::size_t size) noexcept {
+        if (size != 0) std::memcpy(position, source, size);
+        position += size;
+        if (position > readEnd) readEnd = position;
+    }
 };
 
 /// What is read and written as it stands in memory.
@@ -43,8 +54,7 @@ class ByteReader {
         if (size > window_->Readable()) [[unlikely]]
             return failed_ ? false : ReadBeyond(target, size) || Fail();
         if (failed_) return false;
-        if (size != 0) std::memcpy(target, window_->position, size);
-        window_->position += size;
+        window_->Get(target, size);
         return true;
     }
     template <PlainValue T>
@@ -115,9 +125,7 @@ class ByteWriter {
     bool Write(const void* source, std::size_t size) noexcept {
         if (failed_ || size > window_->Room()) [[unlikely]]
             return failed_ ? false : WriteBeyond(source, size) || Fail();
-        if (size != 0) std::memcpy(window_->position, source, size);
-        window_->position += size;
-        if (window_->position > window_->readEnd) window_->readEnd = window_->position;
+        window_->Put(source, size);
         return true;
     }
     template <PlainValue T>

@@ -1,45 +1,15 @@
 #include "kvcore/SafeArray.h"
 
-#include <cstdint>
 #include <cstring>
-#include <limits>
+
+#include "kvcore/ValueFormat.h"
 
 namespace kv {
 namespace {
 
 /// The size of an array element of a type; 0 for types that arrays do not hold, records among them.
 std::size_t ElementSize(VARTYPE type) noexcept {
-    switch (type) {
-        case VT_I1:
-        case VT_UI1:
-            return 1;
-        case VT_I2:
-        case VT_UI2:
-        case VT_BOOL:
-            return 2;
-        case VT_I4:
-        case VT_UI4:
-        case VT_INT:
-        case VT_UINT:
-        case VT_R4:
-        case VT_ERROR:
-            return 4;
-        case VT_I8:
-        case VT_UI8:
-        case VT_R8:
-        case VT_CY:
-        case VT_DATE:
-        case VT_BSTR:
-        case VT_DISPATCH:
-        case VT_UNKNOWN:
-            return 8;
-        case VT_DECIMAL:
-            return sizeof(DECIMAL);
-        case VT_VARIANT:
-            return sizeof(VARIANT);
-        default:
-            return 0;
-    }
+    return ShapeOf(static_cast<ValueType>(type)).memorySize;
 }
 
 /// The features that an array with elements of a type has, of those that say what an element owns.
@@ -65,17 +35,6 @@ bool HasFeaturesOf(const SAFEARRAY& array, VARTYPE type) noexcept {
     return (array.fFeatures & owning) == FeaturesOf(type);
 }
 
-/// The number of elements; nothing where it is beyond what memory can hold.
-std::optional<std::size_t> ElementCount(const SAFEARRAY& array) noexcept {
-    std::size_t count = 1;
-    for (USHORT dimension = 0; dimension < array.cDims; ++dimension) {
-        const std::size_t along = array.rgsabound[dimension].cElements;
-        if (along != 0 && count > std::numeric_limits<std::uint32_t>::max() / along) return {};
-        count *= along;
-    }
-    return count;
-}
-
 /// The array that a VARIANT holds, directly or by reference; null where it holds none.
 SAFEARRAY* ArrayIn(const VARIANT& value) noexcept {
     const VARIANT* held = Referred(value);
@@ -89,7 +48,8 @@ std::optional<ArrayView> ArrayView::Of(SAFEARRAY* array, VARTYPE type) noexcept 
     if (!array || array->cDims == 0 || ElementSize(type) == 0 || array->cbElements != ElementSize(type) ||
         !HasFeaturesOf(*array, type))
         return {};
-    const auto count = ElementCount(*array);
+    static_assert(sizeof(ArrayBound) == sizeof(SAFEARRAYBOUND));
+    const auto count = ElementCount({reinterpret_cast<const ArrayBound*>(array->rgsabound), array->cDims});
     if (!count || (*count != 0 && !array->pvData)) return {};
     return ArrayView(array, type, *count);
 }

@@ -2,7 +2,8 @@
 
 #include <limits>
 
-#include <movaStreams.h>
+#include <movaSystem.h>
+#include "kvcore/CreateInstance.h"
 
 namespace kv {
 namespace {
@@ -55,8 +56,32 @@ std::int32_t KvStreamGetDocumentVersion(IStream* stream) noexcept {
 }
 
 detail::StreamUser::StreamUser(IStream* stream) noexcept : stream_(stream) {
-    if (SUCCEEDED(stream->QueryInterface(__uuidof(IWindowedStream), windowed_.PutVoid())))
-        window_ = windowed_->Window();
+    if (const auto windowed = Ptr<IStream>(stream).As<IWindowedStream>())
+        window_ = windowed->Window(windowKeeper_.Put());
+}
+
+detail::StreamUser::~StreamUser() {
+    if (objects_) objects_->Release();
+}
+
+IObjectStream* detail::StreamUser::Objects(HRESULT& status) noexcept {
+    if (objects_) return objects_;
+    Ptr<IObjectStream> objects = Ptr<IStream>(stream_).As<IObjectStream>();
+    if (!objects) {
+        status = KvCreateInstance(__uuidof(::ObjectStream), objects);
+        if (SUCCEEDED(status)) status = objects->put_Stream(stream_);
+        if (FAILED(status)) return nullptr;
+    }
+    return objects_ = objects.Detach();
+}
+
+bool StreamReader::LoadObject(REFIID iid, void** object) noexcept {
+    *object = nullptr;
+    if (Failed()) return false;
+    HRESULT status = E_FAIL;
+    IObjectStream* objects = user_.Objects(status);
+    if (objects) status = objects->LoadObject(iid, nullptr, object);
+    return SUCCEEDED(status) || FailWith(status);
 }
 
 bool StreamReader::ReadBeyond(void* target, std::size_t size) noexcept {
@@ -73,6 +98,14 @@ bool StreamReader::HoldsBeyond(std::uint64_t size) noexcept {
         FAILED(Stream()->Seek(LARGE_INTEGER{}, STREAM_SEEK_CUR, &position)))
         return false;
     return position.QuadPart <= stat.cbSize.QuadPart && size <= stat.cbSize.QuadPart - position.QuadPart;
+}
+
+bool StreamWriter::SaveObject(IUnknown* object) noexcept {
+    if (FAILED(Finish())) return false;
+    HRESULT status = E_FAIL;
+    IObjectStream* objects = user_.Objects(status);
+    if (objects) status = objects->SaveObject(object);
+    return SUCCEEDED(status) || FailWith(status);
 }
 
 HRESULT StreamWriter::Finish() noexcept {

@@ -6,14 +6,18 @@
 #include "kvcore/ByteWindow.h"
 #include "kvcore/Ptr.h"
 
+struct IObjectStream;
+
 namespace kv {
 
 /// Answered by streams in memory: what a reader or writer needs to go on without a call for each value. Of this module
 /// family only; it has no place in a type library.
 struct IWindowedStream : IUnknown {
-    /// The stream's own state, which reading and writing move: valid as long as the stream; all null while the stream
-    /// has nothing to show, for then its operations are to be called.
-    virtual ByteWindow* STDMETHODCALLTYPE Window() noexcept = 0;
+    /// The stream's state, which reading and writing move. All null while the stream has nothing to show, for then its
+    /// operations are to be called.
+    /// @param keeper receives a reference that keeps the window; may be null where it is used at once.
+    /// @return null where there is no window
+    virtual ByteWindow* STDMETHODCALLTYPE Window(IUnknown** keeper) noexcept = 0;
 };
 
 /// Reads exactly so many bytes, in as many calls as the stream wants.
@@ -48,14 +52,20 @@ class StreamUser {
  public:
     explicit StreamUser(IStream* stream) noexcept;
 
+    ~StreamUser();
+
     IStream* Stream() const noexcept { return stream_; }
     /// The window of the stream, else null.
     ByteWindow* Window() const noexcept { return window_; }
+    /// The stream as one that objects go through. Where it is none, one over it that lasts as long as this, so that
+    /// what is written or read together shares its objects; null, with the status, where that fails.
+    IObjectStream* Objects(HRESULT& status) noexcept;
 
  private:
     IStream* stream_;
-    Ptr<IWindowedStream> windowed_;
+    Ptr<IUnknown> windowKeeper_;
     ByteWindow* window_ = nullptr;
+    IObjectStream* objects_ = nullptr;
 };
 
 }  // namespace detail
@@ -64,6 +74,9 @@ class StreamUser {
 class StreamReader final : public ByteReader {
  public:
     explicit StreamReader(IStream* stream) noexcept : user_(stream) { Use(user_.Window() ? *user_.Window() : own_); }
+
+    /// Reads a reference to an object, or to none. @param object receives it, or null.
+    bool LoadObject(REFIID iid, void** object) noexcept;
 
     /// S_OK as long as nothing failed; E_FAIL where the stream ended too early or held what it must not; E_OUTOFMEMORY;
     /// the stream's own failure.
@@ -92,6 +105,9 @@ class StreamReader final : public ByteReader {
 class StreamWriter final : public ByteWriter {
  public:
     explicit StreamWriter(IStream* stream) noexcept : user_(stream) { Use(user_.Window() ? *user_.Window() : own_); }
+
+    /// Writes a reference to an object, and the object where it is the first.
+    bool SaveObject(IUnknown* object) noexcept;
 
     /// Brings all that was written to the stream; to be called before the stream is used otherwise, and at the end.
     /// @return S_OK, or the first failure

@@ -36,6 +36,14 @@ class Variant {
     /// Hands out a deep copy. @param target is overwritten unread and is empty where that fails.
     HRESULT CopyTo(VARIANT* target) const noexcept;
 
+    /// Writes the value with its type to a stream. @param keepsObjects whether objects are saved, else null is written.
+    /// @return S_OK; DISP_E_BADVARTYPE for what cannot be saved; the failure of the stream or of an object
+    HRESULT Write(IStream* stream, bool keepsObjects) const noexcept;
+    /// Reads what Write wrote; what was held is kept where that fails.
+    /// @param keepsObjects whether an object may be among it; else one is E_FAIL.
+    /// @return S_OK; E_FAIL where the stream ends too early or holds no value; the failure of the stream or an object
+    HRESULT Read(IStream* stream, bool keepsObjects) noexcept;
+
     [[nodiscard]] VARIANT Detach() noexcept { return std::exchange(value_, VARIANT{}); }
     /// Receives an out-parameter; frees what was held.
     VARIANT* Put() noexcept {

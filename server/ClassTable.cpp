@@ -7,6 +7,9 @@
 #include "server/MOVAExtendedErrorInfo.h"
 #include "services/MessageLogger.h"
 #include "streams/MemoryBlobStream.h"
+#include "streams/ObjectCopy.h"
+#include "streams/ObjectStream.h"
+#include "streams/VariantStreamIO.h"
 
 namespace mova {
 namespace {
@@ -27,11 +30,14 @@ constexpr ClassEntry ThreadSingleton(const char16_t* name) noexcept {
 
 constinit const ClassEntry classTable[] = {
     NewObject<PropertySet>(u"PropertySet"),
+    NewObject<ObjectStream>(u"ObjectStream"),
     NewObject<MemoryBlobStream>(u"MemoryBlobStream"),
+    NewObject<VariantStreamIO>(u"VariantStreamIO"),
     NewObject<MOVAExtendedErrorInfo>(u"MOVAExtendedErrorInfo"),
     NewObject<PropertySetProperty>(u"PropertySetProperty"),
     NewObject<PropertySetPropertyArray>(u"PropertySetPropertyArray"),
     NewObject<PropertySetArray>(u"PropertySetArray"),
+    NewObject<ObjectCopy>(u"ObjectCopy"),
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
     {},
 };

@@ -4,6 +4,7 @@
 
 #include <movaServer.h>
 #include "kvcore/BlockPool.h"
+#include "kvcore/CreateInstance.h"
 #include "kvcore/CriticalSection.h"
 #include "kvcore/Ptr.h"
 #include "server/ClassDirectory.h"
@@ -28,6 +29,11 @@ const ClassDirectory<ClassEntry>& BuildDirectory() {
 const ClassDirectory<ClassEntry>& Directory() {
     const auto* built = directory.load(std::memory_order_acquire);
     return built ? *built : BuildDirectory();
+}
+
+IClassFactory* FindFactory(REFCLSID classId) {
+    const ClassEntry* entry = FindClass(kv::BitsOf(classId));
+    return entry ? entry->factory : nullptr;
 }
 
 }  // namespace
@@ -62,7 +68,10 @@ void ReleaseThreadSingletons() {
 }  // namespace mova
 
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds) {
-    if (reason == DLL_PROCESS_ATTACH) DisableThreadLibraryCalls(module);
+    if (reason == DLL_PROCESS_ATTACH) {
+        DisableThreadLibraryCalls(module);
+        kv::ServeOwnClasses(&mova::FindFactory);
+    }
     if (reason == DLL_PROCESS_DETACH && !processEnds) {
         delete mova::directory.exchange(nullptr);
         kv::CloseBlockPool();

@@ -2,14 +2,13 @@
 
 #include <algorithm>
 
+#include "kvcore/Stack.h"
+
 namespace mova {
 
 bool PostponedEnds::StackIsShort() noexcept {
-    constexpr ULONG_PTR enough = 128 * 1024;
-    ULONG_PTR low = 0;
-    ULONG_PTR high = 0;
-    GetCurrentThreadStackLimits(&low, &high);
-    return reinterpret_cast<ULONG_PTR>(&high) - low < enough;
+    constexpr std::size_t enough = 128 * 1024;
+    return kv::StackLeft() < enough;
 }
 
 bool PostponedEnds::Postpone(Unknown* object) noexcept {

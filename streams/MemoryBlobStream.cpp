@@ -153,6 +153,11 @@ STDMETHODIMP MemoryBlobStream::SetBuffer(const BYTE* bytes, ULONG size) noexcept
     return S_OK;
 }
 
+kv::ByteWindow* STDMETHODCALLTYPE MemoryBlobStream::Window(IUnknown** keeper) noexcept {
+    if (keeper) *keeper = kv::Ptr<IUnknown>(static_cast<IStream*>(this)).Detach();
+    return &window_;
+}
+
 std::uint64_t MemoryBlobStream::Position() const noexcept {
     return window_.position ? static_cast<std::uint64_t>(window_.position - bytes_->begin) : position_;
 }

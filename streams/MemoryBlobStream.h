@@ -28,7 +28,7 @@ class MemoryBlobStream final : public ByteStream<MemoryBlobStream, ::MemoryBlobS
     STDMETHODIMP GetBuffer(BYTE** bytes, ULONGLONG* size) noexcept override;
     STDMETHODIMP SetBuffer(const BYTE* bytes, ULONG size) noexcept override;
     // IWindowedStream
-    kv::ByteWindow* STDMETHODCALLTYPE Window() noexcept override { return &window_; }
+    kv::ByteWindow* STDMETHODCALLTYPE Window(IUnknown** keeper) noexcept override;
 
     // ByteStream's
     std::uint64_t Position() const noexcept;
@@ -52,7 +52,7 @@ class MemoryBlobStream final : public ByteStream<MemoryBlobStream, ::MemoryBlobS
     void OpenWindow() noexcept;
 
     kv::ByteWindow window_;
-    std::uint64_t position_ = 0;  ///< while the window is closed
+    std::uint64_t position_ = 0;    ///< while the window is closed
     MemoryBytes* bytes_ = nullptr;  ///< made when the first byte is written
 };
 

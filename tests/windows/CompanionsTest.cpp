@@ -86,22 +86,29 @@ TEST(PropertySetArrays, KeepElementsInOrder) {
 }
 
 TEST(PropertySetArrays, SurviveAnElementThatChangesThemWhileItIsCopied) {
-    /// A set of another maker, whose copying empties the array that it is in.
-    class Visitor final : public IPropertySet, public IClone {
+    /// A set of another maker, which when it is saved empties the array that it is in, and is loaded as one of ours.
+    class Visitor final : public IPropertySet, public IPersistStream {
      public:
         explicit Visitor(IPropertySetArray* array) : array_(array) {}
         STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
             *object = nullptr;
             if (iid == __uuidof(IPropertySet) || iid == __uuidof(IUnknown)) *object = static_cast<IPropertySet*>(this);
-            if (iid == __uuidof(IClone)) *object = static_cast<IClone*>(this);
+            if (iid == __uuidof(IPersistStream)) *object = static_cast<IPersistStream*>(this);
             return *object ? S_OK : E_NOINTERFACE;
         }
         STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
         STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
-        STDMETHODIMP Clone(IUnknown** copy) noexcept override {
-            *copy = static_cast<IPropertySet*>(this);
-            return array_->RemoveAll();
+        STDMETHODIMP GetClassID(CLSID* classId) noexcept override {
+            *classId = __uuidof(::PropertySet);
+            return S_OK;
         }
+        STDMETHODIMP IsDirty() noexcept override { return S_FALSE; }
+        STDMETHODIMP Load(IStream*) noexcept override { return E_NOTIMPL; }
+        STDMETHODIMP Save(IStream* stream, BOOL clearDirty) noexcept override {
+            array_->RemoveAll();
+            return New<IPersistStream>(u"PropertySet")->Save(stream, clearDirty);
+        }
+        STDMETHODIMP GetSizeMax(ULARGE_INTEGER*) noexcept override { return E_NOTIMPL; }
         STDMETHODIMP GetCount(LONG*) noexcept override { return E_NOTIMPL; }
         STDMETHODIMP SetProperty(BSTR, VARIANT) noexcept override { return E_NOTIMPL; }
         STDMETHODIMP SetProperties(VARIANT, VARIANT) noexcept override { return E_NOTIMPL; }

@@ -78,6 +78,11 @@ std::string Describe(ITypeInfo* info, const TYPEATTR& attributes) {
     return text.str();
 }
 
+/// The description of the platform's stream comes along with the interfaces that extend it.
+bool IsThePlatforms(const GUID& id) {
+    return id == __uuidof(ISequentialStream) || id == __uuidof(IStream);
+}
+
 std::string Contract(std::vector<std::string>& withoutHelp) {
     const std::u16string file = BinaryFolder() + u"movaSystem.dll";
     kv::Ptr<ITypeLib> library;
@@ -94,7 +99,7 @@ std::string Contract(std::vector<std::string>& withoutHelp) {
             kv::BString help;
             info->GetFuncDesc(f, &function);
             info->GetDocumentation(function->memid, nullptr, help.Put(), nullptr, nullptr);
-            if (help.View().empty())
+            if (help.View().empty() && !IsThePlatforms(attributes->guid))
                 withoutHelp.push_back(NameOf(info.Get()) + " " + FunctionText(info.Get(), *function));
             info->ReleaseFuncDesc(function);
         }

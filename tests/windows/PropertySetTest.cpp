@@ -1,5 +1,4 @@
 #include <cmath>
-#include <limits>
 
 #include "containers/PropertyList.h"
 #include "kvcore/SafeArray.h"
@@ -34,66 +33,6 @@ LONG Count(IPropertySet* set) {
 LONG Number(IPropertySet* set, std::u16string_view name) {
     kv::Variant value;
     return set->GetProperty(Bstr(name), value.Put()) == S_OK && value.Get().vt == VT_I4 ? value.Get().lVal : -1;
-}
-
-bool Equal(IPropertySet* left, IPropertySet* right) {
-    VARIANT_BOOL equal = 7;
-    EXPECT_EQ(left->IsEqual(right, &equal), S_OK);
-    return equal == VARIANT_TRUE;
-}
-
-kv::Variant Array(VARTYPE type, std::initializer_list<SAFEARRAYBOUND> bounds) {
-    return kv::Variant::FromArray(
-        SafeArrayCreate(type, static_cast<UINT>(bounds.size()), const_cast<SAFEARRAYBOUND*>(bounds.begin())), type);
-}
-
-/// Arrays in arrays, so many of them.
-kv::Variant Nested(int levels) {
-    kv::Variant value = Value(1);
-    for (int i = 0; i < levels; ++i) {
-        kv::ArrayBuilder array(VT_VARIANT, 1);
-        *array.Elements<VARIANT>() = value.Detach();
-        value = array.Finish();
-    }
-    return value;
-}
-
-/// One value of every type that a VARIANT can hold, arrays with lower bounds and several dimensions among them.
-std::vector<kv::Variant> EveryValue() {
-    std::vector<kv::Variant> values;
-    for (const VARTYPE type : {VT_EMPTY, VT_NULL, VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_INT, VT_UINT,
-                               VT_ERROR, VT_I8, VT_UI8, VT_CY, VT_BOOL}) {
-        VARIANT value{};
-        value.vt = type;
-        value.llVal = type == VT_EMPTY || type == VT_NULL ? 0 : -2;
-        values.push_back(kv::Variant::Attach(value));
-    }
-    VARIANT number{};
-    number.vt = VT_R4;
-    number.fltVal = 0.1f;
-    values.push_back(kv::Variant::Attach(number));
-    number = {};
-    number.vt = VT_DATE;
-    number.date = 45000.75;
-    values.push_back(kv::Variant::Attach(number));
-    VARIANT decimal{};
-    VarDecFromR8(0.1, &decimal.decVal);
-    decimal.vt = VT_DECIMAL;
-    values.push_back(kv::Variant::Attach(decimal));
-    values.push_back(Value(std::numeric_limits<double>::quiet_NaN()));
-    values.push_back(Value(u""));
-    values.push_back(Value(std::u16string_view(u"a\0b\xD800\u00C4", 5)));
-    values.push_back(Value(New<IUnknown>(u"PropertySet").Get()));
-    values.push_back(Value(static_cast<IUnknown*>(nullptr)));
-    values.push_back(ArrayOf({u"x", u"y"}));
-    values.push_back(Nested(3));
-    values.push_back(Nested(kv::maxNesting));
-    for (const VARTYPE type : {VT_I2, VT_R8, VT_BSTR, VT_UNKNOWN, VT_DECIMAL, VT_VARIANT, VT_UI1, VT_I8}) {
-        values.push_back(Array(type, {{3, -5}}));
-        values.push_back(Array(type, {{2, 1}, {0, 0}, {4, -1}}));
-        values.push_back(kv::Variant::FromArray(nullptr, type));
-    }
-    return values;
 }
 
 }  // namespace
@@ -180,7 +119,9 @@ TEST(PropertySet, ReadsTheLastOfDuplicatesAndWritesTheFirst) {
 
 TEST(PropertySet, KeepsDeepCopiesOfEveryType) {
     const auto set = NewSet();
-    const auto values = EveryValue();
+    auto values = EveryValue();
+    values.push_back(Value(New<IUnknown>(u"PropertySet").Get()));
+    values.push_back(Nested(kv::maxNesting));
     for (std::size_t i = 0; i < values.size(); ++i) {
         const auto name = u"v" + std::u16string(1, static_cast<char16_t>(u'\u0100' + i));
         const VARIANT& value = values[i].Get();
@@ -196,13 +137,6 @@ TEST(PropertySet, KeepsDeepCopiesOfEveryType) {
         ASSERT_EQ(set->GetProperty(Bstr(name), again.Put()), S_OK);
         EXPECT_TRUE(kv::SameValue(again.Get(), value)) << "by reference, row " << i;
     }
-    kv::Ptr<IUnknown> copy;
-    ASSERT_EQ(set.As<IClone>()->Clone(copy.Put()), S_OK);
-    const auto clone = copy.As<IPropertySet>();
-    EXPECT_TRUE(Equal(set.Get(), clone.Get()));
-    EXPECT_EQ(Names(clone.Get()), Names(set.Get()));
-    EXPECT_EQ(clone->SetProperty(Bstr(u"v\u0100"), Value(1).Get()), S_OK);
-    EXPECT_FALSE(Equal(set.Get(), clone.Get()));
 }
 
 TEST(PropertySet, RefusesWhatItCannotKeepAndStaysAsItWas) {

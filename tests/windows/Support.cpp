@@ -1,11 +1,16 @@
 #include "tests/windows/Support.h"
 
 #include <fstream>
+#include <limits>
 #include <thread>
 
 #include "kvcore/SafeArray.h"
 
 namespace mova::test {
+kv::Variant Array(VARTYPE type, std::initializer_list<SAFEARRAYBOUND> bounds) {
+    return kv::Variant::FromArray(
+        SafeArrayCreate(type, static_cast<UINT>(bounds.size()), const_cast<SAFEARRAYBOUND*>(bounds.begin())), type);
+}
 
 kv::Variant ArrayOf(std::initializer_list<std::u16string_view> texts) {
     kv::ArrayBuilder array(VT_VARIANT, texts.size());
@@ -19,6 +24,57 @@ kv::Variant ArrayOf(std::initializer_list<LONG> numbers) {
     auto* element = array.Elements<VARIANT>();
     for (const LONG number : numbers) *element++ = Value(number).Detach();
     return array.Finish();
+}
+
+kv::Variant Nested(int levels) {
+    kv::Variant value = Value(1);
+    for (int i = 0; i < levels; ++i) {
+        kv::ArrayBuilder array(VT_VARIANT, 1);
+        *array.Elements<VARIANT>() = value.Detach();
+        value = array.Finish();
+    }
+    return value;
+}
+
+std::vector<kv::Variant> EveryValue() {
+    std::vector<kv::Variant> values;
+    for (const VARTYPE type : {VT_EMPTY, VT_NULL, VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_INT, VT_UINT,
+                               VT_ERROR, VT_I8, VT_UI8, VT_CY, VT_BOOL}) {
+        VARIANT value{};
+        value.vt = type;
+        value.llVal = type == VT_EMPTY || type == VT_NULL ? 0 : -2;
+        values.push_back(kv::Variant::Attach(value));
+    }
+    VARIANT number{};
+    number.vt = VT_R4;
+    number.fltVal = 0.1f;
+    values.push_back(kv::Variant::Attach(number));
+    number = {};
+    number.vt = VT_DATE;
+    number.date = 45000.75;
+    values.push_back(kv::Variant::Attach(number));
+    VARIANT decimal{};
+    VarDecFromR8(0.1, &decimal.decVal);
+    decimal.vt = VT_DECIMAL;
+    values.push_back(kv::Variant::Attach(decimal));
+    values.push_back(Value(std::numeric_limits<double>::quiet_NaN()));
+    values.push_back(Value(u""));
+    values.push_back(Value(std::u16string_view(u"a\0b\xD800\u00C4", 5)));
+    values.push_back(Value(static_cast<IUnknown*>(nullptr)));
+    values.push_back(ArrayOf({u"x", u"y"}));
+    values.push_back(Nested(3));
+    for (const VARTYPE type : {VT_I2, VT_R8, VT_BSTR, VT_UNKNOWN, VT_DECIMAL, VT_VARIANT, VT_UI1, VT_I8}) {
+        values.push_back(Array(type, {{3, -5}}));
+        values.push_back(Array(type, {{2, 1}, {0, 0}, {4, -1}}));
+        values.push_back(kv::Variant::FromArray(nullptr, type));
+    }
+    return values;
+}
+
+bool Equal(IPropertySet* left, IPropertySet* right) {
+    VARIANT_BOOL equal = 7;
+    EXPECT_EQ(left->IsEqual(right, &equal), S_OK);
+    return equal == VARIANT_TRUE;
 }
 
 VARIANT ReferenceTo(VARIANT& value) {

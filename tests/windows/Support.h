@@ -6,6 +6,7 @@
 
 #include <concepts>
 #include <string>
+#include <vector>
 
 #include "kvcore/Guid.h"
 #include "kvcore/Ptr.h"
@@ -62,6 +63,13 @@ inline kv::Variant Value(IUnknown* object) {
 /// An array of VARIANTs from index 0.
 kv::Variant ArrayOf(std::initializer_list<std::u16string_view> texts);
 kv::Variant ArrayOf(std::initializer_list<LONG> numbers);
+/// A new array whose elements are all zero.
+kv::Variant Array(VARTYPE type, std::initializer_list<SAFEARRAYBOUND> bounds);
+/// Arrays in arrays, so many of them.
+kv::Variant Nested(int levels);
+/// One value of every type that a VARIANT can hold but for objects, arrays with lower bounds and several dimensions
+/// among them.
+std::vector<kv::Variant> EveryValue();
 /// A value by reference to another, which must outlive it.
 VARIANT ReferenceTo(VARIANT& value);
 
@@ -74,6 +82,7 @@ std::string Refusal(std::string_view className, std::string_view description) {
            kv::Utf8(kv::GuidText(__uuidof(I)));
 }
 
+bool Equal(IPropertySet* left, IPropertySet* right);
 /// The names of a set's properties in their order, separated by blanks.
 std::string Names(IPropertySet* set);
 

@@ -7,10 +7,15 @@ namespace mova {
 
 /// How a load failed of which nothing more is known than that the bytes are not what they must be.
 inline constexpr auto damagedStream = u"The stream is cut short or damaged.";
+inline constexpr auto unsavableValue = u"A value is of a kind that cannot be saved.";
 inline constexpr auto newerStream = u"The stream was written by a newer version.";
 
 /// How many bytes an object saves itself in, found by doing so.
 HRESULT MeasureSaved(IPersistStream& object, ULARGE_INTEGER& size) noexcept;
+
+/// Copies an object with all that it refers to, by saving it to memory and loading it from there.
+/// @param copy receives the new object; null, with S_FALSE, where the object is null or has no persistence.
+HRESULT CopyBySaving(IUnknown* object, IUnknown** copy) noexcept;
 
 /// A component that persists in binary. What remains for a class to say is how its fields are written and read:
 ///
@@ -26,9 +31,9 @@ class PersistentComponent : public Component<Self, Coclass, Items..., Generation
     using Base::Base;
 
     // IPersistStream
-    STDMETHODIMP GetClassID(CLSID* classId) noexcept override {
-        if (!classId) return Base::Refuse(E_POINTER);
-        *classId = Base::classId;
+    STDMETHODIMP GetClassID(CLSID* clsid) noexcept override {
+        if (!clsid) return Base::Refuse(E_POINTER);
+        *clsid = Base::classId;
         return S_OK;
     }
     STDMETHODIMP IsDirty() noexcept override { return dirty_ ? S_OK : S_FALSE; }
@@ -50,6 +55,7 @@ class PersistentComponent : public Component<Self, Coclass, Items..., Generation
         kv::StreamWriter out(stream);
         static_cast<Self*>(this)->WriteFields(out);
         const HRESULT status = out.Finish();
+        if (status == DISP_E_BADVARTYPE) return this->template Refuse<IPersistStream>(status, unsavableValue);
         if (SUCCEEDED(status) && clearDirty) dirty_ = false;
         return status;
     } catch (...) {
@@ -66,6 +72,10 @@ class PersistentComponent : public Component<Self, Coclass, Items..., Generation
     }
 
  protected:
+    /// What IClone answers: another object with the same content.
+    HRESULT CloneBySaving(IUnknown** copy) noexcept {
+        return copy ? CopyBySaving(Base::Own(), copy) : Base::Refuse(E_POINTER);
+    }
     void SetDirty() noexcept { dirty_ = true; }
     /// Refuses a record of a later version than the class knows. @return E_FAIL
     HRESULT RefuseNewer() const noexcept { return this->template Refuse<IPersistStream>(E_FAIL, newerStream); }

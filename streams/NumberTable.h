@@ -1,0 +1,45 @@
+// Finds what belongs to a reference number.
+#pragma once
+
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+namespace mova {
+
+/// A map from numbers to values, an array as long as the numbers come about as dense as a writer hands them out; a
+/// number from a broken stream takes no more memory than any other.
+template <class Value>
+class NumberTable {
+ public:
+    /// The value of a number; null where it has none.
+    Value* Find(std::uint32_t number) noexcept {
+        if (number < dense_.size() && dense_[number]) return &dense_[number];
+        if (sparse_.empty()) return nullptr;
+        const auto found = sparse_.find(number);
+        return found == sparse_.end() ? nullptr : &found->second;
+    }
+    /// Adds a number that is not yet there. @throw std::bad_alloc, nothing being changed
+    void Add(std::uint32_t number, Value value) {
+        if (number < dense_.size()) {
+            dense_[number] = std::move(value);
+        } else if (number <= dense_.size() + reach) {
+            dense_.resize(number);
+            dense_.push_back(std::move(value));
+        } else {
+            sparse_.emplace(number, std::move(value));
+        }
+    }
+    void Clear() noexcept {
+        dense_ = {};
+        sparse_ = {};
+    }
+
+ private:
+    static constexpr std::size_t reach = 8;  ///< as many numbers may be missing before the next
+
+    std::vector<Value> dense_;
+    std::unordered_map<std::uint32_t, Value> sparse_;
+};
+
+}  // namespace mova

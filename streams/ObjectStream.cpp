@@ -1,0 +1,367 @@
+#include "streams/ObjectStream.h"
+
+#include <algorithm>
+
+#include "kvcore/Guid.h"
+#include "kvcore/Stack.h"
+#include "server/HoldsObjects.h"
+#include "streams/PersistentComponent.h"
+#include "streams/ObjectTrace.h"
+#include "streams/VariantStreamIO.h"
+
+namespace mova {
+namespace {
+
+constexpr auto noStream = u"The object stream has no stream of bytes under it.";
+constexpr auto tooDeep = u"The objects nest too deeply.";
+constexpr LONG largestNestingLimit = 100'000;
+
+#pragma pack(push, 1)
+/// How a reference stands in the stream; only the class, all zero, where it is null.
+struct Reference {
+    CLSID classId;
+    ULONG number;
+};
+#pragma pack(pop)
+static_assert(sizeof(Reference) == 20);
+
+/// The class that an object persisting by values names through its identifier; nothing where it names none.
+std::optional<CLSID> NamedClass(IPersistVariant& object) noexcept {
+    kv::Ptr<IUnknown> identifier;
+    CLSID clsid{};
+    if (FAILED(object.get_ID(identifier.Put()))) return {};
+    const auto exchange = identifier.As<IIdentifierExchange>();
+    if (!exchange || FAILED(exchange->GetIdentifier(&clsid, nullptr)) || clsid == CLSID_NULL) return {};
+    return clsid;
+}
+
+}  // namespace
+
+const SavedObjects::Saved* SavedObjects::Find(IUnknown* identity) const noexcept {
+    if (saved_.size() > fewObjects) {
+        const std::uint32_t position = index_.Find(identity);
+        return position == PointerIndex::none ? nullptr : &saved_[position];
+    }
+    const auto found =
+        std::find_if(saved_.begin(), saved_.end(), [=](const Saved& saved) { return saved.identity.Get() == identity; });
+    return found == saved_.end() ? nullptr : &*found;
+}
+
+void SavedObjects::Add(kv::Ptr<IUnknown> identity, REFCLSID clsid, ULONG number) {
+    if (saved_.empty()) saved_.reserve(fewObjects);
+    if (saved_.size() == fewObjects) {
+        index_.Clear();
+        for (std::uint32_t i = 0; i < fewObjects; ++i) index_.Add(saved_[i].identity.Get(), i);
+    }
+    IUnknown* const address = identity.Get();
+    const auto position = static_cast<std::uint32_t>(saved_.size());
+    saved_.push_back({std::move(identity), clsid, number});
+    if (position >= fewObjects) try {
+            index_.Add(address, position);
+        } catch (...) {
+            saved_.pop_back();
+            throw;
+        }
+}
+
+void SavedObjects::Clear() noexcept {
+    index_.Clear();
+    saved_ = {};
+}
+
+/// One object inside another, for the length of saving or loading it.
+class ObjectStream::Nesting {
+ public:
+    explicit Nesting(ObjectStream& stream) noexcept : stream_(stream) { ++stream_.depth_; }
+    ~Nesting() { --stream_.depth_; }
+    Nesting(const Nesting&) = delete;
+    Nesting& operator=(const Nesting&) = delete;
+
+    bool IsTooDeep() const noexcept {
+        constexpr LONG shallow = 16;  // even a small stack has room for so many
+        constexpr std::size_t enoughStack = 192 * 1024;
+        return stream_.depth_ > stream_.nestingLimit_ ||
+               (stream_.depth_ > shallow && kv::StackLeft() < enoughStack);
+    }
+
+ private:
+    ObjectStream& stream_;
+};
+
+STDMETHODIMP ObjectStream::Read(void* target, ULONG size, ULONG* read) noexcept {
+    if (!counts_) return ForwardingStream::Read(target, size, read);
+    if (read) *read = 0;
+    if (static_cast<LONGLONG>(size) > sizeLeft_)
+        return Refuse<IObjectStream2>(E_FAIL, u"The objects exceed the size limit.");
+    ULONG came = 0;
+    const HRESULT status = ForwardingStream::Read(target, size, &came);
+    sizeLeft_ -= came;
+    if (read) *read = came;
+    return status;
+}
+
+STDMETHODIMP ObjectStream::put_Stream(IStream* stream) noexcept {
+    if (stream == inner_.Get()) return S_OK;
+    const kv::Ptr<IStream> given(stream);
+    if (given && given.As<IUnknown>().Get() == Controlling())
+        return Refuse<IObjectStream>(E_INVALIDARG, u"An object stream cannot be the stream under itself.");
+    inner_ = given;
+    windowed_ = given.As<kv::IWindowedStream>();
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::get_Stream(IStream** stream) noexcept {
+    if (!stream) return Refuse(E_POINTER);
+    *stream = kv::Ptr<IStream>(inner_).Detach();
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::SaveObject(IUnknown* object) noexcept try {
+    if (!inner_) return Refuse<IObjectStream>(E_FAIL, noStream);
+    if (!object) return SaveNull();
+    kv::Ptr<IObjectSubstitution> substitution;
+    kv::Ptr<IUnknown> identity;
+    kv::Ptr<IUnknown> original;
+    object->QueryInterface(__uuidof(IObjectSubstitution), substitution.PutVoid());
+    if (HRESULT status = object->QueryInterface(__uuidof(IUnknown), identity.PutVoid()); FAILED(status)) return status;
+    if (substitution && !saved_.Find(identity.Get())) {
+        kv::Ptr<IUnknown> substitute;
+        if (HRESULT status = substitution->GetSubstitute(substitute.Put()); FAILED(status)) return status;
+        if (substitute) original = std::exchange(identity, substitute.As<IUnknown>());
+    }
+    if (const SavedObjects::Saved* saved = saved_.Find(identity.Get())) {
+        const HRESULT status = WriteReference(saved->classId, saved->number);
+        if (SUCCEEDED(status) && sink_) TraceReference(sink_.Get(), saved->number);
+        return status;
+    }
+    return SaveNew(std::move(identity), std::move(original));
+} catch (...) {
+    return CaughtStatus();
+}
+
+HRESULT ObjectStream::SaveNull() noexcept {
+    const HRESULT status = WriteBytes(&CLSID_NULL, sizeof(CLSID));
+    if (SUCCEEDED(status) && sink_) TraceSaved(sink_.Get(), CLSID_NULL);
+    return status;
+}
+
+HRESULT ObjectStream::SaveNew(kv::Ptr<IUnknown> object, kv::Ptr<IUnknown> original) {
+    const auto byValues = object.As<IPersistVariant>();
+    const auto byBytes = byValues ? kv::Ptr<IPersistStream>() : object.As<IPersistStream>();
+    CLSID clsid{};
+    if (byValues) {
+        const auto named = NamedClass(*byValues.Get());
+        if (!named) return Refuse<IObjectStream>(E_INVALIDARG, u"An object does not name its class.");
+        clsid = *named;
+    } else if (byBytes) {
+        if (HRESULT status = byBytes->GetClassID(&clsid); FAILED(status)) return status;
+        if (clsid == CLSID_NULL)
+            return Refuse<IObjectStream>(E_INVALIDARG, u"An object does not name its class.");
+    } else {
+        return SaveNull();
+    }
+    const Nesting nesting(*this);
+    if (nesting.IsTooDeep()) return Refuse<IObjectStream>(E_FAIL, tooDeep);
+    const ULONG number = nextNumber_;
+    saved_.Add(std::move(object), clsid, number);
+    ++nextNumber_;
+    if (original) saved_.Add(std::move(original), clsid, number);
+    if (HRESULT status = WriteReference(clsid, number); FAILED(status)) return status;
+    if (sink_) TraceSaved(sink_.Get(), clsid);
+    if (byBytes) return byBytes->Save(this, FALSE);  // only who keeps the stream knows whether it is the document
+    return byValues->Save(VariantStream(this).Get());
+}
+
+STDMETHODIMP ObjectStream::LoadObject(REFIID iid, IUnknown* outer, void** object) noexcept try {
+    if (!object) return Refuse(E_POINTER);
+    *object = nullptr;
+    if (kv::IsNull(&iid)) return Refuse(E_INVALIDARG);
+    if (!inner_) return Refuse<IObjectStream>(E_FAIL, noStream);
+    const bool outermost = !loading_;
+    if (outermost) {
+        loading_ = true;
+        counts_ = sizeLimit_ != 0;
+        sizeLeft_ = sizeLimit_;
+    }
+    kv::Ptr<IUnknown> loaded;
+    const HRESULT status = LoadReference(outer, loaded);
+    if (outermost) {
+        if (FAILED(status)) DropLoaded();
+        underWay_.clear();
+        loading_ = counts_ = false;
+    }
+    return status == S_OK ? loaded->QueryInterface(iid, object) : status;
+} catch (...) {
+    return CaughtStatus();
+}
+
+HRESULT ObjectStream::LoadReference(IUnknown* outer, kv::Ptr<IUnknown>& object) noexcept try {
+    CLSID clsid{};
+    if (HRESULT status = ReadBytes(&clsid, sizeof clsid); FAILED(status)) return status;
+    if (clsid == CLSID_NULL) {
+        if (sink_) TraceLoaded(sink_.Get(), 0, clsid);
+        return S_FALSE;
+    }
+    ULONG number = 0;
+    if (HRESULT status = ReadBytes(&number, sizeof number); FAILED(status)) return status;
+    if (const auto* known = loaded_.Find(number)) {
+        object = *known;
+        if (sink_) TraceReference(sink_.Get(), number);
+        return S_OK;
+    }
+    return LoadNew(clsid, number, outer, object);
+} catch (...) {
+    return CaughtStatus();
+}
+
+HRESULT ObjectStream::LoadNew(REFCLSID clsid, ULONG number, IUnknown* outer, kv::Ptr<IUnknown>& object) {
+    const Nesting nesting(*this);
+    if (nesting.IsTooDeep()) return Refuse<IObjectStream>(E_FAIL, tooDeep);
+    if (allowed_ && std::find(allowed_->begin(), allowed_->end(), clsid) == allowed_->end())
+        return RefuseClass(E_ACCESSDENIED, clsid, u" may not be created from this stream.");
+    if (HRESULT status = creator_.Create(clsid, outer, __uuidof(IUnknown), object.PutVoid()); FAILED(status))
+        return RefuseClass(status, clsid, u" cannot be created.");
+    if (!object) return RefuseClass(E_FAIL, clsid, u" cannot be created.");
+    loaded_.Add(number, outer ? kv::Ptr<IUnknown>(outer) : object);
+    underWay_.push_back(number);
+    if (sink_) TraceLoaded(sink_.Get(), number, clsid);
+    if (const auto byValues = object.As<IPersistVariant>()) {
+        const HRESULT status = byValues->Load(VariantStream(this).Get());
+        return FAILED(status) ? status : S_OK;
+    }
+    if (const auto byBytes = object.As<IPersistStream>()) {
+        const HRESULT status = byBytes->Load(this);
+        return FAILED(status) ? status : S_OK;
+    }
+    return RefuseClass(E_FAIL, clsid, u" has no persistence.");
+}
+
+void ObjectStream::DropLoaded() noexcept {
+    for (const ULONG number : underWay_)
+        if (const auto* loaded = loaded_.Find(number))
+            if (const auto holder = loaded->As<IHoldsObjects>()) holder->DropObjects();
+}
+
+HRESULT ObjectStream::RefuseClass(HRESULT status, REFCLSID clsid, std::u16string_view what) const {
+    return Refuse<IObjectStream>(status, (u"The class " + kv::GuidText(clsid)).append(what).c_str());
+}
+
+HRESULT ObjectStream::WriteReference(REFCLSID clsid, ULONG number) noexcept {
+    const Reference reference{clsid, number};
+    return WriteBytes(&reference, sizeof reference);
+}
+
+HRESULT ObjectStream::WriteBytes(const void* source, std::size_t size) noexcept {
+    kv::ByteWindow* const window = Window(nullptr);
+    if (window && size <= window->Room()) {
+        window->Put(source, size);
+        return S_OK;
+    }
+    return kv::KvStreamWrite(this, source, size, nullptr);
+}
+
+HRESULT ObjectStream::ReadBytes(void* target, std::size_t size) noexcept {
+    kv::ByteWindow* const window = Window(nullptr);
+    if (window && size <= window->Readable()) {
+        window->Get(target, size);
+        return S_OK;
+    }
+    std::size_t read = 0;
+    if (HRESULT status = kv::KvStreamRead(this, target, size, &read); FAILED(status)) return status;
+    return read == size ? S_OK : Refuse<IObjectStream>(E_FAIL, damagedStream);
+}
+
+kv::ByteWindow* STDMETHODCALLTYPE ObjectStream::Window(IUnknown** keeper) noexcept {
+    if (windowed_ && !counts_) return windowed_->Window(keeper);
+    if (keeper) *keeper = nullptr;
+    return nullptr;
+}
+
+STDMETHODIMP ObjectStream::put_DebugSink(IObjectStreamDebug* sink) noexcept {
+    sink_ = kv::Ptr<IObjectStreamDebug>(sink);
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::get_DebugSink(IObjectStreamDebug** sink) noexcept {
+    if (!sink) return Refuse(E_POINTER);
+    *sink = kv::Ptr<IObjectStreamDebug>(sink_).Detach();
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::put_DocumentVersion(LONG version) noexcept {
+    if (version < 0) return Refuse<IDocumentVersion>(E_INVALIDARG, u"A document version is not negative.");
+    documentVersion_ = version;
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::get_DocumentVersion(LONG* version) noexcept {
+    if (!version) return Refuse(E_POINTER);
+    *version = documentVersion_;
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::FindSaved(IUnknown* object, ULONG* number) noexcept {
+    if (!number) return Refuse(E_POINTER);
+    *number = 0;
+    if (!object) return Refuse(E_INVALIDARG);
+    const SavedObjects::Saved* saved = saved_.Find(kv::Ptr<IUnknown>(object).As<IUnknown>().Get());
+    if (!saved) return S_FALSE;
+    *number = saved->number;
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::FindLoaded(ULONG number, REFIID iid, void** object) noexcept {
+    if (!object) return Refuse(E_POINTER);
+    *object = nullptr;
+    if (kv::IsNull(&iid)) return Refuse(E_INVALIDARG);
+    const auto* loaded = loaded_.Find(number);
+    return loaded ? kv::Ptr<IUnknown>(*loaded)->QueryInterface(iid, object) : S_FALSE;
+}
+
+STDMETHODIMP ObjectStream::ForgetReferences() noexcept {
+    saved_.Clear();
+    loaded_.Clear();
+    nextNumber_ = 1;
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::put_NestingLimit(LONG limit) noexcept {
+    if (limit < 1 || limit > largestNestingLimit)
+        return Refuse<IObjectStream2>(E_INVALIDARG, u"The nesting limit must be 1 to 100,000.");
+    nestingLimit_ = limit;
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::get_NestingLimit(LONG* limit) noexcept {
+    if (!limit) return Refuse(E_POINTER);
+    *limit = nestingLimit_;
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::put_SizeLimit(LONGLONG limit) noexcept {
+    if (limit < 0) return Refuse<IObjectStream2>(E_INVALIDARG, u"The size limit must not be negative.");
+    sizeLimit_ = limit;
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::get_SizeLimit(LONGLONG* limit) noexcept {
+    if (!limit) return Refuse(E_POINTER);
+    *limit = sizeLimit_;
+    return S_OK;
+}
+
+STDMETHODIMP ObjectStream::AllowClass(REFCLSID clsid) noexcept try {
+    if (kv::IsNull(&clsid)) return Refuse(E_INVALIDARG);
+    if (!allowed_) allowed_.emplace();
+    allowed_->push_back(clsid);
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP ObjectStream::AllowAllClasses() noexcept {
+    allowed_.reset();
+    return S_OK;
+}
+
+}  // namespace mova

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <movaSystem.h>
+
+#include <optional>
+#include <vector>
+
+#include "kvcore/BlockPool.h"
+#include "kvcore/CreateInstance.h"
+#include "streams/ForwardingStream.h"
+#include "streams/NumberTable.h"
+#include "streams/PointerIndex.h"
+
+namespace mova {
+
+/// The objects that were saved to a stream, each under its number.
+class SavedObjects {
+ public:
+    struct Saved {
+        kv::Ptr<IUnknown> identity;  ///< held, so that no other object can come to its address
+        CLSID classId;
+        ULONG number;
+    };
+
+    const Saved* Find(IUnknown* identity) const noexcept;
+    /// @throw std::bad_alloc, nothing being changed
+    void Add(kv::Ptr<IUnknown> identity, REFCLSID classId, ULONG number);
+    void Clear() noexcept;
+
+ private:
+    static constexpr std::size_t fewObjects = 8;  ///< so many are found by looking at each
+
+    std::vector<Saved, kv::BlockAllocator<Saved>> saved_;
+    PointerIndex index_;  ///< empty while there are few
+};
+
+/// A stream that object graphs are saved to and loaded from; the layout of a reference is in docs/formats.md.
+class ObjectStream final
+    : public ForwardingStream<ObjectStream, ::ObjectStream,
+                              Generations<IObjectStream2, IObjectStream, IStream, ISequentialStream>, IDocumentVersion,
+                              kv::IWindowedStream> {
+ public:
+    using ForwardingStream::ForwardingStream;
+    using Component::Make;
+
+    // IStream
+    STDMETHODIMP Read(void* target, ULONG size, ULONG* read) noexcept override;
+    // IObjectStream
+    STDMETHODIMP put_Stream(IStream* stream) noexcept override;
+    STDMETHODIMP get_Stream(IStream** stream) noexcept override;
+    STDMETHODIMP SaveObject(IUnknown* object) noexcept override;
+    STDMETHODIMP LoadObject(REFIID iid, IUnknown* outer, void** object) noexcept override;
+    STDMETHODIMP put_DebugSink(IObjectStreamDebug* sink) noexcept override;
+    STDMETHODIMP get_DebugSink(IObjectStreamDebug** sink) noexcept override;
+    STDMETHODIMP put_DocumentVersion(LONG version) noexcept override;
+    STDMETHODIMP get_DocumentVersion(LONG* version) noexcept override;
+    STDMETHODIMP FindSaved(IUnknown* object, ULONG* number) noexcept override;
+    STDMETHODIMP FindLoaded(ULONG number, REFIID iid, void** object) noexcept override;
+    // IObjectStream2
+    STDMETHODIMP ForgetReferences() noexcept override;
+    STDMETHODIMP put_NestingLimit(LONG limit) noexcept override;
+    STDMETHODIMP get_NestingLimit(LONG* limit) noexcept override;
+    STDMETHODIMP put_SizeLimit(LONGLONG limit) noexcept override;
+    STDMETHODIMP get_SizeLimit(LONGLONG* limit) noexcept override;
+    STDMETHODIMP AllowClass(REFCLSID clsid) noexcept override;
+    STDMETHODIMP AllowAllClasses() noexcept override;
+    // IWindowedStream; while the bytes read are counted, all goes through Read
+    kv::ByteWindow* STDMETHODCALLTYPE Window(IUnknown** keeper) noexcept override;
+
+ private:
+    class Nesting;
+
+    HRESULT SaveNull() noexcept;
+    /// @param original what the object is saved in the place of; null for nothing
+    HRESULT SaveNew(kv::Ptr<IUnknown> object, kv::Ptr<IUnknown> original);
+    HRESULT LoadReference(IUnknown* outer, kv::Ptr<IUnknown>& object) noexcept;
+    HRESULT LoadNew(REFCLSID clsid, ULONG number, IUnknown* outer, kv::Ptr<IUnknown>& object);
+    /// After a failure nobody has the objects that were created: what they hold of each other is let go.
+    void DropLoaded() noexcept;
+    HRESULT RefuseClass(HRESULT status, REFCLSID clsid, std::u16string_view what) const;
+    HRESULT WriteReference(REFCLSID clsid, ULONG number) noexcept;
+    HRESULT WriteBytes(const void* source, std::size_t size) noexcept;
+    HRESULT ReadBytes(void* target, std::size_t size) noexcept;
+
+    kv::Ptr<kv::IWindowedStream> windowed_;  ///< the inner stream, where it is one
+    SavedObjects saved_;
+    NumberTable<kv::Ptr<IUnknown>> loaded_;
+    std::vector<ULONG, kv::BlockAllocator<ULONG>> underWay_;  ///< the numbers of what the outermost load has created
+    std::optional<std::vector<CLSID>> allowed_;
+    kv::Creator creator_;
+    kv::Ptr<IObjectStreamDebug> sink_;
+    ULONG nextNumber_ = 1;
+    LONG documentVersion_ = kv::currentDocumentVersion;
+    LONG nestingLimit_ = 1000;
+    LONG depth_ = 0;
+    bool loading_ = false;
+    bool counts_ = false;  ///< the bytes that the outermost load reads
+    LONGLONG sizeLimit_ = 0;
+    LONGLONG sizeLeft_ = 0;
+};
+
+}  // namespace mova
