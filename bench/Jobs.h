@@ -9,6 +9,9 @@ namespace bench {
 /// @throw std::runtime_error where the library does not do what is measured
 void RunFrame(const Session& session);
 
+/// Object graphs, copies, and streams in memory. @throw std::runtime_error as above
+void RunPersist(const Session& session);
+
 /// Time and memory of the property set. @throw std::runtime_error as above
 void RunPropset(const Session& session);
 

@@ -30,8 +30,7 @@ HRESULT Creator::Create(REFCLSID classId, IUnknown* outer, REFIID iid, void** ob
     if (IClassFactory* factory = OwnFactory(classId)) return factory->CreateInstance(outer, iid, object);
     if (!lastFactory_ || lastClass_ != classId) {
         Ptr<IClassFactory> factory;
-        if (HRESULT status =
-                CoGetClassObject(classId, anyServer, nullptr, __uuidof(IClassFactory), factory.PutVoid());
+        if (HRESULT status = CoGetClassObject(classId, anyServer, nullptr, __uuidof(IClassFactory), factory.PutVoid());
             FAILED(status))
             return status;
         lastFactory_ = std::move(factory);

@@ -12,9 +12,29 @@ namespace kv {
 
 /// The types of values, under the numbers that the platform gives them in a VARIANT.
 enum class ValueType : std::uint16_t {
-    empty = 0, null = 1, i2 = 2, i4 = 3, r4 = 4, r8 = 5, currency = 6, date = 7, text = 8, dispatch = 9, error = 10,
-    boolean = 11, variant = 12, unknown = 13, decimal = 14, i1 = 16, ui1 = 17, ui2 = 18, ui4 = 19, i8 = 20, ui8 = 21,
-    integer = 22, uinteger = 23
+    empty = 0,
+    null = 1,
+    i2 = 2,
+    i4 = 3,
+    r4 = 4,
+    r8 = 5,
+    currency = 6,
+    date = 7,
+    text = 8,
+    dispatch = 9,
+    error = 10,
+    boolean = 11,
+    variant = 12,
+    unknown = 13,
+    decimal = 14,
+    i1 = 16,
+    ui1 = 17,
+    ui2 = 18,
+    ui4 = 19,
+    i8 = 20,
+    ui8 = 21,
+    integer = 22,
+    uinteger = 23
 };
 /// Added to the type of an array's elements.
 inline constexpr std::uint16_t arrayFlag = 0x2000;
@@ -39,10 +59,10 @@ constexpr ValueShape ShapeOf(ValueType type) noexcept {
     using enum ValueForm;
     constexpr ValueShape object8 = {object, 16, 8};
     constexpr std::array<ValueShape, 24> shapes = {{
-        {nothing, 0, 0}, {nothing, 0, 0}, {fixed, 2, 2}, {fixed, 4, 4}, {fixed, 4, 4}, {fixed, 8, 8}, {fixed, 8, 8},
-        {fixed, 8, 8}, {text, 4, 8}, object8, {fixed, 4, 4}, {fixed, 2, 2}, {variant, 2, 24}, object8,
-        {fixed, 16, 16}, {none, 0, 0}, {fixed, 1, 1}, {fixed, 1, 1}, {fixed, 2, 2}, {fixed, 4, 4}, {fixed, 8, 8},
-        {fixed, 8, 8}, {fixed, 4, 4}, {fixed, 4, 4},
+        {nothing, 0, 0},  {nothing, 0, 0}, {fixed, 2, 2},   {fixed, 4, 4}, {fixed, 4, 4}, {fixed, 8, 8},
+        {fixed, 8, 8},    {fixed, 8, 8},   {text, 4, 8},    object8,       {fixed, 4, 4}, {fixed, 2, 2},
+        {variant, 2, 24}, object8,         {fixed, 16, 16}, {none, 0, 0},  {fixed, 1, 1}, {fixed, 1, 1},
+        {fixed, 2, 2},    {fixed, 4, 4},   {fixed, 8, 8},   {fixed, 8, 8}, {fixed, 4, 4}, {fixed, 4, 4},
     }};
     const auto index = static_cast<std::size_t>(type);
     return index < shapes.size() ? shapes[index] : ValueShape{};

@@ -168,8 +168,10 @@ class ArrayElements {
 
     bool Grow(std::uint32_t count) {
         SAFEARRAYBOUND bound{count, 0};
-        if (!array_) array_ = SafeArrayCreate(static_cast<VARTYPE>(type_), 1, &bound);
-        else if (FAILED(SafeArrayRedim(array_, &bound))) throw std::bad_alloc();
+        if (!array_)
+            array_ = SafeArrayCreate(static_cast<VARTYPE>(type_), 1, &bound);
+        else if (FAILED(SafeArrayRedim(array_, &bound)))
+            throw std::bad_alloc();
         if (!array_) throw std::bad_alloc();
         return true;
     }

@@ -1,8 +1,8 @@
 #include "streams/ObjectCopy.h"
 
-#include "streams/PersistentComponent.h"
 #include "streams/MemoryBlobStream.h"
 #include "streams/ObjectStream.h"
+#include "streams/PersistentComponent.h"
 
 namespace mova {
 

@@ -5,8 +5,8 @@
 #include "kvcore/Guid.h"
 #include "kvcore/Stack.h"
 #include "server/HoldsObjects.h"
-#include "streams/PersistentComponent.h"
 #include "streams/ObjectTrace.h"
+#include "streams/PersistentComponent.h"
 #include "streams/VariantStreamIO.h"
 
 namespace mova {
@@ -42,8 +42,8 @@ const SavedObjects::Saved* SavedObjects::Find(IUnknown* identity) const noexcept
         const std::uint32_t position = index_.Find(identity);
         return position == PointerIndex::none ? nullptr : &saved_[position];
     }
-    const auto found =
-        std::find_if(saved_.begin(), saved_.end(), [=](const Saved& saved) { return saved.identity.Get() == identity; });
+    const auto found = std::find_if(saved_.begin(), saved_.end(),
+                                    [=](const Saved& saved) { return saved.identity.Get() == identity; });
     return found == saved_.end() ? nullptr : &*found;
 }
 
@@ -80,8 +80,7 @@ class ObjectStream::Nesting {
     bool IsTooDeep() const noexcept {
         constexpr LONG shallow = 16;  // even a small stack has room for so many
         constexpr std::size_t enoughStack = 192 * 1024;
-        return stream_.depth_ > stream_.nestingLimit_ ||
-               (stream_.depth_ > shallow && kv::StackLeft() < enoughStack);
+        return stream_.depth_ > stream_.nestingLimit_ || (stream_.depth_ > shallow && kv::StackLeft() < enoughStack);
     }
 
  private:
@@ -155,8 +154,7 @@ HRESULT ObjectStream::SaveNew(kv::Ptr<IUnknown> object, kv::Ptr<IUnknown> origin
         clsid = *named;
     } else if (byBytes) {
         if (HRESULT status = byBytes->GetClassID(&clsid); FAILED(status)) return status;
-        if (clsid == CLSID_NULL)
-            return Refuse<IObjectStream>(E_INVALIDARG, u"An object does not name its class.");
+        if (clsid == CLSID_NULL) return Refuse<IObjectStream>(E_INVALIDARG, u"An object does not name its class.");
     } else {
         return SaveNull();
     }

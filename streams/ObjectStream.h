@@ -40,8 +40,8 @@ class ObjectStream final
                               Generations<IObjectStream2, IObjectStream, IStream, ISequentialStream>, IDocumentVersion,
                               kv::IWindowedStream> {
  public:
-    using ForwardingStream::ForwardingStream;
     using Component::Make;
+    using ForwardingStream::ForwardingStream;
 
     // IStream
     STDMETHODIMP Read(void* target, ULONG size, ULONG* read) noexcept override;

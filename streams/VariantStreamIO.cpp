@@ -16,8 +16,7 @@ STDMETHODIMP VariantStreamIO::Write(VARIANT value) noexcept try {
     kv::StreamWriter out(stream.Get());
     kv::WriteValue(out, value, kv::Objects::kept);
     const HRESULT status = out.Finish();
-    if (status == DISP_E_BADVARTYPE)
-        return Refuse<IVariantStream>(status, unsavableValue);
+    if (status == DISP_E_BADVARTYPE) return Refuse<IVariantStream>(status, unsavableValue);
     return status;
 } catch (...) {
     return CaughtStatus();

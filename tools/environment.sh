@@ -7,7 +7,7 @@ registered="$WINEPREFIX/registered"  # names the preset whose DLL is registered,
 
 say() { echo "$*" >&2; }
 
-build_packages=(cmake ninja-build g++ g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev wine wine64)
+build_packages=(cmake libcereal-dev ninja-build g++ g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev wine wine64)
 test_packages=(googletest)
 tool_packages=(clang clang-format clang-tidy libclang-rt-14-dev)
 

@@ -154,8 +154,7 @@ TEST(ObjectStream, WritesRepeatsAndNullsAsReferences) {
 
     EXPECT_EQ(kv::KvStreamSeek(stream.Get(), 0), S_OK);
     kv::Ptr<IUnknown> loaded[2];
-    for (auto& object : loaded)
-        EXPECT_EQ(objects->LoadObject(__uuidof(IPropertySet), nullptr, object.PutVoid()), S_OK);
+    for (auto& object : loaded) EXPECT_EQ(objects->LoadObject(__uuidof(IPropertySet), nullptr, object.PutVoid()), S_OK);
     EXPECT_TRUE(loaded[0]);
     EXPECT_EQ(loaded[0].Get(), loaded[1].Get());
     kv::Ptr<IUnknown> found;
@@ -430,8 +429,7 @@ TEST(ObjectStream, CreatesForeignClassesThroughOneFactory) {
     Served served(foreignClass, [] { return static_cast<IUnknown*>(new Plain); });
     const auto stream = StreamOf({});
     const auto objects = ObjectsOver(stream.Get());
-    for (int i = 0; i < 1000; ++i)
-        EXPECT_EQ(objects->SaveObject(kv::Ptr<Plain>::Attach(new Plain).Get()), S_OK);
+    for (int i = 0; i < 1000; ++i) EXPECT_EQ(objects->SaveObject(kv::Ptr<Plain>::Attach(new Plain).Get()), S_OK);
     EXPECT_EQ(kv::KvStreamSeek(stream.Get(), 0), S_OK);
     for (int i = 0; i < 1000; ++i) {
         kv::Ptr<IUnknown> object;

@@ -107,8 +107,7 @@ class Foreign : public IPersistStream {
  protected:
     /// The interface with that identifier, uncounted.
     virtual void* Find(REFIID iid) noexcept {
-        const bool isOne =
-            iid == __uuidof(IUnknown) || iid == __uuidof(IPersist) || iid == __uuidof(IPersistStream);
+        const bool isOne = iid == __uuidof(IUnknown) || iid == __uuidof(IPersist) || iid == __uuidof(IPersistStream);
         return isOne ? static_cast<IPersistStream*>(this) : nullptr;
     }
 
