@@ -26,9 +26,9 @@ class PersistentComponent : public Component<Self, Coclass, Items..., Generation
     using Base::Base;
 
     // IPersistStream
-    STDMETHODIMP GetClassID(CLSID* classId) noexcept override {
-        if (!classId) return Base::Refuse(E_POINTER);
-        *classId = Base::classId;
+    STDMETHODIMP GetClassID(CLSID* answer) noexcept override {
+        if (!answer) return Base::Refuse(E_POINTER);
+        *answer = Base::classId;
         return S_OK;
     }
     STDMETHODIMP IsDirty() noexcept override { return dirty_ ? S_OK : S_FALSE; }
