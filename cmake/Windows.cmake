@@ -29,6 +29,7 @@ add_dependencies(mova-identifiers mova-idl)
 add_library(
   kvcore OBJECT
   kvcore/BlockPool.cpp
+  kvcore/GuidText.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
   kvcore/Stream.cpp
