@@ -34,6 +34,7 @@ add_library(
   kvcore/SafeArray.cpp
   kvcore/Stream.cpp
   kvcore/SystemText.cpp
+  kvcore/TrelCore.cpp
   kvcore/Utf.cpp
   kvcore/Variant.cpp)
 target_link_libraries(kvcore PUBLIC mova-windows)
@@ -46,6 +47,7 @@ add_library(
   containers/PropertyList.cpp
   containers/PropertySet.cpp
   containers/PropertySetProperty.cpp
+  containers/UID.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp

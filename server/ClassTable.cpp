@@ -3,6 +3,7 @@
 #include "containers/PropertySet.h"
 #include "containers/PropertySetArrays.h"
 #include "containers/PropertySetProperty.h"
+#include "containers/UID.h"
 #include "server/ClassFactory.h"
 #include "server/MOVAExtendedErrorInfo.h"
 #include "services/MessageLogger.h"
@@ -27,6 +28,7 @@ constexpr ClassEntry ThreadSingleton(const char16_t* name) noexcept {
 
 constinit const ClassEntry classTable[] = {
     NewObject<PropertySet>(u"PropertySet"),
+    NewObject<UID>(u"UID"),
     NewObject<MemoryBlobStream>(u"MemoryBlobStream"),
     NewObject<MOVAExtendedErrorInfo>(u"MOVAExtendedErrorInfo"),
     NewObject<PropertySetProperty>(u"PropertySetProperty"),
