@@ -30,11 +30,13 @@ add_library(
   kvcore OBJECT
   kvcore/BlockPool.cpp
   kvcore/CreateInstance.cpp
+  kvcore/GuidText.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
   kvcore/Stream.cpp
   kvcore/String.cpp
   kvcore/SystemText.cpp
+  kvcore/TrelCore.cpp
   kvcore/Utf.cpp
   kvcore/Variant.cpp
   kvcore/VariantStream.cpp)
@@ -48,6 +50,7 @@ add_library(
   containers/PropertyList.cpp
   containers/PropertySet.cpp
   containers/PropertySetProperty.cpp
+  containers/UID.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp
@@ -87,6 +90,7 @@ add_executable(
   tools/mova/PropertyFile.cpp
   tools/mova/Propset.cpp
   tools/mova/Script.cpp
+  tools/mova/Uid.cpp
   ${tool_engine_sources}
   $<TARGET_OBJECTS:kvcore>
   $<TARGET_OBJECTS:mova-identifiers>)

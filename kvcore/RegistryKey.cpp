@@ -29,13 +29,22 @@ bool RegistryKey::SetText(const char16_t* name, const std::u16string& text) cons
                           bytes) == ERROR_SUCCESS;
 }
 
-std::u16string RegistryKey::DefaultText() const {
+std::u16string RegistryKey::Text(const char16_t* name) const {
+    const wchar_t* value = name ? Wide(name) : nullptr;
     DWORD bytes = 0;
-    if (RegGetValueW(key_, nullptr, nullptr, RRF_RT_REG_SZ, nullptr, nullptr, &bytes) != ERROR_SUCCESS) return {};
+    if (RegGetValueW(key_, nullptr, value, RRF_RT_REG_SZ, nullptr, nullptr, &bytes) != ERROR_SUCCESS) return {};
     std::u16string text(bytes / sizeof(char16_t), u'\0');
-    if (RegGetValueW(key_, nullptr, nullptr, RRF_RT_REG_SZ, nullptr, text.data(), &bytes) != ERROR_SUCCESS) return {};
+    if (RegGetValueW(key_, nullptr, value, RRF_RT_REG_SZ, nullptr, text.data(), &bytes) != ERROR_SUCCESS) return {};
     text.resize(std::min(text.find(u'\0'), text.size()));
     return text;
+}
+
+std::optional<DWORD> RegistryKey::Number(const char16_t* name) const noexcept {
+    DWORD number = 0;
+    DWORD bytes = sizeof number;
+    const wchar_t* value = name ? Wide(name) : nullptr;
+    if (RegGetValueW(key_, nullptr, value, RRF_RT_REG_DWORD, nullptr, &number, &bytes) != ERROR_SUCCESS) return {};
+    return number;
 }
 
 std::u16string RegistryKey::SubkeyName(DWORD index) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -29,8 +30,11 @@ class RegistryKey {
 
     /// Sets a text value; a null name is the key's default value.
     bool SetText(const char16_t* name, const std::u16string& text) const noexcept;
-    /// The key's default value where that is a text; else empty.
-    std::u16string DefaultText() const;
+    /// A value where that is a text, else empty; a null name is the key's default value. @throw std::bad_alloc
+    std::u16string Text(const char16_t* name) const;
+    std::u16string DefaultText() const { return Text(nullptr); }
+    /// A value where that is a number of 32 bits.
+    std::optional<DWORD> Number(const char16_t* name) const noexcept;
     /// The name of the subkey at an index from 0; empty past the last one.
     std::u16string SubkeyName(DWORD index) const;
 

@@ -3,6 +3,7 @@
 #include "containers/PropertySet.h"
 #include "containers/PropertySetArrays.h"
 #include "containers/PropertySetProperty.h"
+#include "containers/UID.h"
 #include "server/ClassFactory.h"
 #include "server/MOVAExtendedErrorInfo.h"
 #include "services/MessageLogger.h"
@@ -31,6 +32,7 @@ constexpr ClassEntry ThreadSingleton(const char16_t* name) noexcept {
 constinit const ClassEntry classTable[] = {
     NewObject<PropertySet>(u"PropertySet"),
     NewObject<ObjectStream>(u"ObjectStream"),
+    NewObject<UID>(u"UID"),
     NewObject<MemoryBlobStream>(u"MemoryBlobStream"),
     NewObject<VariantStreamIO>(u"VariantStreamIO"),
     NewObject<MOVAExtendedErrorInfo>(u"MOVAExtendedErrorInfo"),

@@ -62,6 +62,32 @@ TEST(Client, TellsWrongUsageFromRefusal) {
     }
 }
 
+TEST(Client, PrintsAndComparesIdentifiers) {
+    const auto made = Mova(u"uid").output;
+    EXPECT_TRUE(made.size() == 41 && made.starts_with("{") && made.ends_with("}\t0\n")) << made;
+    EXPECT_NE(Mova(u"uid").output, made);
+    const struct {
+        const char16_t* arguments;
+        const char* output;
+        DWORD status;
+    } rows[] = {
+        {u"uid oldlib.UID:7", "{78FF7FA1-FB2F-11D1-94A2-080009EEBECB}\t7\n", 0},
+        {u"uid --compare movaSystem.UID 78ff7fa1-fb2f-11d1-94a2-080009eebecb:0", "equal\n", 0},
+        {u"uid --compare movaSystem.UID movaSystem.UID:1", "different\n", 0},
+        {u"uid \"\"", "mova: movaSystem.UID: The text is no GUID, and no class is known by it. (0x80070057)\n", 1},
+        {u"uid --compare movaSystem.UID :",
+         "mova: movaSystem.UID: The subtype must be a whole number from 0 to 2,147,483,647. (0x80070057)\n", 1},
+        {u"uid a b", "mova: uid takes one TEXT or nothing\n", 2},
+        {u"uid --other", "mova: uid does not take --other\n", 2},
+        {u"uid --compare a", "mova: uid --compare takes two texts\n", 2},
+    };
+    for (const auto& row : rows) {
+        const auto run = Mova(row.arguments);
+        EXPECT_EQ(run.output, row.output);
+        EXPECT_EQ(run.status, row.status) << row.output;
+    }
+}
+
 TEST(Client, ListsClassesAndTheirRegistration) {
     const auto classes = Mova(u"classes");
     EXPECT_NE(classes.output.find("PropertySet\t{588E5A11-D09B-11D1-AA7C-00C04FA33A15}\tnew object\tok\n"),

@@ -3,7 +3,7 @@
 
 namespace mova::test {
 
-TEST(Scripts, UseThePropertySetAndReadRefusals) {
+TEST(Scripts, UseTheContainersAndReadRefusals) {
     const struct {
         const char16_t* script;
         const char* output;
@@ -13,7 +13,13 @@ TEST(Scripts, UseThePropertySetAndReadRefusals) {
                  "80070057 movaSystem.PropertySet: Names and values must be two arrays.\r\n"},
                 {u"propertyset.js",
                  "2 gis.example true\r\n1 0\r\n80004005 No property is named \"Port\".\r\n"
-                 "80070057 The capacity must be from 1 to 1,000,000 messages.\r\n"}};
+                 "80070057 The capacity must be from 1 to 1,000,000 messages.\r\n"},
+                {u"uid.vbs",
+                 "True 0\r\n{78FF7FA1-FB2F-11D1-94A2-080009EEBECB} 3 False\r\nTrue\r\nFalse\r\n"
+                 "80070057 movaSystem.UID: The text is no GUID, and no class is known by it.\r\n"},
+                {u"uid.js",
+                 "{00112233-4455-6677-8899-AABBCCDDEEFF} 9 true\r\n"
+                 "80070057 The value is neither a text nor an identifier object. 9\r\n"}};
     for (const auto& row : rows) {
         const auto run = RunProcess(u"cscript.exe /nologo \"" + BinaryFolder() + u"scripts\\" + row.script + u"\"");
         EXPECT_EQ(run.output, row.output) << kv::Utf8(row.script);

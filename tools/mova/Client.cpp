@@ -34,6 +34,11 @@ constexpr Command commands[] = {
      "TYPE is empty, null, bool, i2, i4, i8, r4, r8, date (an OLE date) or str; a line -NAME removes.\n"
      "--copy prints the clone instead of the set.",
      &RunPropset},
+    {"uid", "[TEXT] | --compare A B",
+     "prints {GUID} and subtype of an identifier: a new one, or that of a GUID or ProgID, with :SUBTYPE behind it or "
+     "not.\n"
+     "--compare prints equal or different.",
+     &RunUid},
 };
 
 /// The text with line breaks and other control characters escaped, so that it stays one line.

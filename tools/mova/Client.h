@@ -58,6 +58,7 @@ int RunRegister(Arguments arguments);
 int RunUnregister(Arguments arguments);
 int RunRegistered(Arguments arguments);
 int RunPropset(Arguments arguments);
+int RunUid(Arguments arguments);
 int RunHelp(Arguments arguments);
 
 /// Runs one command with its name first. Refusals are printed as one line to the stream.

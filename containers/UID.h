@@ -1,0 +1,40 @@
+#pragma once
+
+#include <movaSystem.h>
+#include "streams/PersistentComponent.h"
+
+namespace mova {
+
+/// An identifier as an object, with a subtype.
+class UID final : public PersistentComponent<UID, ::UID, IUID, IIdentifierExchange> {
+ public:
+    using PersistentComponent::PersistentComponent;
+
+    // IUID
+    STDMETHODIMP put_Value(VARIANT value) noexcept override;
+    STDMETHODIMP get_Value(VARIANT* value) noexcept override;
+    STDMETHODIMP Generate() noexcept override;
+    STDMETHODIMP put_SubType(LONG subtype) noexcept override;
+    STDMETHODIMP get_SubType(LONG* subtype) noexcept override;
+    STDMETHODIMP Compare(IUID* other, VARIANT_BOOL* equal) noexcept override;
+    // IIdentifierExchange
+    STDMETHODIMP SetIdentifier(const GUID* identifier, LONG subtype) noexcept override;
+    STDMETHODIMP GetIdentifier(GUID* identifier, LONG* subtype) noexcept override;
+
+    // PersistentComponent's
+    static constexpr ULONG sizeMax = 23;
+    void WriteFields(kv::StreamWriter& out) const noexcept;
+    HRESULT ReadFields(kv::StreamReader& in) noexcept;
+
+ private:
+    HRESULT PutObject(IUnknown* object) noexcept;
+    HRESULT PutText(std::u16string_view text, bool searchesRegistry);
+    void Take(const GUID& identifier) noexcept;
+    void TakeSubtype(LONG subtype) noexcept;
+
+    GUID identifier_{};
+    LONG subtype_ = 0;  ///< never negative
+    bool hasValue_ = false;
+};
+
+}  // namespace mova
