@@ -95,27 +95,14 @@ class Node final : public PersistentObject<Node> {
     Fields fields;
 };
 
-/// An object whose record has 24 bytes.
-class Small final : public PersistentObject<Small> {
- public:
-    static constexpr CLSID classId = {0x2F0A2A63, 0x7D4C, 0x4A35, {0x8C, 0x2E, 0x51, 0x6B, 0x0F, 0x93, 0xAA, 0x18}};
-
-    void WriteFields(kv::StreamWriter& out) { out << x << y << z; }
-    void ReadFields(kv::StreamReader& in) { in >> x >> y >> z; }
-
-    double x = 1;
-    double y = 2;
-    double z = 3;
-};
-
 /// Serves a class of this process.
 template <class Class>
 class Served final : public IClassFactory {
  public:
     Served() {
-        Require(SUCCEEDED(CoRegisterClassObject(Class::classId, this, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
-                                                &cookie_)),
-                "A class of the benchmark cannot be served.");
+        Require(
+            SUCCEEDED(CoRegisterClassObject(Class::classId, this, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie_)),
+            "A class of the benchmark cannot be served.");
     }
     ~Served() { CoRevokeClassObject(cookie_); }
     Served(const Served&) = delete;
@@ -170,7 +157,8 @@ struct Graph {
 /// The library's streams for one run.
 class Streams {
  public:
-    Streams() : memoryFactory_(FactoryOf(__uuidof(::MemoryBlobStream))), factory_(FactoryOf(__uuidof(::ObjectStream))) {}
+    Streams()
+        : memoryFactory_(FactoryOf(__uuidof(::MemoryBlobStream))), factory_(FactoryOf(__uuidof(::ObjectStream))) {}
 
     kv::Ptr<IStream> Memory() const { return Make<IStream>(memoryFactory_); }
     kv::Ptr<IObjectStream> Over(const kv::Ptr<IStream>& stream) const {
@@ -187,8 +175,7 @@ class Streams {
 kv::Ptr<IStream> Save(const Streams& streams, const Graph& graph) {
     auto memory = streams.Memory();
     const auto objects = streams.Over(memory);
-    for (const auto& node : graph.nodes)
-        Require(objects->SaveObject(node.Get()) == S_OK, "An object is not saved.");
+    for (const auto& node : graph.nodes) Require(objects->SaveObject(node.Get()) == S_OK, "An object is not saved.");
     return memory;
 }
 
@@ -273,27 +260,26 @@ void CompareGrowth(const Session& session, const Streams& streams) {
 
 void CompareCopies(const Session& session) {
     constexpr std::uint64_t times = 20'000;
-    const Served<Small> served;
     const auto copier = Make<IObjectCopy>(FactoryOf(__uuidof(::ObjectCopy)));
-    const auto small = kv::Ptr<Small>::Attach(new Small);
+    const auto small = Make<IUID>(FactoryOf(__uuidof(::UID)));  // 23 bytes
+    Require(SUCCEEDED(small->Generate()), "No identifier is made.");
     const std::byte record[24]{};
-    session.Compare("persist copy of 24 bytes, ns", static_cast<double>(times),
+    session.Compare("persist copy of an identifier, ns", static_cast<double>(times),
                     {{"ObjectCopy", Repeat(times,
                                            [&] {
                                                kv::Ptr<IUnknown> copy;
                                                return copier->Copy(small.Get(), copy.Put()) == S_OK;
                                            })},
-                     {"HGLOBAL stream: create, write, read, release", Repeat(times,
-                                                                           [&] {
-                                                                               kv::Ptr<IStream> stream;
-                                                                               std::byte back[24];
-                                                                               CreateStreamOnHGlobal(nullptr, TRUE,
-                                                                                                     stream.Put());
-                                                                               stream->Write(record, 24, nullptr);
-                                                                               kv::KvStreamSeek(stream.Get(), 0);
-                                                                               return stream->Read(back, 24,
-                                                                                                   nullptr) == S_OK;
-                                                                           }),
+                     {"HGLOBAL stream: create, write, read, release",
+                      Repeat(times,
+                             [&] {
+                                 kv::Ptr<IStream> stream;
+                                 std::byte back[24];
+                                 CreateStreamOnHGlobal(nullptr, TRUE, stream.Put());
+                                 stream->Write(record, 24, nullptr);
+                                 kv::KvStreamSeek(stream.Get(), 0);
+                                 return stream->Read(back, 24, nullptr) == S_OK;
+                             }),
                       1}});
 }
 
@@ -331,9 +317,9 @@ Run Reads(const MakeStream& make, std::uint64_t times) {
 void CompareStreams(const Session& session, const Streams& streams) {
     const MakeStream ours = [&] { return streams.Memory(); };
     constexpr std::uint64_t few = 20'000;
-    const double write = session.Compare("persist write 64 bytes x 20,000, ns", few,
-                                         {{"MemoryBlobStream", Writes(ours, few)},
-                                          {"HGLOBAL stream", Writes(&OnGlobalMemory, few), 10}});
+    const double write = session.Compare(
+        "persist write 64 bytes x 20,000, ns", few,
+        {{"MemoryBlobStream", Writes(ours, few)}, {"HGLOBAL stream", Writes(&OnGlobalMemory, few), 10}});
     session.Compare("persist read 64 bytes x 20,000, ns", few,
                     {{"MemoryBlobStream", Reads(ours, few)}, {"HGLOBAL stream", Reads(&OnGlobalMemory, few), 10}});
     constexpr std::uint64_t many = 2'000'000;
@@ -352,13 +338,13 @@ void CompareStreams(const Session& session, const Streams& streams) {
         return bulk;
     };
     session.Compare("persist write 16 MiB, ns a KiB", bulk / 1024,
-                    {{"MemoryBlobStream",
-                      [&] { return stream->Write(source.get(), bulk, nullptr) == S_OK ? bulk : 0; }, 0, rewound},
+                    {{"MemoryBlobStream", [&] { return stream->Write(source.get(), bulk, nullptr) == S_OK ? bulk : 0; },
+                      0, rewound},
                      {"memcpy", copy, 1 / 1.2}});
-    session.Compare("persist read 16 MiB, ns a KiB", bulk / 1024,
-                    {{"MemoryBlobStream",
-                      [&] { return stream->Read(target.get(), bulk, nullptr) == S_OK ? bulk : 0; }, 0, rewound},
-                     {"memcpy", copy, 1 / 1.2}});
+    session.Compare(
+        "persist read 16 MiB, ns a KiB", bulk / 1024,
+        {{"MemoryBlobStream", [&] { return stream->Read(target.get(), bulk, nullptr) == S_OK ? bulk : 0; }, 0, rewound},
+         {"memcpy", copy, 1 / 1.2}});
 }
 
 }  // namespace

@@ -63,6 +63,7 @@ add_library(
   server/TypeLibrary.cpp
   server/Unknown.cpp
   services/MessageLogger.cpp
+  streams/GrowingMemory.cpp
   streams/MemoryBlobStream.cpp
   streams/ObjectCopy.cpp
   streams/ObjectStream.cpp

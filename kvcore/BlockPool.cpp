@@ -1,5 +1,6 @@
 #include "kvcore/BlockPool.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -18,9 +19,13 @@ constexpr bool recycles = false;  // every block is the heap's own, so that its 
 #endif
 
 constexpr std::size_t granularity = 16;
-constexpr std::size_t sizeClasses = 16;
+constexpr std::size_t sizeClasses = 32;
 constexpr std::size_t shards = 16;
-constexpr std::uint32_t listLimit = 64;  // blocks kept per shard and size class: at most 16 KiB
+
+/// How many blocks of a size a shard keeps: at most 8 KiB.
+constexpr std::uint32_t ListLimit(std::size_t size) noexcept {
+    return static_cast<std::uint32_t>(std::min<std::size_t>(64, 8 * 1024 / size));
+}
 
 struct FreeBlock {
     FreeBlock* next;
@@ -37,7 +42,7 @@ class FreeList {
         top_.store(head ? head->next : nullptr, std::memory_order_release);
         return head;
     }
-    bool Push(void* memory) noexcept {
+    bool Push(void* memory, std::uint32_t listLimit) noexcept {
         FreeBlock* head = top_.exchange(Taken(), std::memory_order_acquire);
         if (head == Taken()) return false;
         const std::uint32_t length = head ? head->length : 0;
@@ -84,7 +89,7 @@ void* TakeBlock(std::size_t size) noexcept {
 }
 
 void GiveBlock(void* block, std::size_t size) noexcept {
-    if (!block || !IsPooled(size) || !ListFor(size).Push(block)) std::free(block);
+    if (!block || !IsPooled(size) || !ListFor(size).Push(block, ListLimit(size))) std::free(block);
 }
 
 void CloseBlockPool() noexcept {

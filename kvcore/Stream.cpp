@@ -56,7 +56,8 @@ std::int32_t KvStreamGetDocumentVersion(IStream* stream) noexcept {
 }
 
 detail::StreamUser::StreamUser(IStream* stream) noexcept : stream_(stream) {
-    if (const auto windowed = Ptr<IStream>(stream).As<IWindowedStream>())
+    Ptr<IWindowedStream> windowed;
+    if (SUCCEEDED(stream->QueryInterface(__uuidof(IWindowedStream), windowed.PutVoid())))
         window_ = windowed->Window(windowKeeper_.Put());
 }
 

@@ -2,6 +2,7 @@
 
 #include "kvcore/BlockPool.h"
 #include "kvcore/SafeArray.h"
+#include "streams/GrowingMemory.h"
 
 namespace mova {
 
@@ -14,7 +15,6 @@ class MemoryBytes {
     void AddSharer() noexcept { ++sharers_; }
     void RemoveSharer() noexcept {
         if (--sharers_ != 0) return;
-        kv::GiveBlock(begin, capacity);
         this->~MemoryBytes();
         kv::GiveBlock(this, sizeof(MemoryBytes));
     }
@@ -23,12 +23,10 @@ class MemoryBytes {
     /// Writes bytes, which may be its own; what is skipped is zero. @return false where there is no memory.
     bool WriteAt(std::uint64_t position, const void* source, std::size_t sourceSize) noexcept {
         const std::uint64_t end = position + sourceSize;
-        std::byte* const former = begin;
-        const std::size_t formerCapacity = capacity;
-        if (end > capacity && !Move(end)) return false;
-        if (position > size) std::memset(begin + size, 0, static_cast<std::size_t>(position - size));
-        if (sourceSize != 0) std::memmove(begin + position, source, sourceSize);
-        if (begin != former) kv::GiveBlock(former, formerCapacity);
+        GrowingMemory former;  // until the source, which may be in it, was copied
+        if (end > memory_.Capacity() && !memory_.Grow(static_cast<std::size_t>(end), size, former)) return false;
+        if (position > size) std::memset(Begin() + size, 0, static_cast<std::size_t>(position - size));
+        if (sourceSize != 0) std::memmove(Begin() + position, source, sourceSize);
         size = std::max(size, static_cast<std::size_t>(end));
         return true;
     }
@@ -38,24 +36,13 @@ class MemoryBytes {
         return true;
     }
 
-    std::byte* begin = nullptr;
+    std::byte* Begin() const noexcept { return memory_.Begin(); }
+    std::size_t Capacity() const noexcept { return memory_.Capacity(); }
+
     std::size_t size = 0;
-    std::size_t capacity = 0;
 
  private:
-    static constexpr std::size_t firstCapacity = 256;
-
-    /// Copies the bytes to a larger block; the former one is still to be freed.
-    bool Move(std::uint64_t needed) noexcept {
-        const std::uint64_t larger = std::max<std::uint64_t>({needed, capacity + capacity, firstCapacity});
-        auto* const moved = static_cast<std::byte*>(kv::TakeBlock(static_cast<std::size_t>(larger)));
-        if (!moved) return false;
-        if (size != 0) std::memcpy(moved, begin, size);
-        begin = moved;
-        capacity = static_cast<std::size_t>(larger);
-        return true;
-    }
-
+    GrowingMemory memory_;
     ULONG sharers_ = 1;
 };
 
@@ -66,17 +53,20 @@ MemoryBlobStream::~MemoryBlobStream() {
 STDMETHODIMP MemoryBlobStream::Read(void* target, ULONG size, ULONG* read) noexcept {
     if (read) *read = 0;
     if (!target) return Refuse(STG_E_INVALIDPOINTER);
-    const std::span<std::byte> content = Content();
-    const std::uint64_t position = Position();
-    if (position >= content.size()) return S_OK;
-    const auto came = static_cast<ULONG>(std::min<std::uint64_t>(size, content.size() - position));
-    std::memcpy(target, content.data() + position, came);
-    if (window_.position) {
-        window_.position += came;
-    } else {
-        position_ += came;
+    if (size > window_.Readable()) {
+        const std::span<std::byte> content = Content();
+        const std::uint64_t position = Position();
+        size = static_cast<ULONG>(position < content.size() ? std::min<std::uint64_t>(size, content.size() - position)
+                                                            : 0);
+        if (!window_.position) {
+            if (size != 0) std::memcpy(target, content.data() + position, size);
+            position_ += size;
+            if (read) *read = size;
+            return S_OK;
+        }
     }
-    if (read) *read = came;
+    window_.Get(target, size);
+    if (read) *read = size;
     return S_OK;
 }
 
@@ -159,7 +149,7 @@ kv::ByteWindow* STDMETHODCALLTYPE MemoryBlobStream::Window(IUnknown** keeper) no
 }
 
 std::uint64_t MemoryBlobStream::Position() const noexcept {
-    return window_.position ? static_cast<std::uint64_t>(window_.position - bytes_->begin) : position_;
+    return window_.position ? static_cast<std::uint64_t>(window_.position - bytes_->Begin()) : position_;
 }
 
 void MemoryBlobStream::MoveTo(std::uint64_t position) noexcept {
@@ -217,8 +207,8 @@ void MemoryBlobStream::Describe(STATSTG& stat, bool) {
 
 std::span<std::byte> MemoryBlobStream::Content() const noexcept {
     if (!bytes_) return {};
-    if (window_.position) return {bytes_->begin, window_.readEnd};
-    return {bytes_->begin, bytes_->size};
+    if (window_.position) return {bytes_->Begin(), window_.readEnd};
+    return {bytes_->Begin(), bytes_->size};
 }
 
 void MemoryBlobStream::Take(MemoryBytes* bytes) noexcept {
@@ -236,8 +226,8 @@ void MemoryBlobStream::CloseWindow() noexcept {
 }
 
 void MemoryBlobStream::OpenWindow() noexcept {
-    if (!bytes_ || !bytes_->begin || bytes_->IsShared() || position_ > bytes_->size) return;
-    window_ = {bytes_->begin + position_, bytes_->begin + bytes_->size, bytes_->begin + bytes_->capacity};
+    if (!bytes_ || !bytes_->Begin() || bytes_->IsShared() || position_ > bytes_->size) return;
+    window_ = {bytes_->Begin() + position_, bytes_->Begin() + bytes_->size, bytes_->Begin() + bytes_->Capacity()};
 }
 
 }  // namespace mova

@@ -9,7 +9,7 @@ namespace mova {
 
 /// A map from numbers to values, an array as long as the numbers come about as dense as a writer hands them out; a
 /// number from a broken stream takes no more memory than any other.
-template <class Value>
+template <class Value, class Allocator = std::allocator<Value>>
 class NumberTable {
  public:
     /// The value of a number; null where it has none.
@@ -24,6 +24,7 @@ class NumberTable {
         if (number < dense_.size()) {
             dense_[number] = std::move(value);
         } else if (number <= dense_.size() + reach) {
+            if (dense_.empty()) dense_.reserve(2 * reach);
             dense_.resize(number);
             dense_.push_back(std::move(value));
         } else {
@@ -38,7 +39,7 @@ class NumberTable {
  private:
     static constexpr std::size_t reach = 8;  ///< as many numbers may be missing before the next
 
-    std::vector<Value> dense_;
+    std::vector<Value, Allocator> dense_;
     std::unordered_map<std::uint32_t, Value> sparse_;
 };
 

@@ -16,15 +16,6 @@ constexpr auto noStream = u"The object stream has no stream of bytes under it.";
 constexpr auto tooDeep = u"The objects nest too deeply.";
 constexpr LONG largestNestingLimit = 100'000;
 
-#pragma pack(push, 1)
-/// How a reference stands in the stream; only the class, all zero, where it is null.
-struct Reference {
-    CLSID classId;
-    ULONG number;
-};
-#pragma pack(pop)
-static_assert(sizeof(Reference) == 20);
-
 /// The class that an object persisting by values names through its identifier; nothing where it names none.
 std::optional<CLSID> NamedClass(IPersistVariant& object) noexcept {
     kv::Ptr<IUnknown> identifier;
@@ -37,36 +28,30 @@ std::optional<CLSID> NamedClass(IPersistVariant& object) noexcept {
 
 }  // namespace
 
-const SavedObjects::Saved* SavedObjects::Find(IUnknown* identity) const noexcept {
-    if (saved_.size() > fewObjects) {
-        const std::uint32_t position = index_.Find(identity);
-        return position == PointerIndex::none ? nullptr : &saved_[position];
-    }
-    const auto found = std::find_if(saved_.begin(), saved_.end(),
-                                    [=](const Saved& saved) { return saved.identity.Get() == identity; });
-    return found == saved_.end() ? nullptr : &*found;
-}
-
 void SavedObjects::Add(kv::Ptr<IUnknown> identity, REFCLSID clsid, ULONG number) {
-    if (saved_.empty()) saved_.reserve(fewObjects);
-    if (saved_.size() == fewObjects) {
-        index_.Clear();
-        for (std::uint32_t i = 0; i < fewObjects; ++i) index_.Add(saved_[i].identity.Get(), i);
+    constexpr std::size_t firstPiece = 16;
+    constexpr std::size_t pieceSize = 512;
+    const std::uint32_t classPosition = PositionOf(clsid);
+    if (held_.empty() || held_.back().size() == held_.back().capacity()) {
+        Piece piece;
+        piece.reserve(held_.empty() ? firstPiece : pieceSize);
+        held_.push_back(std::move(piece));
     }
-    IUnknown* const address = identity.Get();
-    const auto position = static_cast<std::uint32_t>(saved_.size());
-    saved_.push_back({std::move(identity), clsid, number});
-    if (position >= fewObjects) try {
-            index_.Add(address, position);
-        } catch (...) {
-            saved_.pop_back();
-            throw;
-        }
+    byIdentity_.Add(identity.Get(), {number, classPosition});
+    held_.back().push_back(std::move(identity));
 }
 
 void SavedObjects::Clear() noexcept {
-    index_.Clear();
-    saved_ = {};
+    byIdentity_.Clear();
+    held_ = {};
+}
+
+std::uint32_t SavedObjects::PositionOf(REFCLSID clsid) {
+    const auto known = std::find(classes_.rbegin(), classes_.rend(), clsid);  // mostly the latest
+    if (known != classes_.rend()) return static_cast<std::uint32_t>(classes_.rend() - known) - 1;
+    if (classes_.empty()) classes_.reserve(8);
+    classes_.push_back(clsid);
+    return static_cast<std::uint32_t>(classes_.size()) - 1;
 }
 
 /// One object inside another, for the length of saving or loading it.
@@ -118,6 +103,8 @@ STDMETHODIMP ObjectStream::get_Stream(IStream** stream) noexcept {
 STDMETHODIMP ObjectStream::SaveObject(IUnknown* object) noexcept try {
     if (!inner_) return Refuse<IObjectStream>(E_FAIL, noStream);
     if (!object) return SaveNull();
+    // A pointer that equals the identity of an object which is held is that object, and it need not be asked.
+    if (const SavedObjects::SavedAs* saved = saved_.Find(object)) return SaveRepeated(*saved);
     kv::Ptr<IObjectSubstitution> substitution;
     kv::Ptr<IUnknown> identity;
     kv::Ptr<IUnknown> original;
@@ -128,14 +115,17 @@ STDMETHODIMP ObjectStream::SaveObject(IUnknown* object) noexcept try {
         if (HRESULT status = substitution->GetSubstitute(substitute.Put()); FAILED(status)) return status;
         if (substitute) original = std::exchange(identity, substitute.As<IUnknown>());
     }
-    if (const SavedObjects::Saved* saved = saved_.Find(identity.Get())) {
-        const HRESULT status = WriteReference(saved->classId, saved->number);
-        if (SUCCEEDED(status) && sink_) TraceReference(sink_.Get(), saved->number);
-        return status;
-    }
+    if (const SavedObjects::SavedAs* saved = saved_.Find(identity.Get())) return SaveRepeated(*saved);
     return SaveNew(std::move(identity), std::move(original));
 } catch (...) {
     return CaughtStatus();
+}
+
+HRESULT ObjectStream::SaveRepeated(const SavedObjects::SavedAs& saved) noexcept {
+    const ULONG number = saved.number;
+    const HRESULT status = WriteReference(saved_.ClassOf(saved), number);
+    if (SUCCEEDED(status) && sink_) TraceReference(sink_.Get(), number);
+    return status;
 }
 
 HRESULT ObjectStream::SaveNull() noexcept {
@@ -194,14 +184,13 @@ STDMETHODIMP ObjectStream::LoadObject(REFIID iid, IUnknown* outer, void** object
 }
 
 HRESULT ObjectStream::LoadReference(IUnknown* outer, kv::Ptr<IUnknown>& object) noexcept try {
-    CLSID clsid{};
-    if (HRESULT status = ReadBytes(&clsid, sizeof clsid); FAILED(status)) return status;
+    Reference reference{};
+    if (HRESULT status = ReadReference(reference); FAILED(status)) return status;
+    const auto& [clsid, number] = reference;
     if (clsid == CLSID_NULL) {
         if (sink_) TraceLoaded(sink_.Get(), 0, clsid);
         return S_FALSE;
     }
-    ULONG number = 0;
-    if (HRESULT status = ReadBytes(&number, sizeof number); FAILED(status)) return status;
     if (const auto* known = loaded_.Find(number)) {
         object = *known;
         if (sink_) TraceReference(sink_.Get(), number);
@@ -258,12 +247,19 @@ HRESULT ObjectStream::WriteBytes(const void* source, std::size_t size) noexcept 
     return kv::KvStreamWrite(this, source, size, nullptr);
 }
 
-HRESULT ObjectStream::ReadBytes(void* target, std::size_t size) noexcept {
+HRESULT ObjectStream::ReadReference(Reference& reference) noexcept {
     kv::ByteWindow* const window = Window(nullptr);
-    if (window && size <= window->Readable()) {
-        window->Get(target, size);
+    if (window && window->Readable() >= sizeof reference) {
+        std::memcpy(&reference, window->position, sizeof reference);
+        window->position += reference.classId == CLSID_NULL ? sizeof reference.classId : sizeof reference;
         return S_OK;
     }
+    const HRESULT status = ReadBytes(&reference.classId, sizeof reference.classId);
+    if (FAILED(status) || reference.classId == CLSID_NULL) return status;
+    return ReadBytes(&reference.number, sizeof reference.number);
+}
+
+HRESULT ObjectStream::ReadBytes(void* target, std::size_t size) noexcept {
     std::size_t read = 0;
     if (HRESULT status = kv::KvStreamRead(this, target, size, &read); FAILED(status)) return status;
     return read == size ? S_OK : Refuse<IObjectStream>(E_FAIL, damagedStream);
@@ -302,7 +298,7 @@ STDMETHODIMP ObjectStream::FindSaved(IUnknown* object, ULONG* number) noexcept {
     if (!number) return Refuse(E_POINTER);
     *number = 0;
     if (!object) return Refuse(E_INVALIDARG);
-    const SavedObjects::Saved* saved = saved_.Find(kv::Ptr<IUnknown>(object).As<IUnknown>().Get());
+    const SavedObjects::SavedAs* saved = saved_.Find(kv::Ptr<IUnknown>(object).As<IUnknown>().Get());
     if (!saved) return S_FALSE;
     *number = saved->number;
     return S_OK;

@@ -9,29 +9,34 @@
 #include "kvcore/CreateInstance.h"
 #include "streams/ForwardingStream.h"
 #include "streams/NumberTable.h"
-#include "streams/PointerIndex.h"
+#include "streams/PointerMap.h"
 
 namespace mova {
 
 /// The objects that were saved to a stream, each under its number.
 class SavedObjects {
  public:
-    struct Saved {
-        kv::Ptr<IUnknown> identity;  ///< held, so that no other object can come to its address
-        CLSID classId;
+    struct SavedAs {
         ULONG number;
+        std::uint32_t classPosition;
     };
 
-    const Saved* Find(IUnknown* identity) const noexcept;
+    /// @return null where the object was not saved
+    const SavedAs* Find(IUnknown* identity) const noexcept { return byIdentity_.Find(identity); }
+    REFCLSID ClassOf(const SavedAs& saved) const noexcept { return classes_[saved.classPosition]; }
     /// @throw std::bad_alloc, nothing being changed
-    void Add(kv::Ptr<IUnknown> identity, REFCLSID classId, ULONG number);
+    void Add(kv::Ptr<IUnknown> identity, REFCLSID clsid, ULONG number);
     void Clear() noexcept;
 
  private:
-    static constexpr std::size_t fewObjects = 8;  ///< so many are found by looking at each
+    /// Filled to its capacity and never moved.
+    using Piece = std::vector<kv::Ptr<IUnknown>, kv::BlockAllocator<kv::Ptr<IUnknown>>>;
 
-    std::vector<Saved, kv::BlockAllocator<Saved>> saved_;
-    PointerIndex index_;  ///< empty while there are few
+    std::uint32_t PositionOf(REFCLSID clsid);
+
+    PointerMap<SavedAs, kv::BlockAllocator<std::byte>> byIdentity_;
+    std::vector<Piece, kv::BlockAllocator<Piece>> held_;  ///< so that no other object can come to an address
+    std::vector<CLSID, kv::BlockAllocator<CLSID>> classes_;
 };
 
 /// A stream that object graphs are saved to and loaded from; the layout of a reference is in docs/formats.md.
@@ -70,6 +75,14 @@ class ObjectStream final
  private:
     class Nesting;
 
+    /// How a reference stands in the stream; only the class, all zero, where it is null.
+    struct Reference {
+        CLSID classId;
+        ULONG number;
+    };
+    static_assert(sizeof(Reference) == 20);
+
+    HRESULT SaveRepeated(const SavedObjects::SavedAs& saved) noexcept;
     HRESULT SaveNull() noexcept;
     /// @param original what the object is saved in the place of; null for nothing
     HRESULT SaveNew(kv::Ptr<IUnknown> object, kv::Ptr<IUnknown> original);
@@ -80,11 +93,12 @@ class ObjectStream final
     HRESULT RefuseClass(HRESULT status, REFCLSID clsid, std::u16string_view what) const;
     HRESULT WriteReference(REFCLSID clsid, ULONG number) noexcept;
     HRESULT WriteBytes(const void* source, std::size_t size) noexcept;
+    HRESULT ReadReference(Reference& reference) noexcept;
     HRESULT ReadBytes(void* target, std::size_t size) noexcept;
 
     kv::Ptr<kv::IWindowedStream> windowed_;  ///< the inner stream, where it is one
     SavedObjects saved_;
-    NumberTable<kv::Ptr<IUnknown>> loaded_;
+    NumberTable<kv::Ptr<IUnknown>, kv::BlockAllocator<kv::Ptr<IUnknown>>> loaded_;
     std::vector<ULONG, kv::BlockAllocator<ULONG>> underWay_;  ///< the numbers of what the outermost load has created
     std::optional<std::vector<CLSID>> allowed_;
     kv::Creator creator_;

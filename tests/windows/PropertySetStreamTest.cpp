@@ -150,8 +150,7 @@ TEST(PropertySetStream, TransfersByValueWithoutWhatCannotFollow) {
     const auto other = NewSet({u"A"});
     const auto receiver = other.As<IPropertySetImpl>();
     EXPECT_EQ(receiver->LoadByValue(StreamOf(Bytes(22, 1)).Get(), 15), E_FAIL);
-    EXPECT_EQ(TakeErrorInfo(),
-              Refusal<IPropertySetImpl>("PropertySet", "No property set stands here in the stream."));
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySetImpl>("PropertySet", "No property set stands here in the stream."));
     EXPECT_EQ(receiver->LoadByValue(StreamOf(Bytes(15, 1)).Get(), 15), E_FAIL);
     EXPECT_EQ(Names(other.Get()), "A");
     EXPECT_EQ(receiver->LoadByValue(nullptr, 0), E_POINTER);

@@ -1,0 +1,72 @@
+// Finds what belongs to an address.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace mova {
+
+/// A map from addresses to small values that only ever grows: open addressing in one piece of memory. Addresses that
+/// are near each other have their places near each other, since objects are mostly met in the order in which they were
+/// allocated, and a large table is otherwise a cache miss for each.
+template <class Value, class Allocator = std::allocator<std::byte>>
+class PointerMap {
+ public:
+    /// The value of an address; null where it has none.
+    const Value* Find(const void* address) const noexcept {
+        if (places_.empty()) return nullptr;
+        for (std::size_t i = Home(address);; i = (i + 1) & Mask()) {
+            if (places_[i].address == address) return &places_[i].value;
+            if (!places_[i].address) return nullptr;
+        }
+    }
+    /// Adds an address that is not yet there, and not null. @throw std::bad_alloc, nothing being changed
+    void Add(const void* address, const Value& value) {
+        if (5 * (count_ + 1) > 4 * places_.size()) Grow();  // fuller than that, every search would take long
+        Put({address, value});
+        ++count_;
+    }
+    void Clear() noexcept {
+        places_ = {};
+        count_ = 0;
+    }
+
+ private:
+    struct Place {
+        const void* address;
+        Value value;
+    };
+    using Places = std::vector<Place, typename std::allocator_traits<Allocator>::template rebind_alloc<Place>>;
+
+    static constexpr std::size_t firstPlaces = 32;
+    static constexpr int unitBits = 5;     // no two objects are nearer to each other than this, or hardly
+    static constexpr int regionBits = 11;  // so much of memory is mapped in its order; regions are mixed well
+
+    std::size_t Mask() const noexcept { return places_.size() - 1; }
+    std::size_t Home(const void* address) const noexcept {
+        const auto bits = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(address));
+        const std::uint64_t region = (bits >> regionBits) * 0x9E3779B97F4A7C15U;  // the golden ratio
+        return static_cast<std::size_t>((region >> shift_) + (bits >> unitBits)) & Mask();
+    }
+    void Put(const Place& place) noexcept {
+        std::size_t i = Home(place.address);
+        while (places_[i].address) i = (i + 1) & Mask();
+        places_[i] = place;
+    }
+    void Grow() {
+        Places former(places_.empty() ? firstPlaces : 2 * places_.size());
+        places_.swap(former);
+        shift_ = 64 - std::countr_zero(places_.size());
+        for (const Place& place : former)
+            if (place.address) Put(place);
+    }
+
+    Places places_;
+    std::size_t count_ = 0;
+    int shift_ = 64;
+};
+
+}  // namespace mova
