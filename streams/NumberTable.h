@@ -31,6 +31,12 @@ class NumberTable {
             sparse_.emplace(number, std::move(value));
         }
     }
+    template <class Visit>
+    void ForEach(Visit visit) const {
+        for (const Value& value : dense_)
+            if (value) visit(value);
+        for (const auto& [number, value] : sparse_) visit(value);
+    }
     void Clear() noexcept {
         dense_ = {};
         sparse_ = {};

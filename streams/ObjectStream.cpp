@@ -28,20 +28,33 @@ std::optional<CLSID> NamedClass(IPersistVariant& object) noexcept {
 
 }  // namespace
 
-void SavedObjects::Add(kv::Ptr<IUnknown> identity, REFCLSID clsid, ULONG number) {
-    constexpr std::size_t firstPiece = 16;
+std::optional<SavedObjects::SavedAs> SavedObjects::Find(IUnknown* identity) const noexcept {
+    for (const Entry& entry : few_)
+        if (entry.identity.Get() == identity) return entry.saved;
+    const Position* found = byIdentity_.Find(identity);
+    if (!found) return {};
+    return SavedAs{classes_[found->classPosition], found->number};
+}
+
+void SavedObjects::Add(kv::Ptr<IUnknown> identity, const SavedAs& saved) {
+    for (Entry& entry : few_) {
+        if (entry.identity) continue;
+        entry = {std::move(identity), saved};
+        return;
+    }
     constexpr std::size_t pieceSize = 512;
-    const std::uint32_t classPosition = PositionOf(clsid);
+    const std::uint32_t classPosition = PositionOf(saved.classId);
     if (held_.empty() || held_.back().size() == held_.back().capacity()) {
         Piece piece;
-        piece.reserve(held_.empty() ? firstPiece : pieceSize);
+        piece.reserve(held_.empty() ? pieceSize / 16 : pieceSize);
         held_.push_back(std::move(piece));
     }
-    byIdentity_.Add(identity.Get(), {number, classPosition});
+    byIdentity_.Add(identity.Get(), {saved.number, classPosition});
     held_.back().push_back(std::move(identity));
 }
 
 void SavedObjects::Clear() noexcept {
+    few_ = {};
     byIdentity_.Clear();
     held_ = {};
 }
@@ -49,7 +62,6 @@ void SavedObjects::Clear() noexcept {
 std::uint32_t SavedObjects::PositionOf(REFCLSID clsid) {
     const auto known = std::find(classes_.rbegin(), classes_.rend(), clsid);  // mostly the latest
     if (known != classes_.rend()) return static_cast<std::uint32_t>(classes_.rend() - known) - 1;
-    if (classes_.empty()) classes_.reserve(8);
     classes_.push_back(clsid);
     return static_cast<std::uint32_t>(classes_.size()) - 1;
 }
@@ -104,27 +116,28 @@ STDMETHODIMP ObjectStream::SaveObject(IUnknown* object) noexcept try {
     if (!inner_) return Refuse<IObjectStream>(E_FAIL, noStream);
     if (!object) return SaveNull();
     // A pointer that equals the identity of an object which is held is that object, and it need not be asked.
-    if (const SavedObjects::SavedAs* saved = saved_.Find(object)) return SaveRepeated(*saved);
+    if (const auto saved = saved_.Find(object)) return SaveRepeated(*saved);
     kv::Ptr<IObjectSubstitution> substitution;
     kv::Ptr<IUnknown> identity;
     kv::Ptr<IUnknown> original;
     object->QueryInterface(__uuidof(IObjectSubstitution), substitution.PutVoid());
     if (HRESULT status = object->QueryInterface(__uuidof(IUnknown), identity.PutVoid()); FAILED(status)) return status;
+    if (!identity) return Refuse(E_NOINTERFACE);
     if (substitution && !saved_.Find(identity.Get())) {
         kv::Ptr<IUnknown> substitute;
         if (HRESULT status = substitution->GetSubstitute(substitute.Put()); FAILED(status)) return status;
         if (substitute) original = std::exchange(identity, substitute.As<IUnknown>());
+        if (!identity) return Refuse(E_NOINTERFACE);
     }
-    if (const SavedObjects::SavedAs* saved = saved_.Find(identity.Get())) return SaveRepeated(*saved);
+    if (const auto saved = saved_.Find(identity.Get())) return SaveRepeated(*saved);
     return SaveNew(std::move(identity), std::move(original));
 } catch (...) {
     return CaughtStatus();
 }
 
 HRESULT ObjectStream::SaveRepeated(const SavedObjects::SavedAs& saved) noexcept {
-    const ULONG number = saved.number;
-    const HRESULT status = WriteReference(saved_.ClassOf(saved), number);
-    if (SUCCEEDED(status) && sink_) TraceReference(sink_.Get(), number);
+    const HRESULT status = WriteReference(saved.classId, saved.number);
+    if (SUCCEEDED(status) && sink_) TraceReference(sink_.Get(), saved.number);
     return status;
 }
 
@@ -151,9 +164,9 @@ HRESULT ObjectStream::SaveNew(kv::Ptr<IUnknown> object, kv::Ptr<IUnknown> origin
     const Nesting nesting(*this);
     if (nesting.IsTooDeep()) return Refuse<IObjectStream>(E_FAIL, tooDeep);
     const ULONG number = nextNumber_;
-    saved_.Add(std::move(object), clsid, number);
+    saved_.Add(std::move(object), {clsid, number});
     ++nextNumber_;
-    if (original) saved_.Add(std::move(original), clsid, number);
+    if (original) saved_.Add(std::move(original), {clsid, number});
     if (HRESULT status = WriteReference(clsid, number); FAILED(status)) return status;
     if (sink_) TraceSaved(sink_.Get(), clsid);
     if (byBytes) return byBytes->Save(this, FALSE);  // only who keeps the stream knows whether it is the document
@@ -168,6 +181,7 @@ STDMETHODIMP ObjectStream::LoadObject(REFIID iid, IUnknown* outer, void** object
     const bool outermost = !loading_;
     if (outermost) {
         loading_ = true;
+        ++load_;
         counts_ = sizeLimit_ != 0;
         sizeLeft_ = sizeLimit_;
     }
@@ -175,7 +189,6 @@ STDMETHODIMP ObjectStream::LoadObject(REFIID iid, IUnknown* outer, void** object
     const HRESULT status = LoadReference(outer, loaded);
     if (outermost) {
         if (FAILED(status)) DropLoaded();
-        underWay_.clear();
         loading_ = counts_ = false;
     }
     return status == S_OK ? loaded->QueryInterface(iid, object) : status;
@@ -191,8 +204,8 @@ HRESULT ObjectStream::LoadReference(IUnknown* outer, kv::Ptr<IUnknown>& object) 
         if (sink_) TraceLoaded(sink_.Get(), 0, clsid);
         return S_FALSE;
     }
-    if (const auto* known = loaded_.Find(number)) {
-        object = *known;
+    if (const Loaded* known = loaded_.Find(number)) {
+        object = known->object;
         if (sink_) TraceReference(sink_.Get(), number);
         return S_OK;
     }
@@ -209,8 +222,7 @@ HRESULT ObjectStream::LoadNew(REFCLSID clsid, ULONG number, IUnknown* outer, kv:
     if (HRESULT status = creator_.Create(clsid, outer, __uuidof(IUnknown), object.PutVoid()); FAILED(status))
         return RefuseClass(status, clsid, u" cannot be created.");
     if (!object) return RefuseClass(E_FAIL, clsid, u" cannot be created.");
-    loaded_.Add(number, outer ? kv::Ptr<IUnknown>(outer) : object);
-    underWay_.push_back(number);
+    loaded_.Add(number, {outer ? kv::Ptr<IUnknown>(outer) : object, load_});
     if (sink_) TraceLoaded(sink_.Get(), number, clsid);
     if (const auto byValues = object.As<IPersistVariant>()) {
         const HRESULT status = byValues->Load(VariantStream(this).Get());
@@ -224,9 +236,10 @@ HRESULT ObjectStream::LoadNew(REFCLSID clsid, ULONG number, IUnknown* outer, kv:
 }
 
 void ObjectStream::DropLoaded() noexcept {
-    for (const ULONG number : underWay_)
-        if (const auto* loaded = loaded_.Find(number))
-            if (const auto holder = loaded->As<IHoldsObjects>()) holder->DropObjects();
+    loaded_.ForEach([this](const Loaded& loaded) {
+        if (loaded.load != load_) return;
+        if (const auto holder = loaded.object.As<IHoldsObjects>()) holder->DropObjects();
+    });
 }
 
 HRESULT ObjectStream::RefuseClass(HRESULT status, REFCLSID clsid, std::u16string_view what) const {
@@ -297,8 +310,9 @@ STDMETHODIMP ObjectStream::get_DocumentVersion(LONG* version) noexcept {
 STDMETHODIMP ObjectStream::FindSaved(IUnknown* object, ULONG* number) noexcept {
     if (!number) return Refuse(E_POINTER);
     *number = 0;
-    if (!object) return Refuse(E_INVALIDARG);
-    const SavedObjects::SavedAs* saved = saved_.Find(kv::Ptr<IUnknown>(object).As<IUnknown>().Get());
+    const auto identity = kv::Ptr<IUnknown>(object).As<IUnknown>();
+    if (!identity) return Refuse(E_INVALIDARG);
+    const auto saved = saved_.Find(identity.Get());
     if (!saved) return S_FALSE;
     *number = saved->number;
     return S_OK;
@@ -308,8 +322,8 @@ STDMETHODIMP ObjectStream::FindLoaded(ULONG number, REFIID iid, void** object) n
     if (!object) return Refuse(E_POINTER);
     *object = nullptr;
     if (kv::IsNull(&iid)) return Refuse(E_INVALIDARG);
-    const auto* loaded = loaded_.Find(number);
-    return loaded ? kv::Ptr<IUnknown>(*loaded)->QueryInterface(iid, object) : S_FALSE;
+    const Loaded* loaded = loaded_.Find(number);
+    return loaded ? kv::Ptr<IUnknown>(loaded->object)->QueryInterface(iid, object) : S_FALSE;
 }
 
 STDMETHODIMP ObjectStream::ForgetReferences() noexcept {

@@ -2,6 +2,7 @@
 
 #include <movaSystem.h>
 
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -17,26 +18,34 @@ namespace mova {
 class SavedObjects {
  public:
     struct SavedAs {
+        CLSID classId;
         ULONG number;
-        std::uint32_t classPosition;
     };
 
-    /// @return null where the object was not saved
-    const SavedAs* Find(IUnknown* identity) const noexcept { return byIdentity_.Find(identity); }
-    REFCLSID ClassOf(const SavedAs& saved) const noexcept { return classes_[saved.classPosition]; }
+    /// Nothing where the object was not saved.
+    std::optional<SavedAs> Find(IUnknown* identity) const noexcept;
     /// @throw std::bad_alloc, nothing being changed
-    void Add(kv::Ptr<IUnknown> identity, REFCLSID clsid, ULONG number);
+    void Add(kv::Ptr<IUnknown> identity, const SavedAs& saved);
     void Clear() noexcept;
 
  private:
+    struct Entry {
+        kv::Ptr<IUnknown> identity;  ///< held, so that no other object can come to its address
+        SavedAs saved;
+    };
+    struct Position {
+        ULONG number;
+        std::uint32_t classPosition;
+    };
     /// Filled to its capacity and never moved.
-    using Piece = std::vector<kv::Ptr<IUnknown>, kv::BlockAllocator<kv::Ptr<IUnknown>>>;
+    using Piece = std::vector<kv::Ptr<IUnknown>>;
 
     std::uint32_t PositionOf(REFCLSID clsid);
 
-    PointerMap<SavedAs, kv::BlockAllocator<std::byte>> byIdentity_;
-    std::vector<Piece, kv::BlockAllocator<Piece>> held_;  ///< so that no other object can come to an address
-    std::vector<CLSID, kv::BlockAllocator<CLSID>> classes_;
+    std::array<Entry, 2> few_;  ///< most streams hold one object; what there is more of is in the map
+    PointerMap<Position> byIdentity_;
+    std::vector<Piece> held_;
+    std::vector<CLSID> classes_;
 };
 
 /// A stream that object graphs are saved to and loaded from; the layout of a reference is in docs/formats.md.
@@ -82,6 +91,13 @@ class ObjectStream final
     };
     static_assert(sizeof(Reference) == 20);
 
+    /// An object and the outermost load that has created it.
+    struct Loaded {
+        kv::Ptr<IUnknown> object;
+        ULONG load = 0;
+        explicit operator bool() const noexcept { return static_cast<bool>(object); }
+    };
+
     HRESULT SaveRepeated(const SavedObjects::SavedAs& saved) noexcept;
     HRESULT SaveNull() noexcept;
     /// @param original what the object is saved in the place of; null for nothing
@@ -98,12 +114,12 @@ class ObjectStream final
 
     kv::Ptr<kv::IWindowedStream> windowed_;  ///< the inner stream, where it is one
     SavedObjects saved_;
-    NumberTable<kv::Ptr<IUnknown>, kv::BlockAllocator<kv::Ptr<IUnknown>>> loaded_;
-    std::vector<ULONG, kv::BlockAllocator<ULONG>> underWay_;  ///< the numbers of what the outermost load has created
+    NumberTable<Loaded, kv::BlockAllocator<Loaded>> loaded_;
     std::optional<std::vector<CLSID>> allowed_;
     kv::Creator creator_;
     kv::Ptr<IObjectStreamDebug> sink_;
     ULONG nextNumber_ = 1;
+    ULONG load_ = 0;  ///< counts outermost loads
     LONG documentVersion_ = kv::currentDocumentVersion;
     LONG nestingLimit_ = 1000;
     LONG depth_ = 0;

@@ -4,7 +4,6 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 namespace mova {
@@ -12,7 +11,7 @@ namespace mova {
 /// A map from addresses to small values that only ever grows: open addressing in one piece of memory. Addresses that
 /// are near each other have their places near each other, since objects are mostly met in the order in which they were
 /// allocated, and a large table is otherwise a cache miss for each.
-template <class Value, class Allocator = std::allocator<std::byte>>
+template <class Value>
 class PointerMap {
  public:
     /// The value of an address; null where it has none.
@@ -39,7 +38,6 @@ class PointerMap {
         const void* address;
         Value value;
     };
-    using Places = std::vector<Place, typename std::allocator_traits<Allocator>::template rebind_alloc<Place>>;
 
     static constexpr std::size_t firstPlaces = 32;
     static constexpr int unitBits = 5;     // no two objects are nearer to each other than this, or hardly
@@ -57,14 +55,14 @@ class PointerMap {
         places_[i] = place;
     }
     void Grow() {
-        Places former(places_.empty() ? firstPlaces : 2 * places_.size());
+        std::vector<Place> former(places_.empty() ? firstPlaces : 2 * places_.size());
         places_.swap(former);
         shift_ = 64 - std::countr_zero(places_.size());
         for (const Place& place : former)
             if (place.address) Put(place);
     }
 
-    Places places_;
+    std::vector<Place> places_;
     std::size_t count_ = 0;
     int shift_ = 64;
 };
