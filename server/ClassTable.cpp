@@ -6,7 +6,13 @@
 #include "server/ClassFactory.h"
 #include "server/MOVAExtendedErrorInfo.h"
 #include "services/MessageLogger.h"
+#include "streams/BufferedFileStream.h"
+#include "streams/ByteSwapStreamIO.h"
+#include "streams/CombinedStream.h"
+#include "streams/CompressedFileStream.h"
+#include "streams/FileStream.h"
 #include "streams/MemoryBlobStream.h"
+#include "streams/UnbufferedFileStream.h"
 
 namespace mova {
 namespace {
@@ -26,13 +32,19 @@ constexpr ClassEntry ThreadSingleton(const char16_t* name) noexcept {
 }  // namespace
 
 constinit const ClassEntry classTable[] = {
+    NewObject<CompressedFileStream>(u"CompressedFileStream"),
     NewObject<PropertySet>(u"PropertySet"),
+    NewObject<FileStream>(u"FileStream"),
+    NewObject<BufferedFileStream>(u"BufferedFileStream"),
+    NewObject<UnbufferedFileStream>(u"UnbufferedFileStream"),
     NewObject<MemoryBlobStream>(u"MemoryBlobStream"),
+    NewObject<ByteSwapStreamIO>(u"ByteSwapStreamIO"),
     NewObject<MOVAExtendedErrorInfo>(u"MOVAExtendedErrorInfo"),
     NewObject<PropertySetProperty>(u"PropertySetProperty"),
     NewObject<PropertySetPropertyArray>(u"PropertySetPropertyArray"),
     NewObject<PropertySetArray>(u"PropertySetArray"),
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
+    NewObject<CombinedStream>(u"CombinedStream"),
     {},
 };
 

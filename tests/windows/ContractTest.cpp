@@ -78,6 +78,11 @@ std::string Describe(ITypeInfo* info, const TYPEATTR& attributes) {
     return text.str();
 }
 
+/// Whether an interface is one of the platform's that ours use: these are documented elsewhere.
+bool IsOfThePlatform(const GUID& iid) {
+    return iid == IID_IStream || iid == IID_ISequentialStream;
+}
+
 std::string Contract(std::vector<std::string>& withoutHelp) {
     const std::u16string file = BinaryFolder() + u"movaSystem.dll";
     kv::Ptr<ITypeLib> library;
@@ -89,7 +94,8 @@ std::string Contract(std::vector<std::string>& withoutHelp) {
         library->GetTypeInfo(i, info.Put());
         info->GetTypeAttr(&attributes);
         text += Describe(info.Get(), *attributes);
-        for (UINT f = 0; attributes->typekind == TKIND_INTERFACE && f < attributes->cFuncs; ++f) {
+        const bool documented = attributes->typekind == TKIND_INTERFACE && !IsOfThePlatform(attributes->guid);
+        for (UINT f = 0; documented && f < attributes->cFuncs; ++f) {
             FUNCDESC* function = nullptr;
             kv::BString help;
             info->GetFuncDesc(f, &function);
