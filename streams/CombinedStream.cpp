@@ -170,13 +170,13 @@ HRESULT CombinedStream::ReadAt(std::uint64_t position, void* target, ULONG size,
         if (FAILED(status)) return status;
         if (came == piece.size) continue;
         if (piece.isLast || read != 0) break;
-        return Refuse<ICombinedStream>(STG_E_READFAULT, u"A part holds fewer bytes than it did when the next was added.");
+        return Refuse<ICombinedStream>(STG_E_READFAULT,
+                                       u"A part holds fewer bytes than it did when the next was added.");
     }
     return S_OK;
 }
 
-HRESULT CombinedStream::WriteAt(std::uint64_t position, const void* source, ULONG size,
-                                ULONG& written) const noexcept {
+HRESULT CombinedStream::WriteAt(std::uint64_t position, const void* source, ULONG size, ULONG& written) const noexcept {
     while (written < size) {
         const Piece piece = PieceAt(position + written, size - written);
         if (!piece.stream) return RefuseWithoutPart();

@@ -137,9 +137,7 @@ FileOutcome CompressedFile::CutTo(std::uint64_t size) {
     return {};
 }
 
-FileOutcome CompressedFile::Commit() noexcept try {
-    return CommitChanges();
-} catch (const std::bad_alloc&) {
+FileOutcome CompressedFile::Commit() noexcept try { return CommitChanges(); } catch (const std::bad_alloc&) {
     return {E_OUTOFMEMORY, FileMessage::Unknown};
 }
 
@@ -254,7 +252,8 @@ FileOutcome CompressedFile::WriteDirectory(compressed::Header& header) {
     std::vector<compressed::Entry> entries;
     entries.reserve(directory_.size());
     for (const auto& [block, stored] : directory_)
-        entries.push_back({block, stored.place.offset, static_cast<std::uint32_t>(stored.place.length), stored.checksum});
+        entries.push_back(
+            {block, stored.place.offset, static_cast<std::uint32_t>(stored.place.length), stored.checksum});
     const std::span<const std::byte> bytes = compressed::DirectoryBytes(entries);
     header.directoryChecksum = compressed::Checksum(bytes);
     if (!bytes.empty()) header.directory = free_.Take(bytes.size());

@@ -41,9 +41,7 @@ class CompressedFile {
         std::unique_ptr<std::byte[]> content;
 
         void Forget() noexcept { block = none, dirty = false; }
-        compressed::Block Content() const noexcept {
-            return compressed::Block(content.get(), compressed::blockSize);
-        }
+        compressed::Block Content() const noexcept { return compressed::Block(content.get(), compressed::blockSize); }
     };
     /// Where a block is, and since which commit.
     struct Stored {
@@ -88,7 +86,7 @@ class CompressedFile {
     bool changed_ = false;        ///< since the last commit
     Directory directory_;
     compressed::FreePlaces free_;
-    compressed::Place directoryPlace_{};        ///< of the last commit
+    compressed::Place directoryPlace_{};      ///< of the last commit
     std::vector<compressed::Place> pending_;  ///< free once the next commit is made
     compressed::BlockCodec codec_;
     std::array<Cached, 4> cache_;

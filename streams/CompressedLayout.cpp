@@ -67,8 +67,16 @@ bool IsSound(const Entry& entry, const Header& header, std::uint64_t fileSize) n
 }  // namespace
 
 std::array<std::byte, headerSize> WriteHeader(const Header& header) noexcept {
-    Slot slot{magic,         version,      blockSize, header.sequence, header.contentSize, header.directory,
-              header.blocks, header.directoryChecksum, {},        0};
+    Slot slot{magic,
+              version,
+              blockSize,
+              header.sequence,
+              header.contentSize,
+              header.directory,
+              header.blocks,
+              header.directoryChecksum,
+              {},
+              0};
     slot.checksum = ChecksumOf(slot);
     return std::bit_cast<std::array<std::byte, headerSize>>(slot);
 }
@@ -124,8 +132,8 @@ std::span<const std::byte> BlockCodec::Encode(ConstBlock content, int level) noe
     if (length == 0) return {};
     std::byte* const stored = stored_.get();
     uLongf packed = static_cast<uLongf>(length - 1);  // as much as makes it worth while
-    if (level != 0 && compress2(ForZlib(stored + 1), &packed, ForZlib(content.data()), static_cast<uLong>(length),
-                                level) == Z_OK) {
+    if (level != 0 &&
+        compress2(ForZlib(stored + 1), &packed, ForZlib(content.data()), static_cast<uLong>(length), level) == Z_OK) {
         stored[0] = deflated;
         return {stored, packed + 1};
     }

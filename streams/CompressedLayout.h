@@ -35,9 +35,9 @@ struct Header {
 
 /// Where a block is in the file.
 struct Entry {
-    std::uint64_t block;   ///< which one of the content
-    std::uint64_t offset;  ///< in the file
-    std::uint32_t length;  ///< as it is stored
+    std::uint64_t block;     ///< which one of the content
+    std::uint64_t offset;    ///< in the file
+    std::uint32_t length;    ///< as it is stored
     std::uint32_t checksum;  ///< of the content
 };
 

@@ -39,7 +39,8 @@ std::u16string SystemPath(std::u16string_view path) {
     if (BeginsWith(path, u"\\\\?\\") || BeginsWith(path, u"\\\\.\\")) return given;
     std::u16string full(MAX_PATH, u'\0');
     const auto resolve = [&] {
-        return GetFullPathNameW(kv::Wide(given.c_str()), static_cast<DWORD>(full.size()), kv::Wide(full.data()), nullptr);
+        return GetFullPathNameW(kv::Wide(given.c_str()), static_cast<DWORD>(full.size()), kv::Wide(full.data()),
+                                nullptr);
     };
     DWORD length = resolve();
     for (; length > full.size(); length = resolve()) full.resize(length);
@@ -67,7 +68,8 @@ FileOutcome File::Open(std::u16string_view path, movaFileMode mode, FileSharing 
     const std::u16string systemPath = SystemPath(path);
     if (systemPath.empty()) return OutcomeOf(ERROR_INVALID_NAME, row.action);
     const bool writes = (row.access & GENERIC_WRITE) != 0;
-    const DWORD share = writes || sharing == FileSharing::ReadersOnly ? FILE_SHARE_READ : FILE_SHARE_READ | FILE_SHARE_WRITE;
+    const DWORD share =
+        writes || sharing == FileSharing::ReadersOnly ? FILE_SHARE_READ : FILE_SHARE_READ | FILE_SHARE_WRITE;
     const HANDLE opened = CreateFileW(kv::Wide(systemPath.c_str()), row.access, share, nullptr, row.disposition,
                                       FILE_ATTRIBUTE_NORMAL | flags, nullptr);
     if (opened == INVALID_HANDLE_VALUE) return OutcomeOf(GetLastError(), row.action);

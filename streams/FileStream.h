@@ -6,8 +6,7 @@
 namespace mova {
 
 /// A stream over a file of which each call goes to the system, which caches.
-class FileStream final
-    : public OpenableStream<FileStream, ::FileStream, PlainFile<0>, IFileStream> {
+class FileStream final : public OpenableStream<FileStream, ::FileStream, PlainFile<0>, IFileStream> {
  public:
     using OpenableStream::OpenableStream;
 

@@ -4,7 +4,8 @@
 
 namespace mova {
 
-/// The content of a stream of which each call goes to the system. @tparam flags FILE_FLAG_... that the file is opened with
+/// The content of a stream of which each call goes to the system. @tparam flags FILE_FLAG_... that the file is opened
+/// with
 template <DWORD flags>
 class PlainFile {
  public:
