@@ -256,7 +256,8 @@ FileOutcome CompressedFile::WriteDirectory(compressed::Header& header) {
             {block, stored.place.offset, static_cast<std::uint32_t>(stored.place.length), stored.checksum});
     const std::span<const std::byte> bytes = compressed::DirectoryBytes(entries);
     header.directoryChecksum = compressed::Checksum(bytes);
-    if (!bytes.empty()) header.directory = free_.Take(bytes.size());
+    if (bytes.empty()) return {};
+    header.directory = free_.Take(bytes.size());
     FileOutcome outcome = WriteAll(header.directory, bytes);
     if (!outcome.Failed()) outcome = file_.Flush();
     if (outcome.Failed()) free_.Give({header.directory, bytes.size()});

@@ -77,7 +77,8 @@ void WriteFileBytes(const std::u16string& path, std::string_view bytes) {
 
 const std::vector<StreamKind>& StreamKinds() {
     static const std::vector<StreamKind> kinds{
-        {"MemoryBlobStream", [](const TemporaryFolder&, std::string_view content, int) { return MemoryStream(content); }},
+        {"MemoryBlobStream",
+         [](const TemporaryFolder&, std::string_view content, int) { return MemoryStream(content); }},
         FileKind("FileStream", u"FileStream"),
         FileKind("UnbufferedFileStream", u"UnbufferedFileStream"),
         FileKind("BufferedFileStream", u"BufferedFileStream"),

@@ -197,10 +197,10 @@ class Model {
         cursor.position = Below(std::min(bytes_.size() + bytes_.size() / 4, greatest) + 1);
         const DWORD origin = static_cast<DWORD>(Below(3));
         const std::size_t from = origin == STREAM_SEEK_END ? bytes_.size() : 0;
-        const LONGLONG move = origin == STREAM_SEEK_CUR
-                                  ? static_cast<LONGLONG>(cursor.position) -
-                                        static_cast<LONGLONG>(PositionOf(cursor.stream.Get()))
-                                  : static_cast<LONGLONG>(cursor.position) - static_cast<LONGLONG>(from);
+        const LONGLONG move =
+            origin == STREAM_SEEK_CUR
+                ? static_cast<LONGLONG>(cursor.position) - static_cast<LONGLONG>(PositionOf(cursor.stream.Get()))
+                : static_cast<LONGLONG>(cursor.position) - static_cast<LONGLONG>(from);
         ULARGE_INTEGER position{};
         ASSERT_EQ(cursor.stream->Seek(Move(move), origin, &position), S_OK);
         ASSERT_EQ(position.QuadPart, cursor.position);
@@ -254,9 +254,7 @@ class Model {
 
 class EveryStream : public testing::TestWithParam<StreamKind> {
  protected:
-    kv::Ptr<IStream> Make(std::string_view content = alphabet) {
-        return GetParam().make(folder_, content, count_++);
-    }
+    kv::Ptr<IStream> Make(std::string_view content = alphabet) { return GetParam().make(folder_, content, count_++); }
 
  private:
     TemporaryFolder folder_;
