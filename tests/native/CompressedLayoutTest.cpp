@@ -58,10 +58,14 @@ TEST(CompressedLayout, TakesTheLatestOfTwoHeaders) {
         LayoutError error;
         std::uint64_t sequence;
     } rows[] = {
-        {{fifth, sixth}, LayoutError::None, 6},  {{fifth}, LayoutError::None, 5},
-        {{sixth}, LayoutError::None, 6},         {{}, LayoutError::Foreign, 0},
-        {{fifth, beyond}, LayoutError::Damaged, 0},  {{fifth, manyBlocks}, LayoutError::Damaged, 0},
-        {{fifth, inSlots}, LayoutError::Damaged, 0}, {{fifth, tooLong}, LayoutError::Damaged, 0},
+        {{fifth, sixth}, LayoutError::None, 6},
+        {{fifth}, LayoutError::None, 5},
+        {{sixth}, LayoutError::None, 6},
+        {{}, LayoutError::Foreign, 0},
+        {{fifth, beyond}, LayoutError::Damaged, 0},
+        {{fifth, manyBlocks}, LayoutError::Damaged, 0},
+        {{fifth, inSlots}, LayoutError::Damaged, 0},
+        {{fifth, tooLong}, LayoutError::Damaged, 0},
         {{Header{.sequence = 0}}, LayoutError::Damaged, 0},
     };
     for (const auto& row : rows) {
@@ -97,18 +101,18 @@ TEST(CompressedLayout, RefusesDirectoriesThatCannotBe) {
     const std::vector<Entry> good{{0, bodyStart, 2, 1}, {7, 300'000, greatestBlock, 2}, {99, bodyStart + 2, 700, 3}};
     ASSERT_EQ(Read(good, ForDirectory(good)), LayoutError::None);
     const Entry rows[] = {
-        {100, 400'000, 5, 0},                // beyond the content
-        {UINT64_MAX, 400'000, 5, 0},         //
-        {7, 400'000, 5, 0},                  // twice
-        {6, 400'000, 5, 0},                  // out of order
-        {50, 400'000, 0, 0},                 // nothing
-        {50, 400'000, 1, 0},                 //
-        {50, 400'000, greatestBlock + 1, 0}, // too long
-        {50, bodyStart - 1, 5, 0},           // in the header slots
-        {50, fileSize - 4, 5, 0},            // beyond the file
-        {50, UINT64_MAX - 2, 5, 0},          //
-        {50, bodyStart + 1, 5, 0},           // in another block
-        {50, 300'000 - 4, 5, 0},             //
+        {100, 400'000, 5, 0},                     // beyond the content
+        {UINT64_MAX, 400'000, 5, 0},              //
+        {7, 400'000, 5, 0},                       // twice
+        {6, 400'000, 5, 0},                       // out of order
+        {50, 400'000, 0, 0},                      // nothing
+        {50, 400'000, 1, 0},                      //
+        {50, 400'000, greatestBlock + 1, 0},      // too long
+        {50, bodyStart - 1, 5, 0},                // in the header slots
+        {50, fileSize - 4, 5, 0},                 // beyond the file
+        {50, UINT64_MAX - 2, 5, 0},               //
+        {50, bodyStart + 1, 5, 0},                // in another block
+        {50, 300'000 - 4, 5, 0},                  //
         {50, 500'000 + 4 * entrySize - 1, 5, 0},  // in the directory
     };
     for (const Entry& row : rows) {

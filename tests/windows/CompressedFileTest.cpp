@@ -104,8 +104,8 @@ TEST(CompressedFileStream, RefusesLevelsThatAreNone) {
     LONG level = 0;
     for (const LONG refused : {-1, 10, INT_MIN}) {
         EXPECT_EQ(file->put_CompressionLevel(refused), E_INVALIDARG);
-        EXPECT_EQ(TakeErrorInfo(), Refusal<ICompressedFileStream>("CompressedFileStream",
-                                                                  "The compression level must be from 0 to 9."));
+        EXPECT_EQ(TakeErrorInfo(),
+                  Refusal<ICompressedFileStream>("CompressedFileStream", "The compression level must be from 0 to 9."));
     }
     EXPECT_EQ(file->get_CompressionLevel(&level), S_OK);
     EXPECT_EQ(level, 6);
@@ -210,9 +210,10 @@ TEST(CompressedFileStream, NeverReadsWrongBytesFromADamagedFile) {
     int damagedBlocks = 0;
     const auto check = [&](const std::string& bytes, const std::string& what) {
         const Outcome outcome = Try(path, bytes);
-        const bool right = FAILED(outcome.opened) ||
-                           (FAILED(outcome.read) ? outcome.read == STG_E_READFAULT && content.starts_with(outcome.content)
-                                                 : outcome.content == content || outcome.content == former);
+        const bool right =
+            FAILED(outcome.opened) ||
+            (FAILED(outcome.read) ? outcome.read == STG_E_READFAULT && content.starts_with(outcome.content)
+                                  : outcome.content == content || outcome.content == former);
         ASSERT_TRUE(right) << what;
         damagedBlocks += outcome.read == STG_E_READFAULT;
     };
@@ -239,8 +240,8 @@ TEST(CompressedFileStream, TellsOfADamagedBlock) {
     std::string read(2 * block, '?');
     ULONG came = 0;
     EXPECT_EQ(stream->Read(read.data(), static_cast<ULONG>(read.size()), &came), STG_E_READFAULT);
-    EXPECT_EQ(TakeErrorInfo(),
-              Refusal<IFileStream>("CompressedFileStream", "Operation on file " + kv::Utf8(path) + " failed. Read error."));
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IFileStream>("CompressedFileStream",
+                                                    "Operation on file " + kv::Utf8(path) + " failed. Read error."));
     EXPECT_EQ(came, block);
     EXPECT_TRUE(read.substr(0, block) == Noise(block, 4));
     EXPECT_EQ(PutAt(stream.Get(), block + 7, "x"), STG_E_READFAULT) << "the rest of the block is not known";

@@ -333,8 +333,8 @@ TEST(BufferedFileStream, TakesBuffersOfSensibleSizes) {
     EXPECT_EQ(size, 65536);
     for (const LONG refused : {0, -1, 16'777'217, INT_MAX}) {
         EXPECT_EQ(file->put_BufferSize(refused), E_INVALIDARG);
-        EXPECT_EQ(TakeErrorInfo(), Refusal<IBufferedFileStream>("BufferedFileStream",
-                                                                "The buffer must be from 1 to 16,777,216 bytes."));
+        EXPECT_EQ(TakeErrorInfo(),
+                  Refusal<IBufferedFileStream>("BufferedFileStream", "The buffer must be from 1 to 16,777,216 bytes."));
     }
     EXPECT_EQ(file->get_BufferSize(nullptr), E_POINTER);
     for (const LONG taken : {1, 16'777'216, 3}) EXPECT_EQ(file->put_BufferSize(taken), S_OK);
