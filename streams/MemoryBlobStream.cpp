@@ -95,7 +95,7 @@ STDMETHODIMP MemoryBlobStream::Read(void* target, ULONG size, ULONG* read) noexc
 STDMETHODIMP MemoryBlobStream::Write(const void* source, ULONG size, ULONG* written) noexcept {
     if (written) *written = 0;
     if (!source) return Refuse(STG_E_INVALIDPOINTER);
-    if (size <= window_.Room()) {
+    if (size != 0 && size <= window_.Room()) {
         std::memmove(window_.position, source, size);
         window_.position += size;
         window_.readEnd = std::max(window_.readEnd, window_.position);
