@@ -9,7 +9,7 @@ namespace mova {
 std::u16string WithName(std::u16string_view text, std::u16string_view name) {
     constexpr std::u16string_view gap = u"%s";
     std::u16string filled(text);
-    if (const std::size_t at = filled.find(gap); at != filled.npos) filled.replace(at, gap.size(), name);
+    if (const std::size_t at = filled.find(gap); at != std::u16string::npos) filled.replace(at, gap.size(), name);
     return filled;
 }
 

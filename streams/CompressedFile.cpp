@@ -150,7 +150,6 @@ CompressedFile::Cached* CompressedFile::FindCached(std::uint64_t block) noexcept
 FileOutcome CompressedFile::Cache(std::uint64_t block, bool whole, Cached*& cached) {
     cached = FindCached(block);
     if (!cached) {
-        // A slot that holds nothing has not been used, and so comes first.
         Cached& oldest = *std::min_element(cache_.begin(), cache_.end(), [](const Cached& left, const Cached& right) {
             return left.lastUse < right.lastUse;
         });

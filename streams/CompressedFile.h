@@ -36,11 +36,11 @@ class CompressedFile {
     /// A block in memory.
     struct Cached {
         std::uint64_t block = none;
-        std::uint64_t lastUse = 0;
+        std::uint64_t lastUse = 0;  ///< 0 while it holds nothing
         bool dirty = false;
         std::unique_ptr<std::byte[]> content;
 
-        void Forget() noexcept { block = none, dirty = false; }
+        void Forget() noexcept { block = none, lastUse = 0, dirty = false; }
         compressed::Block Content() const noexcept { return compressed::Block(content.get(), compressed::blockSize); }
     };
     /// Where a block is, and since which commit.

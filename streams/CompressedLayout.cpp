@@ -131,7 +131,7 @@ std::span<const std::byte> BlockCodec::Encode(ConstBlock content, int level) noe
     while (length != 0 && content[length - 1] == std::byte{}) --length;
     if (length == 0) return {};
     std::byte* const stored = stored_.get();
-    uLongf packed = static_cast<uLongf>(length - 1);  // as much as makes it worth while
+    auto packed = static_cast<uLongf>(length - 1);  // as much as makes it worth while
     if (level != 0 &&
         compress2(ForZlib(stored + 1), &packed, ForZlib(content.data()), static_cast<uLong>(length), level) == Z_OK) {
         stored[0] = deflated;

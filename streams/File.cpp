@@ -34,7 +34,7 @@ bool BeginsWith(std::u16string_view text, std::u16string_view beginning) noexcep
 
 /// The path as the system takes it whatever its length; empty where there is no such path.
 std::u16string SystemPath(std::u16string_view path) {
-    if (path.find(u'\0') != path.npos) return {};
+    if (path.find(u'\0') != std::u16string_view::npos) return {};
     std::u16string given(path);
     if (BeginsWith(path, u"\\\\?\\") || BeginsWith(path, u"\\\\.\\")) return given;
     std::u16string full(MAX_PATH, u'\0');
@@ -70,8 +70,8 @@ FileOutcome File::Open(std::u16string_view path, movaFileMode mode, FileSharing 
     const bool writes = (row.access & GENERIC_WRITE) != 0;
     const DWORD share =
         writes || sharing == FileSharing::ReadersOnly ? FILE_SHARE_READ : FILE_SHARE_READ | FILE_SHARE_WRITE;
-    const HANDLE opened = CreateFileW(kv::Wide(systemPath.c_str()), row.access, share, nullptr, row.disposition,
-                                      FILE_ATTRIBUTE_NORMAL | flags, nullptr);
+    HANDLE opened = CreateFileW(kv::Wide(systemPath.c_str()), row.access, share, nullptr, row.disposition,
+                                FILE_ATTRIBUTE_NORMAL | flags, nullptr);
     if (opened == INVALID_HANDLE_VALUE) return OutcomeOf(GetLastError(), row.action);
     handle_ = opened;
     writable_ = writes;

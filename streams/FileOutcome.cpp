@@ -53,6 +53,8 @@ FileOutcome OutcomeOf(DWORD error, FileAction action) noexcept {
             return fileUnreadable;
         case FileAction::Write:
             return {STG_E_WRITEFAULT, FileMessage::WriteError};
+        case FileAction::Create:
+            return {HRESULT_FROM_WIN32(error), FileMessage::CannotBeCreated};
         default:
             return {HRESULT_FROM_WIN32(error), FileMessage::Unknown};
     }

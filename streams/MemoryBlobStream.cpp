@@ -37,7 +37,7 @@ class MemoryBytes {
         const std::uint64_t end = position + sourceSize;
         std::byte* const former = begin;
         const std::size_t formerCapacity = capacity;
-        if (end > capacity && !Move(end)) return false;
+        if ((end > capacity || !begin) && !Move(end)) return false;
         if (position > size) std::memset(begin + size, 0, static_cast<std::size_t>(position - size));
         if (sourceSize != 0) std::memmove(begin + position, source, sourceSize);
         if (begin != former) kv::GiveBlock(former, formerCapacity);
@@ -59,7 +59,7 @@ class MemoryBytes {
 
     /// Copies the bytes to a larger block; the former one is still to be freed.
     bool Move(std::uint64_t needed) noexcept {
-        const std::uint64_t larger = std::max<std::uint64_t>({needed, capacity + capacity, firstCapacity});
+        const auto larger = std::max<std::uint64_t>({needed, capacity + capacity, firstCapacity});
         auto* const moved = static_cast<std::byte*>(kv::TakeBlock(static_cast<std::size_t>(larger)));
         if (!moved) return false;
         if (size != 0) std::memcpy(moved, begin, size);

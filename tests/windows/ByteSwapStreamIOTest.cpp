@@ -1,5 +1,6 @@
+#include <array>
 #include <bit>
-#include <limits>
+#include <climits>
 
 #include "tests/windows/StreamSupport.h"
 
@@ -20,7 +21,8 @@ void ExpectBytes(HRESULT (STDMETHODCALLTYPE IByteSwapStreamIO::*write)(Number),
     EXPECT_EQ(ContentOf(inner.Get()), bytes);
     ASSERT_EQ(SeekTo(inner.Get(), 0), S_OK);
     ASSERT_EQ((swap.Get()->*read)(&back), S_OK);
-    EXPECT_EQ(memcmp(&back, &number, sizeof number), 0);
+    using Bits = std::array<std::byte, sizeof(Number)>;
+    EXPECT_EQ(std::bit_cast<Bits>(back), std::bit_cast<Bits>(number));
     EXPECT_EQ((swap.Get()->*read)(nullptr), E_POINTER);
     for (std::size_t count = 0; count < bytes.size(); ++count) {
         ASSERT_EQ(swap->put_Stream(MemoryStream(bytes.substr(0, count)).Get()), S_OK);

@@ -97,8 +97,8 @@ TEST(CombinedStream, CountsTheLastPartAsItIsAndOthersAsTheyWere) {
     EXPECT_EQ(Take(stream.Get(), 2), "aa");
     char byte = 0;
     EXPECT_EQ(stream->Read(&byte, 1, nullptr), STG_E_READFAULT);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<ICombinedStream>("CombinedStream",
-                                                        "A part holds fewer bytes than it did when the next was added."));
+    EXPECT_EQ(TakeErrorInfo(), Refusal<ICombinedStream>(
+                                   "CombinedStream", "A part holds fewer bytes than it did when the next was added."));
     EXPECT_EQ(PositionOf(stream.Get()), 2u);
 }
 

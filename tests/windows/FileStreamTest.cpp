@@ -284,6 +284,7 @@ TEST(FileStreams, KnowWhatTheSystemsErrorsMean) {
         {ERROR_CRC, FileAction::Read, STG_E_READFAULT, "Read error."},
         {ERROR_GEN_FAILURE, FileAction::Write, STG_E_WRITEFAULT, "Write error."},
         {ERROR_GEN_FAILURE, FileAction::Open, HRESULT_FROM_WIN32(ERROR_GEN_FAILURE), "Unknown error."},
+        {ERROR_GEN_FAILURE, FileAction::Create, HRESULT_FROM_WIN32(ERROR_GEN_FAILURE), "File can not be created."},
         {ERROR_TOO_MANY_OPEN_FILES, FileAction::Create, STG_E_TOOMANYOPENFILES, "Unknown error."},
     };
     for (const auto& row : rows) {

@@ -3,7 +3,7 @@
 
 namespace mova::test {
 
-TEST(Scripts, UseThePropertySetAndReadRefusals) {
+TEST(Scripts, UseTheClassesAndReadRefusals) {
     const struct {
         const char16_t* script;
         const char* output;
@@ -13,7 +13,10 @@ TEST(Scripts, UseThePropertySetAndReadRefusals) {
                  "80070057 movaSystem.PropertySet: Names and values must be two arrays.\r\n"},
                 {u"propertyset.js",
                  "2 gis.example true\r\n1 0\r\n80004005 No property is named \"Port\".\r\n"
-                 "80070057 The capacity must be from 1 to 1,000,000 messages.\r\n"}};
+                 "80070057 The capacity must be from 1 to 1,000,000 messages.\r\n"},
+                {u"streams.js",
+                 "true true\r\n10 4\r\nfalse\r\n80030050 File already exist.\r\n66051\r\n1\r\n"
+                 "80030006 File not opened.\r\n"}};
     for (const auto& row : rows) {
         const auto run = RunProcess(u"cscript.exe /nologo \"" + BinaryFolder() + u"scripts\\" + row.script + u"\"");
         EXPECT_EQ(run.output, row.output) << kv::Utf8(row.script);
