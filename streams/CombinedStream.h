@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "kvcore/BlockPool.h"
 #include "streams/ByteStream.h"
 
 namespace mova {
@@ -63,7 +64,7 @@ class CombinedStream final : public ByteStream<CombinedStream, ::CombinedStream,
         return Refuse<ICombinedStream>(E_FAIL, u"The combined stream has no part that could grow.");
     }
 
-    std::shared_ptr<Parts> parts_ = std::make_shared<Parts>();
+    std::shared_ptr<Parts> parts_ = std::allocate_shared<Parts>(kv::BlockAllocator<Parts>());
     std::uint64_t position_ = 0;
 };
 
