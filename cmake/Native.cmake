@@ -11,7 +11,7 @@ endif()
 
 add_library(engines STATIC ${engine_sources} ${tool_engine_sources})
 target_include_directories(engines PUBLIC ${CMAKE_SOURCE_DIR})
-target_link_libraries(engines PUBLIC mova-warnings)
+target_link_libraries(engines PUBLIC mova-warnings z)
 
 if(NOT MOVA_FUZZ)
   add_library(fuzz-replay OBJECT fuzz/replay/Replay.cpp)

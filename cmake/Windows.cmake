@@ -1,7 +1,7 @@
 # The server, its client, and their tests and benchmarks, for Windows.
 include(Widl)
 enable_language(RC)
-mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams)
+mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -56,6 +56,7 @@ add_library(
   server/ClassTable.cpp
   server/MOVAExtendedErrorInfo.cpp
   server/Module.cpp
+  server/NamedMessage.cpp
   server/PostponedEnds.cpp
   server/Refusal.cpp
   server/Registration.cpp
@@ -63,6 +64,15 @@ add_library(
   server/TypeLibrary.cpp
   server/Unknown.cpp
   services/MessageLogger.cpp
+  streams/BufferedFile.cpp
+  streams/BufferedFileStream.cpp
+  streams/ByteSwapStreamIO.cpp
+  streams/CombinedStream.cpp
+  streams/CompressedFile.cpp
+  streams/CompressedFileStream.cpp
+  streams/CompressedLayout.cpp
+  streams/File.cpp
+  streams/FileOutcome.cpp
   streams/GrowingMemory.cpp
   streams/MemoryBlobStream.cpp
   streams/ObjectCopy.cpp
@@ -78,7 +88,7 @@ add_library(movaSystem SHARED server/Exports.cpp server/Strings.rc ${CMAKE_BINAR
                               $<TARGET_OBJECTS:mova-server> $<TARGET_OBJECTS:kvcore>
                               $<TARGET_OBJECTS:mova-identifiers>)
 set_target_properties(movaSystem PROPERTIES PREFIX "" OUTPUT_NAME movaSystem)
-target_link_libraries(movaSystem PRIVATE mova-windows ole32 oleaut32 uuid ntdll)
+target_link_libraries(movaSystem PRIVATE mova-windows ole32 oleaut32 uuid ntdll z)
 target_link_options(movaSystem PRIVATE -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat -Wl,--exclude-all-symbols)
 
 # The client: public interfaces only, nothing of the server.
@@ -118,7 +128,7 @@ target_compile_definitions(
   windows-tests
   PRIVATE MOVA_SOURCES="${CMAKE_SOURCE_DIR}" MOVA_CONTRACT_FOUND="${CMAKE_BINARY_DIR}/contract.txt"
           MOVA_BINARY_FOLDER="${CMAKE_BINARY_DIR}")
-target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uuid ntdll version psapi)
+target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uuid ntdll version psapi z)
 add_dependencies(windows-tests movaSystem mova first-client mova-idl)
 add_test(NAME windows-tests COMMAND windows-tests)
 add_custom_command(

@@ -7,9 +7,15 @@
 #include "server/ClassFactory.h"
 #include "server/MOVAExtendedErrorInfo.h"
 #include "services/MessageLogger.h"
+#include "streams/BufferedFileStream.h"
+#include "streams/ByteSwapStreamIO.h"
+#include "streams/CombinedStream.h"
+#include "streams/CompressedFileStream.h"
+#include "streams/FileStream.h"
 #include "streams/MemoryBlobStream.h"
 #include "streams/ObjectCopy.h"
 #include "streams/ObjectStream.h"
+#include "streams/UnbufferedFileStream.h"
 #include "streams/VariantStreamIO.h"
 
 namespace mova {
@@ -30,10 +36,15 @@ constexpr ClassEntry ThreadSingleton(const char16_t* name) noexcept {
 }  // namespace
 
 constinit const ClassEntry classTable[] = {
+    NewObject<CompressedFileStream>(u"CompressedFileStream"),
     NewObject<PropertySet>(u"PropertySet"),
     NewObject<ObjectStream>(u"ObjectStream"),
     NewObject<UID>(u"UID"),
+    NewObject<FileStream>(u"FileStream"),
+    NewObject<BufferedFileStream>(u"BufferedFileStream"),
+    NewObject<UnbufferedFileStream>(u"UnbufferedFileStream"),
     NewObject<MemoryBlobStream>(u"MemoryBlobStream"),
+    NewObject<ByteSwapStreamIO>(u"ByteSwapStreamIO"),
     NewObject<VariantStreamIO>(u"VariantStreamIO"),
     NewObject<MOVAExtendedErrorInfo>(u"MOVAExtendedErrorInfo"),
     NewObject<PropertySetProperty>(u"PropertySetProperty"),
@@ -41,6 +52,7 @@ constinit const ClassEntry classTable[] = {
     NewObject<PropertySetArray>(u"PropertySetArray"),
     NewObject<ObjectCopy>(u"ObjectCopy"),
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
+    NewObject<CombinedStream>(u"CombinedStream"),
     {},
 };
 

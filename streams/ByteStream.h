@@ -2,7 +2,9 @@
 
 #include <objidl.h>
 
+#include <algorithm>
 #include <limits>
+#include <memory>
 #include <string_view>
 
 #include "kvcore/BString.h"
@@ -95,6 +97,34 @@ class ByteStream : public Component<Self, Coclass, Items..., Generations<IStream
         return S_OK;
     } catch (...) {
         return CaughtStatus();
+    }
+
+ protected:
+    /// CopyBytes piece by piece, for bytes that are not in memory. Bytes that the target adds to these very bytes are
+    /// not followed.
+    /// @param readAt HRESULT(std::uint64_t position, void* target, ULONG size, ULONG& read) @throw std::bad_alloc
+    template <class ReadAt>
+    HRESULT CopyPieces(IStream* target, std::uint64_t count, std::uint64_t& read, std::uint64_t& written,
+                       ReadAt readAt) {
+        constexpr std::uint64_t pieceSize = 64 * 1024;
+        std::uint64_t size = 0;
+        if (HRESULT status = Me().GetSize(size); FAILED(status)) return status;
+        const std::uint64_t from = Me().Position();
+        const std::uint64_t most = std::min(count, size > from ? size - from : 0);
+        const auto buffer = std::make_unique_for_overwrite<std::byte[]>(std::min(most, pieceSize));
+        HRESULT status = S_OK;
+        while (SUCCEEDED(status) && written < most) {
+            ULONG came = 0;
+            const auto wanted = static_cast<ULONG>(std::min(most - written, pieceSize));
+            if (status = readAt(from + written, buffer.get(), wanted, came); came == 0) break;
+            std::size_t went = 0;
+            const HRESULT writing = kv::KvStreamWrite(target, buffer.get(), came, &went);
+            written += went;
+            if (SUCCEEDED(status)) status = writing;
+        }
+        read = written;
+        Me().MoveTo(from + written);
+        return status;
     }
 
  private:

@@ -7,9 +7,10 @@
 
 namespace mova {
 
-/// A stream whose bytes are another stream's: all operations of IStream go there. Without one they are E_FAIL; a null
-/// buffer is E_POINTER, while the counts that Read and Write answer may be null, as every stream allows.
-/// @tparam Items among which one is or extends IStream.
+/// What the classes that pass IStream on to an inner stream have in common. Without an inner stream its operations are
+/// E_FAIL; all else is as the inner stream does it.
+/// @tparam Items the class's interfaces, IStream among them: as Generations<IStream, ISequentialStream>, or in the
+///     generations of an interface that extends it
 template <class Self, class Coclass, class... Items>
 class ForwardingStream : public Component<Self, Coclass, Items...> {
     using Base = Component<Self, Coclass, Items...>;
@@ -17,44 +18,78 @@ class ForwardingStream : public Component<Self, Coclass, Items...> {
  public:
     using Base::Base;
 
+    // IStream
     STDMETHODIMP Read(void* target, ULONG size, ULONG* read) noexcept override {
         if (read) *read = 0;
-        if (!inner_) return Base::Refuse(E_FAIL);
-        return target ? inner_->Read(target, size, read) : Base::Refuse(E_POINTER);
+        if (!target) return Base::Refuse(E_POINTER);
+        ULONG came = 0;
+        const HRESULT status = Forward([&](IStream& inner) { return inner.Read(target, size, &came); });
+        if (read) *read = came;
+        return status;
     }
     STDMETHODIMP Write(const void* source, ULONG size, ULONG* written) noexcept override {
         if (written) *written = 0;
-        if (!inner_) return Base::Refuse(E_FAIL);
-        return source ? inner_->Write(source, size, written) : Base::Refuse(E_POINTER);
+        if (!source) return Base::Refuse(E_POINTER);
+        ULONG went = 0;
+        const HRESULT status = Forward([&](IStream& inner) { return inner.Write(source, size, &went); });
+        if (written) *written = went;
+        return status;
     }
     STDMETHODIMP Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) noexcept override {
-        return inner_ ? inner_->Seek(move, origin, position) : Base::Refuse(E_FAIL);
+        return Forward([&](IStream& inner) { return inner.Seek(move, origin, position); });
     }
     STDMETHODIMP SetSize(ULARGE_INTEGER size) noexcept override {
-        return inner_ ? inner_->SetSize(size) : Base::Refuse(E_FAIL);
+        return Forward([&](IStream& inner) { return inner.SetSize(size); });
     }
     STDMETHODIMP CopyTo(IStream* target, ULARGE_INTEGER count, ULARGE_INTEGER* read,
                         ULARGE_INTEGER* written) noexcept override {
-        return inner_ ? inner_->CopyTo(target, count, read, written) : Base::Refuse(E_FAIL);
+        if (read) read->QuadPart = 0;
+        if (written) written->QuadPart = 0;
+        return Forward([&](IStream& inner) { return inner.CopyTo(target, count, read, written); });
     }
-    STDMETHODIMP Commit(DWORD flags) noexcept override { return inner_ ? inner_->Commit(flags) : Base::Refuse(E_FAIL); }
-    STDMETHODIMP Revert() noexcept override { return inner_ ? inner_->Revert() : Base::Refuse(E_FAIL); }
+    STDMETHODIMP Commit(DWORD flags) noexcept override {
+        return Forward([&](IStream& inner) { return inner.Commit(flags); });
+    }
+    STDMETHODIMP Revert() noexcept override {
+        return Forward([](IStream& inner) { return inner.Revert(); });
+    }
     STDMETHODIMP LockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER size, DWORD type) noexcept override {
-        return inner_ ? inner_->LockRegion(offset, size, type) : Base::Refuse(E_FAIL);
+        return Forward([&](IStream& inner) { return inner.LockRegion(offset, size, type); });
     }
     STDMETHODIMP UnlockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER size, DWORD type) noexcept override {
-        return inner_ ? inner_->UnlockRegion(offset, size, type) : Base::Refuse(E_FAIL);
+        return Forward([&](IStream& inner) { return inner.UnlockRegion(offset, size, type); });
     }
     STDMETHODIMP Stat(STATSTG* stat, DWORD flags) noexcept override {
-        return inner_ ? inner_->Stat(stat, flags) : Base::Refuse(E_FAIL);
+        return Forward([&](IStream& inner) { return inner.Stat(stat, flags); });
     }
     STDMETHODIMP Clone(IStream** clone) noexcept override {
-        if (!clone) return Base::Refuse(E_POINTER);
-        *clone = nullptr;
-        return inner_ ? inner_->Clone(clone) : Base::Refuse(E_FAIL);
+        if (clone) *clone = nullptr;
+        return Forward([&](IStream& inner) { return inner.Clone(clone); });
     }
 
  protected:
+    const kv::Ptr<IStream>& Inner() const noexcept { return inner_; }
+    /// @return E_INVALIDARG for the object itself, which would be asked without end
+    HRESULT SetInner(IStream* stream) noexcept {
+        if (kv::Ptr<IStream>(stream).template As<IUnknown>().Get() == this->Controlling())
+            return Base::Refuse(E_INVALIDARG);
+        inner_ = kv::Ptr<IStream>(stream);
+        return S_OK;
+    }
+    HRESULT HandOutInner(IStream** stream) const noexcept {
+        if (!stream) return Base::Refuse(E_POINTER);
+        *stream = kv::Ptr<IStream>(inner_).Detach();
+        return S_OK;
+    }
+
+ private:
+    /// Calls the inner stream, which is held: it may be taken from this object meanwhile.
+    template <class Operation>
+    HRESULT Forward(Operation operation) noexcept {
+        const kv::Ptr<IStream> held = inner_;
+        return held ? operation(*held.Get()) : Base::Refuse(E_FAIL);
+    }
+
     kv::Ptr<IStream> inner_;
 };
 

@@ -5,6 +5,11 @@
 #include "streams/GrowingMemory.h"
 
 namespace mova {
+namespace {
+
+constexpr std::uint64_t filePiece = 1U << 30;  // as much as one call of the system is asked for
+
+}  // namespace
 
 class MemoryBytes {
  public:
@@ -17,6 +22,13 @@ class MemoryBytes {
         if (--sharers_ != 0) return;
         this->~MemoryBytes();
         kv::GiveBlock(this, sizeof(MemoryBytes));
+    }
+    struct Remover {
+        void operator()(MemoryBytes* bytes) const noexcept { bytes->RemoveSharer(); }
+    };
+    /// A share of new bytes, which lets go of them.
+    static std::unique_ptr<MemoryBytes, Remover> MakeOwned() noexcept {
+        return std::unique_ptr<MemoryBytes, Remover>(Make());
     }
     bool IsShared() const noexcept { return sharers_ != 1; }
 
@@ -122,6 +134,43 @@ STDMETHODIMP MemoryBlobStream::get_Size(LONGLONG* size) noexcept {
     return S_OK;
 }
 
+STDMETHODIMP MemoryBlobStream::LoadFromFile(BSTR fileName) noexcept try {
+    File file;
+    std::uint64_t size = 0;
+    FileOutcome outcome = file.Open(kv::View(fileName), movaFileModeRead, FileSharing::OneWriter);
+    if (!outcome.Failed()) outcome = file.GetSize(size);
+    if (outcome.Failed()) return RefuseFile(outcome, fileName);
+    auto loaded = MemoryBytes::MakeOwned();
+    if (!loaded || !loaded->Resize(size)) return Refuse(E_OUTOFMEMORY);
+    std::uint64_t done = 0;
+    for (ULONG came = 1; done < size && came != 0; done += came) {
+        const auto piece = static_cast<ULONG>(std::min(size - done, filePiece));
+        outcome = file.ReadAt(done, loaded->Begin() + done, piece, came);
+        if (outcome.Failed()) return RefuseFile(outcome, fileName);
+    }
+    loaded->size = static_cast<std::size_t>(done);
+    Take(loaded.release());
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP MemoryBlobStream::SaveToFile(BSTR fileName) noexcept try {
+    File file;
+    FileOutcome outcome = file.Open(kv::View(fileName), movaFileModeCreateAlways, FileSharing::OneWriter);
+    const std::span<const std::byte> content = Content();
+    std::size_t done = 0;
+    while (!outcome.Failed() && done < content.size()) {
+        ULONG went = 0;
+        const auto piece = static_cast<ULONG>(std::min<std::uint64_t>(content.size() - done, filePiece));
+        outcome = file.WriteAt(done, content.data() + done, piece, went);
+        done += went;
+    }
+    return outcome.Failed() ? RefuseFile(outcome, fileName) : S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
 STDMETHODIMP MemoryBlobStream::GetBuffer(BYTE** bytes, ULONGLONG* size) noexcept {
     if (bytes) *bytes = nullptr;
     if (size) *size = 0;
@@ -134,13 +183,14 @@ STDMETHODIMP MemoryBlobStream::GetBuffer(BYTE** bytes, ULONGLONG* size) noexcept
 
 STDMETHODIMP MemoryBlobStream::SetBuffer(const BYTE* bytes, ULONG size) noexcept {
     if (!bytes && size != 0) return Refuse(E_POINTER);
-    MemoryBytes* const taken = MemoryBytes::Make();
-    if (!taken || !taken->WriteAt(0, bytes, size)) {
-        if (taken) taken->RemoveSharer();
-        return Refuse(E_OUTOFMEMORY);
-    }
-    Take(taken);
+    auto taken = MemoryBytes::MakeOwned();
+    if (!taken || !taken->WriteAt(0, bytes, size)) return Refuse(E_OUTOFMEMORY);
+    Take(taken.release());
     return S_OK;
+}
+
+HRESULT MemoryBlobStream::RefuseFile(const FileOutcome& outcome, BSTR fileName) const {
+    return Refuse<IMemoryBlobStream>(outcome.status, TextOf(outcome, kv::View(fileName)).c_str());
 }
 
 kv::ByteWindow* STDMETHODCALLTYPE MemoryBlobStream::Window(IUnknown** keeper) noexcept {
@@ -187,11 +237,13 @@ HRESULT MemoryBlobStream::CopyBytes(IStream* target, std::uint64_t count, std::u
     constexpr std::uint64_t pieceSize = 1U << 30;
     HRESULT status = S_OK;
     const std::uint64_t from = Position();
-    while (SUCCEEDED(status) && written < count) {
+    const std::uint64_t size = Content().size();
+    const std::uint64_t most = std::min(count, size > from ? size - from : 0);  // what the target adds is not followed
+    while (SUCCEEDED(status) && written < most) {
         // Looked up for each piece: the target may be this stream or a clone, and writing to it may move the bytes.
         const std::span<std::byte> content = Content();
         if (from + written >= content.size()) break;
-        const std::uint64_t piece = std::min({count - written, content.size() - (from + written), pieceSize});
+        const std::uint64_t piece = std::min({most - written, content.size() - (from + written), pieceSize});
         std::size_t went = 0;
         status = kv::KvStreamWrite(target, content.data() + from + written, static_cast<std::size_t>(piece), &went);
         written += went;

@@ -2,6 +2,7 @@
 
 #include <movaSystem.h>
 #include "streams/ByteStream.h"
+#include "streams/File.h"
 
 namespace mova {
 
@@ -24,6 +25,8 @@ class MemoryBlobStream final : public ByteStream<MemoryBlobStream, ::MemoryBlobS
     STDMETHODIMP put_Bytes(VARIANT bytes) noexcept override;
     STDMETHODIMP get_Bytes(VARIANT* bytes) noexcept override;
     STDMETHODIMP get_Size(LONGLONG* size) noexcept override;
+    STDMETHODIMP LoadFromFile(BSTR fileName) noexcept override;
+    STDMETHODIMP SaveToFile(BSTR fileName) noexcept override;
     // IMemoryBlobBuffer
     STDMETHODIMP GetBuffer(BYTE** bytes, ULONGLONG* size) noexcept override;
     STDMETHODIMP SetBuffer(const BYTE* bytes, ULONG size) noexcept override;
@@ -42,6 +45,7 @@ class MemoryBlobStream final : public ByteStream<MemoryBlobStream, ::MemoryBlobS
     HRESULT RefuseSeek() const noexcept { return Refuse(STG_E_INVALIDFUNCTION); }
 
  private:
+    HRESULT RefuseFile(const FileOutcome& outcome, BSTR fileName) const;
     HRESULT WriteBeyond(const void* source, ULONG size) noexcept;
     std::span<std::byte> Content() const noexcept;
     /// Lets its own bytes go and takes others, from their start.

@@ -97,23 +97,18 @@ STDMETHODIMP ObjectStream::Read(void* target, ULONG size, ULONG* read) noexcept 
 }
 
 STDMETHODIMP ObjectStream::put_Stream(IStream* stream) noexcept {
-    if (stream == inner_.Get()) return S_OK;
-    const kv::Ptr<IStream> given(stream);
-    if (given && given.As<IUnknown>().Get() == Controlling())
-        return Refuse<IObjectStream>(E_INVALIDARG, u"An object stream cannot be the stream under itself.");
-    inner_ = given;
-    windowed_ = given.As<kv::IWindowedStream>();
+    if (stream == Inner().Get()) return S_OK;
+    if (HRESULT status = SetInner(stream); FAILED(status)) return status;
+    windowed_ = Inner().As<kv::IWindowedStream>();
     return S_OK;
 }
 
 STDMETHODIMP ObjectStream::get_Stream(IStream** stream) noexcept {
-    if (!stream) return Refuse(E_POINTER);
-    *stream = kv::Ptr<IStream>(inner_).Detach();
-    return S_OK;
+    return HandOutInner(stream);
 }
 
 STDMETHODIMP ObjectStream::SaveObject(IUnknown* object) noexcept try {
-    if (!inner_) return Refuse<IObjectStream>(E_FAIL, noStream);
+    if (!Inner()) return Refuse<IObjectStream>(E_FAIL, noStream);
     if (!object) return SaveNull();
     // A pointer that equals the identity of an object which is held is that object, and it need not be asked.
     if (const auto saved = saved_.Find(object)) return SaveRepeated(*saved);
@@ -177,7 +172,7 @@ STDMETHODIMP ObjectStream::LoadObject(REFIID iid, IUnknown* outer, void** object
     if (!object) return Refuse(E_POINTER);
     *object = nullptr;
     if (kv::IsNull(&iid)) return Refuse(E_INVALIDARG);
-    if (!inner_) return Refuse<IObjectStream>(E_FAIL, noStream);
+    if (!Inner()) return Refuse<IObjectStream>(E_FAIL, noStream);
     const bool outermost = !loading_;
     if (outermost) {
         loading_ = true;

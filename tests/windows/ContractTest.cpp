@@ -78,9 +78,9 @@ std::string Describe(ITypeInfo* info, const TYPEATTR& attributes) {
     return text.str();
 }
 
-/// The description of the platform's stream comes along with the interfaces that extend it.
-bool IsThePlatforms(const GUID& id) {
-    return id == __uuidof(ISequentialStream) || id == __uuidof(IStream);
+/// Whether an interface is one of the platform's that ours use: these are documented elsewhere.
+bool IsOfThePlatform(const GUID& iid) {
+    return iid == IID_IStream || iid == IID_ISequentialStream;
 }
 
 std::string Contract(std::vector<std::string>& withoutHelp) {
@@ -94,12 +94,13 @@ std::string Contract(std::vector<std::string>& withoutHelp) {
         library->GetTypeInfo(i, info.Put());
         info->GetTypeAttr(&attributes);
         text += Describe(info.Get(), *attributes);
-        for (UINT f = 0; attributes->typekind == TKIND_INTERFACE && f < attributes->cFuncs; ++f) {
+        const bool documented = attributes->typekind == TKIND_INTERFACE && !IsOfThePlatform(attributes->guid);
+        for (UINT f = 0; documented && f < attributes->cFuncs; ++f) {
             FUNCDESC* function = nullptr;
             kv::BString help;
             info->GetFuncDesc(f, &function);
             info->GetDocumentation(function->memid, nullptr, help.Put(), nullptr, nullptr);
-            if (help.View().empty() && !IsThePlatforms(attributes->guid))
+            if (help.View().empty() && !IsOfThePlatform(attributes->guid))
                 withoutHelp.push_back(NameOf(info.Get()) + " " + FunctionText(info.Get(), *function));
             info->ReleaseFuncDesc(function);
         }

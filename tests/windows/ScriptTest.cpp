@@ -3,7 +3,7 @@
 
 namespace mova::test {
 
-TEST(Scripts, UseTheContainersAndReadRefusals) {
+TEST(Scripts, UseTheClassesAndReadRefusals) {
     const struct {
         const char16_t* script;
         const char* output;
@@ -19,7 +19,10 @@ TEST(Scripts, UseTheContainersAndReadRefusals) {
                  "80070057 movaSystem.UID: The text is no GUID, and no class is known by it.\r\n"},
                 {u"uid.js",
                  "{00112233-4455-6677-8899-AABBCCDDEEFF} 9 true\r\n"
-                 "80070057 The value is neither a text nor an identifier object. 9\r\n"}};
+                 "80070057 The value is neither a text nor an identifier object. 9\r\n"},
+                {u"streams.js",
+                 "true true\r\n10 4\r\nfalse\r\n80030050 File already exist.\r\n66051\r\n1\r\n"
+                 "80030006 File not opened.\r\n"}};
     for (const auto& row : rows) {
         const auto run = RunProcess(u"cscript.exe /nologo \"" + BinaryFolder() + u"scripts\\" + row.script + u"\"");
         EXPECT_EQ(run.output, row.output) << kv::Utf8(row.script);

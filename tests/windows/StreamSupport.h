@@ -1,0 +1,62 @@
+// What the tests of streams share.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "kvcore/Stream.h"
+#include "tests/windows/Support.h"
+
+namespace mova::test {
+
+/// A folder of its own for a test's files; it goes, with them, at the test's end.
+class TemporaryFolder {
+ public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    /// The path of a file of that name.
+    std::u16string operator/(std::u16string_view name) const { return path_ + u"\\" + std::u16string(name); }
+    const std::u16string& Path() const { return path_; }
+
+ private:
+    std::u16string path_;
+};
+
+/// The bytes of a file, as the system reads them.
+std::string ReadFileBytes(const std::u16string& path);
+void WriteFileBytes(const std::u16string& path, std::string_view bytes);
+
+/// A stream and how it came to its bytes.
+struct StreamKind {
+    const char* name;
+    /// A stream that holds those bytes, its position at the start. The number tells streams of a folder apart.
+    std::function<kv::Ptr<IStream>(const TemporaryFolder&, std::string_view content, int number)> make;
+    HRESULT nullBuffer = STG_E_INVALIDPOINTER;
+};
+/// Every stream class of ours, some in several ways.
+const std::vector<StreamKind>& StreamKinds();
+
+kv::Ptr<IStream> MemoryStream(std::string_view content);
+/// A new stream of a class over a file, opened so. @return null where that failed, with the reason on the thread
+template <class I = IFileStream>
+kv::Ptr<I> OpenFile(std::u16string_view className, const std::u16string& path, movaFileMode mode) {
+    auto stream = New<I>(className);
+    return stream->Open(Bstr(path), mode) == S_OK ? stream : kv::Ptr<I>();
+}
+
+ULARGE_INTEGER Size(ULONGLONG size);
+LARGE_INTEGER Move(LONGLONG move);
+/// The position; not a number that one has where that fails.
+ULONGLONG PositionOf(IStream* stream);
+ULONGLONG SizeOf(IStream* stream);
+HRESULT SeekTo(IStream* stream, LONGLONG position);
+HRESULT Put(IStream* stream, std::string_view bytes);
+/// At most so many bytes from the position on.
+std::string Take(IStream* stream, ULONG count);
+/// All bytes; the position moves to the end.
+std::string ContentOf(IStream* stream);
+
+}  // namespace mova::test
