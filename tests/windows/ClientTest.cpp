@@ -39,6 +39,24 @@ TEST(Client, OpensPathsOfTheHost) {
     SetEnvironmentVariableW(L"MOVA_HOST_FOLDER", nullptr);
 }
 
+TEST(Client, SavesAndLoadsPropertySets) {
+    const std::u16string file = BinaryFolder() + u"set \u017Dofie.bin";
+    const auto saved = Mova(u"propset - --save \"" + file + u"\"", "A=str:\xC3\xA4\nB=i4:7\n-A\nC=null:\n");
+    EXPECT_EQ(saved.output, "B\t3\t7\nC\t1\t\n");
+    const auto loaded = Mova(u"propset --load \"" + file + u"\" --copy");
+    EXPECT_EQ(loaded.output, saved.output);
+    EXPECT_EQ(loaded.status, 0u);
+    EXPECT_TRUE(DeleteFileW(kv::Wide(file.c_str())));
+    std::string duplicates = ReadSource("tests/golden/set-by-value-with-class.bin").substr(0, 16);
+    duplicates += std::string("\1\0\0\0\1\0\2\0\0\0\1\0\0\0A\0\3\0\1\0\0\0\1\0\0\0a\0\3\0\2\0\0\0", 38);
+    EXPECT_EQ(Mova(u"propset --load -", duplicates).output, "A\t3\t1\na\t3\t2\n");
+    EXPECT_EQ(Mova(u"propset --load -", std::string(16, '\0')).output, "");
+    const auto refused = Mova(u"propset - --save \"" + BinaryFolder() + u"nowhere\\set.bin\"", "A=i4:1\n");
+    EXPECT_EQ(refused.status, 1u);
+    EXPECT_NE(refused.output.find("mova: movaSystem.FileStream: Operation on file "), std::string::npos)
+        << refused.output;
+}
+
 TEST(Client, TellsWrongUsageFromRefusal) {
     const struct {
         const char16_t* arguments;
@@ -46,7 +64,11 @@ TEST(Client, TellsWrongUsageFromRefusal) {
         const char* output;
         DWORD status;
     } rows[] = {{u"nonsense", "", "mova: there is no command nonsense; see mova help\n", 2},
-                {u"propset", "", "mova: propset takes a FILE or -\n", 2},
+                {u"propset", "", "mova: propset takes a FILE or -, or --load IN\n", 2},
+                {u"propset - --load x", "", "mova: propset takes a FILE or -, or --load IN\n", 2},
+                {u"propset - --save", "", "mova: propset takes one file after --save\n", 2},
+                {u"propset --load -", "\x11Z",
+                 "mova: movaSystem.ObjectStream: The stream is cut short or damaged. (0x80004005)\n", 1},
                 {u"propset -", "A=i4:1\nB=i2:32768\n", "mova: -, line 2: not NAME=TYPE:VALUE or -NAME\n", 2},
                 {u"propset nowhere.props", "", "mova: cannot read nowhere.props\n", 2},
                 {u"registered Nonsense", "", "mova: there is no class Nonsense\n", 2},

@@ -29,9 +29,10 @@ constexpr Command commands[] = {
     {"register", "", "registers the library that lies beside the client", &RunRegister},
     {"unregister", "", "removes what registration wrote", &RunUnregister},
     {"registered", "NAME", "prints the registry entries of a class: KEY, VALUE-NAME, DATA, sorted", &RunRegistered},
-    {"propset", "[--copy] FILE|-",
+    {"propset", "[--copy] [--save OUT] FILE|- | [--copy] [--save OUT] --load IN",
      "reads NAME=TYPE:VALUE lines into a property set and prints NAME, VARTYPE, VALUE in the set's order.\n"
      "TYPE is empty, null, bool, i2, i4, i8, r4, r8, date (an OLE date) or str; a line -NAME removes.\n"
+     "--save OUT saves the set through an object stream into a file; --load IN takes a saved set instead of lines.\n"
      "--copy prints the clone instead of the set.",
      &RunPropset},
     {"uid", "[TEXT] | --compare A B",
@@ -100,17 +101,6 @@ std::u16string PlainPath(std::u16string_view path) {
     std::u16string plain;
     for (const std::u16string_view part : parts) plain.append(u"\\").append(part);
     return plain;
-}
-
-/// A file's name as the platform's file functions take it. Under ./mova it is a path of the host, with any characters
-/// in it, which Wine opens under a prefix of its own.
-std::u16string PlatformPath(const std::string& file) {
-    std::array<wchar_t, 4096> folder;
-    const DWORD length = GetEnvironmentVariableW(L"MOVA_HOST_FOLDER", folder.data(), static_cast<DWORD>(folder.size()));
-    std::u16string path = kv::Utf16(file);
-    if (length == 0 || length >= folder.size()) return path;
-    if (!path.starts_with(u'/')) path = std::u16string(kv::Narrow16(folder.data()), length) + u'/' + path;
-    return u"\\\\?\\unix" + PlainPath(path);
 }
 
 /// What is left to read; nothing where reading fails before the end.
@@ -192,6 +182,16 @@ int TellWrongUsage(std::string_view message) {
     std::fputs(("mova: " + std::string(message) + "\n").c_str(), stderr);
     std::fflush(stderr);
     return 2;
+}
+
+std::u16string PlatformPath(const std::string& file) {
+    std::array<wchar_t, 4096> folder;
+    const DWORD length = GetEnvironmentVariableW(L"MOVA_HOST_FOLDER", folder.data(), static_cast<DWORD>(folder.size()));
+    std::u16string path = kv::Utf16(file);
+    if (length == 0 || length >= folder.size()) return path;
+    if (!path.starts_with(u'/')) path = std::u16string(kv::Narrow16(folder.data()), length) + u'/' + path;
+    // Wine opens a path of the host, with any characters in it, under a prefix of its own.
+    return u"\\\\?\\unix" + PlainPath(path);
 }
 
 void Print(std::string_view text) {

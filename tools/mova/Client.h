@@ -70,6 +70,9 @@ int TellWrongUsage(std::string_view message);
 
 /// Prints text as UTF-8.
 void Print(std::string_view text);
+/// A file's name as the platform's file functions take it. Under ./mova it is a path of the host, with any characters
+/// in it.
+std::u16string PlatformPath(const std::string& file);
 /// The whole content of a file, or of standard input for "-". @throw WrongUsage where it cannot be read
 std::string ReadInput(const std::string& file);
 /// The content of a sample that comes with the client. @throw WrongUsage where it is missing

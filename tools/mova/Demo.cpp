@@ -3,8 +3,10 @@
 
 #include "kvcore/Guid.h"
 #include "kvcore/RegistryKey.h"
+#include "kvcore/Stream.h"
 #include "kvcore/Utf.h"
 #include "tools/mova/PropertyFile.h"
+#include "tools/mova/Streams.h"
 
 namespace mova::tool {
 namespace {
@@ -58,6 +60,66 @@ void ShowPropertySet() {
     }
 }
 
+/// A property's object as another of its interfaces.
+kv::Ptr<IPropertySet2> SetIn(IPropertySet& set, std::u16string_view name) {
+    kv::Variant value;
+    Check(set.GetProperty(Text(name).Get(), value.Put()));
+    if (value.Get().vt != VT_UNKNOWN && value.Get().vt != VT_DISPATCH) return {};
+    return kv::Ptr<IUnknown>(value.Get().punkVal).As<IPropertySet2>();
+}
+
+void SetObject(IPropertySet& set, std::u16string_view name, IUnknown* object) {
+    VARIANT value{};
+    value.vt = VT_UNKNOWN;
+    value.punkVal = object;
+    Check(set.SetProperty(Text(name).Get(), value));
+}
+
+/// Two layers that share a data source, in a map that they refer to.
+kv::Ptr<IPropertySet2> MakeMap() {
+    auto map = CreateAs<IPropertySet2>(u"PropertySet");
+    const auto source = CreateAs<IPropertySet2>(u"PropertySet");
+    SetText(*source.Get(), u"Server", u"gis-data.example");
+    for (const std::u16string_view name : {u"Rivers", u"Roads"}) {
+        const auto layer = CreateAs<IPropertySet2>(u"PropertySet");
+        SetText(*layer.Get(), u"Name", name);
+        SetObject(*layer.Get(), u"Source", source.Get());
+        SetObject(*layer.Get(), u"Map", map.Get());
+        SetObject(*map.Get(), name, layer.Get());
+    }
+    return map;
+}
+
+void DescribeMap(std::string_view what, IPropertySet2& map) {
+    const auto rivers = SetIn(map, u"Rivers");
+    const auto roads = SetIn(map, u"Roads");
+    const auto same = [](const auto& left, const auto& right) { return left.Get() == right.Get() ? "yes" : "no"; };
+    const auto self = kv::Ptr<IPropertySet2>(&map);
+    Print("  " + std::string(what) + ": " + CountText(map) +
+          "; both layers share one source: " + same(SetIn(*rivers.Get(), u"Source"), SetIn(*roads.Get(), u"Source")) +
+          "; a layer's map is the map itself: " + same(SetIn(*roads.Get(), u"Map"), self) + "\n");
+}
+
+void ShowPersistence() {
+    Heading("A graph of property sets: two layers that share a source, and refer to the map that they are in");
+    const auto map = MakeMap();
+    DescribeMap("made  ", *map.Get());
+    const auto memory = MemoryOf({});
+    Check(ObjectsOver(memory)->SaveObject(map.Get()));
+    LONGLONG size = 0;
+    Check(memory.As<IMemoryBlobStream>()->get_Size(&size));
+    Print("  saved : " + std::to_string(size) + " bytes for 4 sets that are referred to 7 times\n");
+    Check(kv::KvStreamSeek(memory.Get(), 0));
+    const auto loaded = LoadObject(memory).As<IPropertySet2>();
+    DescribeMap("loaded", *loaded.Get());
+    const auto again = MemoryOf({});
+    Check(ObjectsOver(again)->SaveObject(loaded.Get()));
+    Print(std::string("  saved again, byte by byte the same: ") + (BytesOf(memory) == BytesOf(again) ? "yes" : "no") +
+          "\n");
+    for (const auto& circle : {map, loaded})
+        Check(circle->RemoveAllProperties());  // else they hold each other for ever
+}
+
 LONG MessagesIn(IMessageLogger& log) {
     LONG count = 0;
     Check(log.get_Count(&count));
@@ -95,6 +157,7 @@ int RunDemo(Arguments arguments) {
     if (!arguments.empty()) throw WrongUsage{"demo takes no arguments"};
     Print("movaSystem: a tour of the library\n");
     ShowPropertySet();
+    ShowPersistence();
     ShowSingletons();
     Heading("The end");
     const bool idle = ServerIsIdle();
