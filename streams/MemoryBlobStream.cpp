@@ -62,7 +62,7 @@ class MemoryBytes {
         const auto larger = std::max<std::uint64_t>({needed, capacity + capacity, firstCapacity});
         auto* const moved = static_cast<std::byte*>(kv::TakeBlock(static_cast<std::size_t>(larger)));
         if (!moved) return false;
-        if (size != 0) std::memcpy(moved, begin, size);
+        if (begin) std::memcpy(moved, begin, size);
         begin = moved;
         capacity = static_cast<std::size_t>(larger);
         return true;
