@@ -129,7 +129,7 @@ TEST(CompressedFileStream, KeepsTheLastCommitWhenItsWriterDies) {
     std::string committed;
     std::string content;
     std::mt19937 random(3);
-    for (int round = 0; round < 60; ++round) {
+    for (unsigned round = 0; round < 60; ++round) {
         // More blocks than are kept in memory, so that changed ones reach the file before the commit.
         for (int i = 0; i < 8; ++i) {
             const std::size_t position = random() % (12 * block);
@@ -155,8 +155,8 @@ TEST(CompressedFileStream, UsesPlacesAgain) {
     const std::u16string path = folder / u"file";
     const auto file = Open(path, movaFileModeCreateNew);
     const auto stream = file.As<IStream>();
-    for (int round = 0; round < 50; ++round) {
-        ASSERT_EQ(PutAt(stream.Get(), 0, Noise(3 * block, static_cast<unsigned>(round))), S_OK);
+    for (unsigned round = 0; round < 50; ++round) {
+        ASSERT_EQ(PutAt(stream.Get(), 0, Noise(3 * block, round)), S_OK);
         ASSERT_EQ(stream->Commit(STGC_DEFAULT), S_OK);
     }
     EXPECT_LT(CompressedSize(file.Get()), static_cast<LONGLONG>(7 * block)) << "two generations";

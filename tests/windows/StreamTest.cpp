@@ -109,7 +109,7 @@ const std::map<std::string, void (*)(Recorder&)>& Scripts() {
          }},
         {"sizes",
          [](Recorder& on) {
-             for (const ULONGLONG size : {26, 17, 16, 8, 1, 0, 40, 5}) on.SetSize(size), on.Stat();
+             for (const ULONGLONG size : {26u, 17u, 16u, 8u, 1u, 0u, 40u, 5u}) on.SetSize(size), on.Stat();
              on.Write("z"), on.SetSize(1);
          }},
         {"copies",
@@ -195,7 +195,7 @@ class Model {
 
     void Seek(Cursor& cursor) {
         cursor.position = Below(std::min(bytes_.size() + bytes_.size() / 4, greatest) + 1);
-        const DWORD origin = static_cast<DWORD>(Below(3));
+        const auto origin = static_cast<DWORD>(Below(3));
         const std::size_t from = origin == STREAM_SEEK_END ? bytes_.size() : 0;
         const LONGLONG move =
             origin == STREAM_SEEK_CUR
