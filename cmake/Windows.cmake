@@ -31,6 +31,7 @@ add_library(
   kvcore/BlockPool.cpp
   kvcore/CreateInstance.cpp
   kvcore/GuidText.cpp
+  kvcore/MoveBytes.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
   kvcore/Stream.cpp

@@ -12,6 +12,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "kvcore/MoveBytes.h"
+
 namespace kv {
 
 static_assert(std::endian::native == std::endian::little, "values are written as they stand in memory");
@@ -24,14 +26,27 @@ struct ByteWindow {
 
     std::size_t Readable() const noexcept { return static_cast<std::size_t>(readEnd - position); }
     std::size_t Room() const noexcept { return static_cast<std::size_t>(writeEnd - position); }
+    /// Reads a value of which there are all bytes.
+    template <class T>
+    void Get(T& value) noexcept {
+        std::memcpy(&value, position, sizeof value);
+        position += sizeof value;
+    }
+    /// Writes a value that there is room for.
+    template <class T>
+    void Put(const T& value) noexcept {
+        std::memcpy(position, &value, sizeof value);
+        position += sizeof value;
+        if (position > readEnd) readEnd = position;
+    }
     /// Reads bytes of which there are so many.
     void Get(void* target, std::size_t size) noexcept {
-        if (size != 0) std::memcpy(target, position, size);
+        MoveBytes(target, position, size);
         position += size;
     }
     /// Writes bytes that there is room for.
     void Put(const void* source, std::size_t size) noexcept {
-        if (size != 0) std::memcpy(position, source, size);
+        MoveBytes(position, source, size);
         position += size;
         if (position > readEnd) readEnd = position;
     }
@@ -59,6 +74,10 @@ class ByteReader {
     }
     template <PlainValue T>
     bool Read(T& value) noexcept {
+        if (sizeof value <= window_->Readable() && !failed_) [[likely]] {
+            window_->Get(value);
+            return true;
+        }
         T read;
         if (!Read(&read, sizeof read)) return false;
         value = read;
@@ -130,7 +149,11 @@ class ByteWriter {
     }
     template <PlainValue T>
     ByteWriter& operator<<(const T& value) noexcept {
-        Write(&value, sizeof value);
+        if (sizeof value <= window_->Room() && !failed_) [[likely]] {
+            window_->Put(value);
+        } else {
+            Write(&value, sizeof value);
+        }
         return *this;
     }
 

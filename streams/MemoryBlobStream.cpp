@@ -86,9 +86,7 @@ STDMETHODIMP MemoryBlobStream::Write(const void* source, ULONG size, ULONG* writ
     if (written) *written = 0;
     if (!source) return Refuse(STG_E_INVALIDPOINTER);
     if (size != 0 && size <= window_.Room()) {  // an empty stream's window has no address to move to
-        std::memmove(window_.position, source, size);
-        window_.position += size;
-        window_.readEnd = std::max(window_.readEnd, window_.position);
+        window_.Put(source, size);
     } else if (HRESULT status = WriteBeyond(source, size); FAILED(status)) {
         return status;
     }
