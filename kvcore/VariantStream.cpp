@@ -16,6 +16,11 @@ bool IsObject(VARTYPE type) noexcept {
     return type == VT_UNKNOWN || type == VT_DISPATCH;
 }
 
+/// Whether values of a type are arrays with objects among their elements, or arrays that can have such elements.
+bool HoldsObjects(VARTYPE type) noexcept {
+    return (type & VT_ARRAY) && (IsObject(type & VT_TYPEMASK) || (type & VT_TYPEMASK) == VT_VARIANT);
+}
+
 // ---- writing
 
 class ValueWriter {
@@ -224,7 +229,9 @@ bool WriteValue(StreamWriter& out, const VARIANT& value, Objects objects) {
     ValueWriter writer(out, objects);
     const VARIANT* held = Referred(value);
     if (!held || ((held->vt & VT_BYREF) && !held->byref)) return writer.Refuse();
-    if (!(held->vt & VT_BYREF)) return writer.Write(*held, maxNesting);
+    // An object that is saved may call back and have the array freed that it is in.
+    const bool maySurvive = objects == Objects::dropped || !HoldsObjects(held->vt);
+    if (!(held->vt & VT_BYREF) && maySurvive) return writer.Write(*held, maxNesting);
     Variant copy;
     if (HRESULT status = copy.Assign(*held); FAILED(status))
         return out.FailWith(status == E_OUTOFMEMORY ? status : DISP_E_BADVARTYPE);

@@ -231,10 +231,13 @@ HRESULT ObjectStream::LoadNew(REFCLSID clsid, ULONG number, IUnknown* outer, kv:
 }
 
 void ObjectStream::DropLoaded() noexcept {
-    loaded_.ForEach([this](const Loaded& loaded) {
-        if (loaded.load != load_) return;
-        if (const auto holder = loaded.object.As<IHoldsObjects>()) holder->DropObjects();
+    auto loaded = std::move(loaded_);  // what is let go of may call back
+    loaded_.Clear();
+    loaded.ForEach([this](const Loaded& one) {
+        if (one.load != load_) return;
+        if (const auto holder = one.object.As<IHoldsObjects>()) holder->DropObjects();
     });
+    loaded_ = std::move(loaded);
 }
 
 HRESULT ObjectStream::RefuseClass(HRESULT status, REFCLSID clsid, std::u16string_view what) const {

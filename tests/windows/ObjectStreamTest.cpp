@@ -454,6 +454,54 @@ TEST(ObjectStream, SurvivesEveryDamage) {
     }
 }
 
+TEST(ObjectStream, SurvivesObjectsThatChangeWhatIsBeingSaved) {
+    struct Visitor final : Foreign {
+        STDMETHODIMP Save(IStream* stream, BOOL) noexcept override {
+            visit();
+            const std::uint8_t empty[6] = {1};
+            return stream->Write(empty, sizeof empty, nullptr);
+        }
+        std::function<void()> visit;
+    };
+    const auto set = NewSet();
+    const auto stream = StreamOf({});
+    const auto objects = ObjectsOver(stream.Get());
+    const struct {
+        const char* what;
+        std::function<void()> visit;
+        HRESULT status;
+    } rows[] = {
+        {"empties the set", [&] { set->RemoveAllProperties(); }, E_FAIL},
+        {"replaces the value", [&] { Put(set, u"visitors", Value(1)); }, S_OK},
+        {"forgets what was saved", [&] { objects->ForgetReferences(); }, S_OK},
+        {"saves itself again", [&] { objects->SaveObject(set.Get()); }, S_OK},
+        {"moves the stream", [&] { kv::KvStreamSeek(stream.Get(), 0); }, S_OK},
+        {"shares the stream's bytes",
+         [&] {
+             kv::Ptr<IStream> clone;
+             stream->Clone(clone.Put());
+         },
+         S_OK},
+        {"empties the stream", [&] { stream->SetSize({}); }, S_OK},
+        {"takes the stream away", [&] { objects->put_Stream(nullptr); }, E_FAIL},
+    };
+    for (const auto& row : rows) {
+        const auto visitor = kv::Ptr<Visitor>::Attach(new Visitor);
+        visitor->visit = row.visit;
+        kv::Variant visitors = Array(VT_UNKNOWN, {{20, 0}});
+        auto* elements = static_cast<IUnknown**>(visitors.Get().parray->pvData);
+        for (int i = 0; i < 20; ++i)
+            elements[i] = i == 3 ? kv::Ptr<IUnknown>(visitor.Get()).Detach() : NewSet().Detach();
+        Put(set, u"visitors", visitors);
+        Put(set, u"last", Value(u"one"));
+        EXPECT_EQ(objects->ForgetReferences(), S_OK);
+        EXPECT_EQ(objects->put_Stream(stream.Get()), S_OK);
+        EXPECT_EQ(objects->SaveObject(set.Get()), row.status) << row.what;
+        EXPECT_EQ(set->RemoveAllProperties(), S_OK);
+        visitor->visit = {};
+    }
+}
+
 TEST(ObjectStream, PassesOnWhatItsStreamAnswers) {
     const auto set = SetOfEveryValue();
     const Bytes bytes = Saved(set.Get());
