@@ -6,7 +6,7 @@ add_compile_options(-O1 -fsanitize=address,undefined -fno-sanitize-recover=all -
 add_compile_definitions(_GLIBCXX_ASSERTIONS)
 add_link_options(-fsanitize=address,undefined)
 if(MOVA_FUZZ)
-  add_compile_options(-fsanitize=fuzzer-no-link)
+  add_compile_options(-O2 -fsanitize=fuzzer-no-link)  # for twice as many inputs in the same time
 endif()
 
 add_library(engines STATIC ${engine_sources} ${tool_engine_sources})
@@ -35,6 +35,7 @@ if(NOT MOVA_FUZZ)
   include(GoogleTest)
   file(GLOB test_sources CONFIGURE_DEPENDS tests/native/*.cpp)
   add_executable(engine-tests ${test_sources})
+  target_compile_definitions(engine-tests PRIVATE MOVA_SOURCES="${CMAKE_SOURCE_DIR}")
   target_link_libraries(engine-tests PRIVATE engines gtest_main)
   add_test(NAME engine-tests COMMAND engine-tests)
 endif()

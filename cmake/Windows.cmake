@@ -102,6 +102,7 @@ add_executable(
   tools/mova/PropertyFile.cpp
   tools/mova/Propset.cpp
   tools/mova/Script.cpp
+  tools/mova/Stream.cpp
   tools/mova/Streams.cpp
   tools/mova/Uid.cpp
   ${tool_engine_sources}

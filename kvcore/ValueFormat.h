@@ -106,6 +106,9 @@ bool ReadText(ByteReader& in, Text& text) {
 
 namespace detail {
 
+/// There is to be memory for so many elements that may hold others before the first has come.
+inline constexpr std::uint32_t fewElements = 64;
+
 template <class Target>
 bool ReadElements(ByteReader& in, Target& target, ValueType type, std::span<const ArrayBound> bounds, int budget);
 
@@ -186,12 +189,16 @@ bool detail::ReadElements(ByteReader& in, Target& target, ValueType type, std::s
     const auto count = ElementCount(bounds);
     if (!count) return false;
     const ValueShape shape = ShapeOf(type);
+    // What a stream still has confirms the count of one array. Where arrays nest, each of them would claim it for
+    // itself.
+    const bool mayNest = shape.form == ValueForm::variant || shape.form == ValueForm::object;
+    const auto unasked = static_cast<std::uint32_t>(mayNest ? fewElements : ByteReader::pieceSize / shape.memorySize);
     auto elements = target.Array(type, bounds);
     std::uint32_t ready = 0;
     while (ready < *count) {
-        const std::uint32_t piece = std::max<std::uint32_t>(ready, ByteReader::pieceSize / shape.memorySize);
+        const std::uint32_t piece = std::max(ready, unasked);
         const std::uint32_t missing = *count - ready;
-        const bool all = missing <= piece || in.Holds(std::uint64_t{missing} * shape.streamSize);
+        const bool all = missing <= piece || (!mayNest && in.Holds(std::uint64_t{missing} * shape.streamSize));
         const std::uint32_t next = all ? *count : ready + piece;
         if (!elements.Grow(next)) return false;
         if (shape.form == ValueForm::fixed) {

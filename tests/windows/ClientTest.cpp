@@ -110,6 +110,42 @@ TEST(Client, PrintsAndComparesIdentifiers) {
     }
 }
 
+TEST(Client, PrintsTheObjectsOfAStream) {
+    using namespace std::string_literals;
+    const std::string graph = ReadSource("tests/golden/graph.bin");
+    const std::string set = graph.substr(0, 16);
+    const struct {
+        std::string input;
+        const char* end;
+        DWORD status;
+    } rows[] = {
+        {graph, "000001DC      [1] = PropertySet #1, above\n000001F0  end\n", 0},
+        {graph.substr(0, 0x1E),
+         "00000000  PropertySet #1 v1, 6 properties\n"
+         "0000001E  broken: cut short, 10 bytes are wanted and 0 are left\n"
+         "mova: -: broken at 0000001E: cut short, 10 bytes are wanted and 0 are left (0x80004005)\n",
+         1},
+        {std::string("\xD0\x31\x37\x04\xCF\xA7\xD1\x11\x8B\xD1\x08\x00\x09\xEE\x4E\x41\x05\0\0\0", 20),
+         "00000000  ObjectStream #5\n00000014  unknown: only the class can read its objects: "
+         "{043731D0-A7CF-11D1-8BD1-080009EE4E41}\n",
+         0},
+    };
+    for (const auto& row : rows) {
+        const auto run = Mova(u"stream -", row.input);
+        EXPECT_TRUE(run.output.ends_with(row.end)) << run.output;
+        EXPECT_EQ(run.status, row.status);
+    }
+    std::string deepest;
+    for (int i = 0; i < 1000; ++i) {  // each in an array in the one before
+        const std::string number = {static_cast<char>(i & 0xFF), static_cast<char>(i >> 8), '\0', '\0'};
+        deepest += set + number + "\1\0\1\0\0\0\0\0\0\0\x0C\x20\1\0\1\0\0\0\0\0\0\0\x0D\0"s;
+    }
+    const auto run = Mova(u"stream -", deepest + std::string(16, '\0'));
+    EXPECT_TRUE(run.status == 0 && run.output.ends_with("(2000) [0] = unknown null\n0000ABF0  end\n"));
+    EXPECT_EQ(Mova(u"stream").output, "mova: stream takes a FILE or -\n");
+    EXPECT_EQ(Mova(u"stream --tree").output, "mova: stream does not take --tree\n");
+}
+
 TEST(Client, ListsClassesAndTheirRegistration) {
     const auto classes = Mova(u"classes");
     EXPECT_TRUE(

@@ -4,13 +4,12 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
 #include <cstdio>
 #include <optional>
 
 #include "kvcore/Guid.h"
 #include "kvcore/Utf.h"
+#include "tools/mova/NumberText.h"
 
 namespace mova::tool {
 namespace {
@@ -40,6 +39,11 @@ constexpr Command commands[] = {
      "not.\n"
      "--compare prints equal or different.",
      &RunUid},
+    {"stream", "FILE|-",
+     "prints the objects of a stream as a tree, a line an object and a field, with the OFFSET of each in front.\n"
+     "Its last line is \"end\", \"unknown: ...\" at an object that only its class can read, or \"broken: ...\".\n"
+     "Its exit status is 1 where the stream is broken.",
+     &RunStream},
 };
 
 /// The text with line breaks and other control characters escaped, so that it stays one line.
@@ -79,10 +83,10 @@ std::string Page(const Command& command) {
 }
 
 template <class Number>
-std::string ShortestText(Number number) {
-    if (std::isnan(number)) return "nan";
-    std::array<char, 64> text;
-    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+std::string TextOf(Number number) {
+    std::string text;
+    AppendNumber(text, number);
+    return text;
 }
 
 /// A path of the host without empty parts, "." and "..", and with backslashes between its parts.
@@ -221,10 +225,10 @@ std::string StatusText(HRESULT status) {
 }
 
 std::string NumberText(double number) {
-    return ShortestText(number);
+    return TextOf(number);
 }
 std::string NumberText(float number) {
-    return ShortestText(number);
+    return TextOf(number);
 }
 
 std::string ValueText(const VARIANT& value) {

@@ -16,9 +16,13 @@ struct WrongUsage {
     std::string message;
 };
 
-/// The library refused: exit status 1. Made while the thread's error information is still that of the failure.
+/// The library refused: exit status 1. Made while the thread's error information is still that of the failure, unless
+/// it is given.
 struct Refused {
     explicit Refused(HRESULT failure);
+    /// By the client itself: what it refuses, and why.
+    Refused(HRESULT failure, std::string what, std::string why)
+        : status(failure), source(std::move(what)), description(std::move(why)) {}
 
     HRESULT status;
     std::string source, description;
@@ -59,6 +63,7 @@ int RunUnregister(Arguments arguments);
 int RunRegistered(Arguments arguments);
 int RunPropset(Arguments arguments);
 int RunUid(Arguments arguments);
+int RunStream(Arguments arguments);
 int RunHelp(Arguments arguments);
 
 /// Runs one command with its name first. Refusals are printed as one line to the stream.

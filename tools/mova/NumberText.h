@@ -1,0 +1,25 @@
+// Numbers as the client prints them.
+#pragma once
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <string>
+#include <type_traits>
+
+namespace mova::tool {
+
+/// Appends a number with the fewest digits that read back as the same one. @throw std::bad_alloc
+template <class Number>
+void AppendNumber(std::string& out, Number number) {
+    if constexpr (std::is_floating_point_v<Number>) {
+        if (std::isnan(number)) {  // of either sign
+            out += "nan";
+            return;
+        }
+    }
+    std::array<char, 64> text;
+    out.append(text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr);
+}
+
+}  // namespace mova::tool
