@@ -148,9 +148,9 @@ bool ReadValue(ByteReader& in, Target& target, int budget) {
     std::uint16_t dimensions = 0;
     if (!in.Read(dimensions)) return false;
     const ValueForm form = ShapeOf(type).form;
-    if (form == ValueForm::none || form == ValueForm::nothing || (form == ValueForm::variant && budget == 0))
-        return in.Fail();
+    if (form == ValueForm::none || form == ValueForm::nothing) return in.Fail();
     if (dimensions == 0) return target.NoArray(type) || in.Fail();
+    if (form == ValueForm::variant && budget == 0) return in.Fail();
     if (dimensions <= 4) {  // as nearly all have; no memory is taken for them
         std::array<ArrayBound, 4> bounds;
         if (!in.Read(bounds.data(), dimensions * sizeof(ArrayBound))) return false;
@@ -187,8 +187,8 @@ template <class Target>
 bool detail::ReadElements(ByteReader& in, Target& target, ValueType type, std::span<const ArrayBound> bounds,
                           int budget) {
     const auto count = ElementCount(bounds);
-    if (!count) return false;
     const ValueShape shape = ShapeOf(type);
+    if (!count || shape.memorySize == 0) return false;
     // What a stream still has confirms the count of one array. Where arrays nest, each of them would claim it for
     // itself.
     const bool mayNest = shape.form == ValueForm::variant || shape.form == ValueForm::object;

@@ -5,12 +5,14 @@
 
 #include "kvcore/BString.h"
 #include "kvcore/SafeArray.h"
+#include "kvcore/Stack.h"
 #include "kvcore/ValueFormat.h"
 
 namespace kv {
 namespace {
 
 constexpr std::array<std::byte, sizeof(CLSID)> noObject{};
+constexpr std::size_t stackForArrays = 96 * 1024;  ///< an array inside another is followed where so much is left
 
 bool IsObject(VARTYPE type) noexcept {
     return type == VT_UNKNOWN || type == VT_DISPATCH;
@@ -50,6 +52,7 @@ class ValueWriter {
                 if (type == VT_DECIMAL) {
                     DECIMAL number = value.decVal;
                     number.wReserved = 0;  // in a VARIANT that is its type
+                    if (!IsDecimal(reinterpret_cast<const std::byte*>(&number))) return Refuse();
                     return out_.Write(&number, sizeof number);
                 }
                 return out_.Write(&value.llVal, shape.streamSize);
@@ -71,7 +74,8 @@ class ValueWriter {
 
     bool WriteArray(const VARIANT& value, int budget) {
         const VARTYPE type = value.vt & VT_TYPEMASK;
-        if (value.parray && type == VT_VARIANT && budget == 0) return Refuse();
+        if (value.vt != (VT_ARRAY | type) || (value.parray && type == VT_VARIANT && budget == 0)) return Refuse();
+        if (type == VT_VARIANT && StackLeft() < stackForArrays) return out_.FailWith(E_FAIL);
         const auto elements = ArrayView::Of(value);
         if (!elements && (value.parray || ShapeOf(static_cast<ValueType>(type)).memorySize == 0)) return Refuse();
         out_ << value.vt << (elements ? elements->Dimensions() : USHORT{0});
@@ -80,7 +84,7 @@ class ValueWriter {
             const SAFEARRAYBOUND& bound = elements->Bound(dimension);
             out_ << ArrayBound{bound.cElements, bound.lLbound};
         }
-        if (ShapeOf(static_cast<ValueType>(type)).form == ValueForm::fixed)
+        if (ShapeOf(static_cast<ValueType>(type)).form == ValueForm::fixed && type != VT_DECIMAL)
             return out_.Write(elements->Data(), elements->Count() * ShapeOf(static_cast<ValueType>(type)).streamSize);
         for (std::size_t i = 0; i < elements->Count() && !out_.Failed(); ++i) {
             const VARIANT element = elements->Element(i);
@@ -172,6 +176,7 @@ class ArrayElements {
     ArrayElements& operator=(const ArrayElements&) = delete;
 
     bool Grow(std::uint32_t count) {
+        if (type_ == ValueType::variant && StackLeft() < stackForArrays) return false;
         SAFEARRAYBOUND bound{count, 0};
         if (!array_)
             array_ = SafeArrayCreate(static_cast<VARTYPE>(type_), 1, &bound);

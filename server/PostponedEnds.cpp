@@ -7,7 +7,7 @@
 namespace mova {
 
 bool PostponedEnds::StackIsShort() noexcept {
-    constexpr std::size_t enough = 128 * 1024;
+    constexpr std::size_t enough = 512 * 1024;  // one object can hold 500 arrays inside one another
     return kv::StackLeft() < enough;
 }
 

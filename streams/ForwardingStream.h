@@ -45,6 +45,7 @@ class ForwardingStream : public Component<Self, Coclass, Items...> {
                         ULARGE_INTEGER* written) noexcept override {
         if (read) read->QuadPart = 0;
         if (written) written->QuadPart = 0;
+        if (!target) return Base::Refuse(E_POINTER);
         return Forward([&](IStream& inner) { return inner.CopyTo(target, count, read, written); });
     }
     STDMETHODIMP Commit(DWORD flags) noexcept override {
@@ -60,10 +61,12 @@ class ForwardingStream : public Component<Self, Coclass, Items...> {
         return Forward([&](IStream& inner) { return inner.UnlockRegion(offset, size, type); });
     }
     STDMETHODIMP Stat(STATSTG* stat, DWORD flags) noexcept override {
+        if (!stat) return Base::Refuse(E_POINTER);
         return Forward([&](IStream& inner) { return inner.Stat(stat, flags); });
     }
     STDMETHODIMP Clone(IStream** clone) noexcept override {
-        if (clone) *clone = nullptr;
+        if (!clone) return Base::Refuse(E_POINTER);
+        *clone = nullptr;
         return Forward([&](IStream& inner) { return inner.Clone(clone); });
     }
 

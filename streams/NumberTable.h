@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstdint>
-#include <unordered_map>
+#include <map>
 #include <vector>
 
 namespace mova {
@@ -38,15 +38,17 @@ class NumberTable {
         for (const auto& [number, value] : sparse_) visit(value);
     }
     void Clear() noexcept {
-        dense_ = {};
-        sparse_ = {};
+        std::vector<Value, Allocator> dense;  // whoever ends with its last reference may come back
+        std::map<std::uint32_t, Value> sparse;
+        dense_.swap(dense);
+        sparse_.swap(sparse);
     }
 
  private:
     static constexpr std::size_t reach = 8;  ///< as many numbers may be missing before the next
 
     std::vector<Value, Allocator> dense_;
-    std::unordered_map<std::uint32_t, Value> sparse_;
+    std::map<std::uint32_t, Value> sparse_;  // not hashed: numbers come from outside and could all collide
 };
 
 }  // namespace mova

@@ -54,9 +54,11 @@ void SavedObjects::Add(kv::Ptr<IUnknown> identity, const SavedAs& saved) {
 }
 
 void SavedObjects::Clear() noexcept {
-    few_ = {};
     byIdentity_.Clear();
-    held_ = {};
+    classes_.clear();
+    const auto few = std::exchange(few_, {});  // whoever ends with its last reference may come back
+    std::vector<Piece> held;
+    held_.swap(held);
 }
 
 std::uint32_t SavedObjects::PositionOf(REFCLSID clsid) {
@@ -75,9 +77,8 @@ class ObjectStream::Nesting {
     Nesting& operator=(const Nesting&) = delete;
 
     bool IsTooDeep() const noexcept {
-        constexpr LONG shallow = 16;  // even a small stack has room for so many
         constexpr std::size_t enoughStack = 192 * 1024;
-        return stream_.depth_ > stream_.nestingLimit_ || (stream_.depth_ > shallow && kv::StackLeft() < enoughStack);
+        return stream_.depth_ > stream_.nestingLimit_ || (stream_.depth_ > 1 && kv::StackLeft() < enoughStack);
     }
 
  private:
@@ -87,10 +88,10 @@ class ObjectStream::Nesting {
 STDMETHODIMP ObjectStream::Read(void* target, ULONG size, ULONG* read) noexcept {
     if (!counts_) return ForwardingStream::Read(target, size, read);
     if (read) *read = 0;
-    if (static_cast<LONGLONG>(size) > sizeLeft_)
-        return Refuse<IObjectStream2>(E_FAIL, u"The objects exceed the size limit.");
+    if (size != 0 && sizeLeft_ == 0) return Refuse<IObjectStream2>(E_FAIL, u"The objects exceed the size limit.");
     ULONG came = 0;
-    const HRESULT status = ForwardingStream::Read(target, size, &came);
+    const auto most = static_cast<ULONG>(std::min<LONGLONG>(size, sizeLeft_));
+    const HRESULT status = ForwardingStream::Read(target, most, &came);
     sizeLeft_ -= came;
     if (read) *read = came;
     return status;
@@ -120,8 +121,9 @@ STDMETHODIMP ObjectStream::SaveObject(IUnknown* object) noexcept try {
     if (!identity) return Refuse(E_NOINTERFACE);
     if (substitution && !saved_.Find(identity.Get())) {
         kv::Ptr<IUnknown> substitute;
-        if (HRESULT status = substitution->GetSubstitute(substitute.Put()); FAILED(status)) return status;
-        if (substitute) original = std::exchange(identity, substitute.As<IUnknown>());
+        const HRESULT status = substitution->GetSubstitute(substitute.Put());
+        if (FAILED(status)) return status;
+        if (status == S_OK && substitute) original = std::exchange(identity, substitute.As<IUnknown>());
         if (!identity) return Refuse(E_NOINTERFACE);
     }
     if (const auto saved = saved_.Find(identity.Get())) return SaveRepeated(*saved);
@@ -164,14 +166,16 @@ HRESULT ObjectStream::SaveNew(kv::Ptr<IUnknown> object, kv::Ptr<IUnknown> origin
     if (original) saved_.Add(std::move(original), {clsid, number});
     if (HRESULT status = WriteReference(clsid, number); FAILED(status)) return status;
     if (sink_) TraceSaved(sink_.Get(), clsid);
-    if (byBytes) return byBytes->Save(this, FALSE);  // only who keeps the stream knows whether it is the document
-    return byValues->Save(VariantStream(this).Get());
+    const HRESULT status = byBytes ? byBytes->Save(this, FALSE)  // only the stream's keeper knows if it is the document
+                                   : byValues->Save(VariantStream(this).Get());
+    return FAILED(status) ? status : S_OK;
 }
 
 STDMETHODIMP ObjectStream::LoadObject(REFIID iid, IUnknown* outer, void** object) noexcept try {
     if (!object) return Refuse(E_POINTER);
     *object = nullptr;
     if (kv::IsNull(&iid)) return Refuse(E_INVALIDARG);
+    if (outer && iid != __uuidof(IUnknown)) return Refuse(CLASS_E_NOAGGREGATION);
     if (!Inner()) return Refuse<IObjectStream>(E_FAIL, noStream);
     const bool outermost = !loading_;
     if (outermost) {
@@ -181,12 +185,13 @@ STDMETHODIMP ObjectStream::LoadObject(REFIID iid, IUnknown* outer, void** object
         sizeLeft_ = sizeLimit_;
     }
     kv::Ptr<IUnknown> loaded;
-    const HRESULT status = LoadReference(outer, loaded);
+    HRESULT status = LoadReference(outer, loaded);
+    if (status == S_OK) status = loaded->QueryInterface(iid, object);
     if (outermost) {
         if (FAILED(status)) DropLoaded();
         loading_ = counts_ = false;
     }
-    return status == S_OK ? loaded->QueryInterface(iid, object) : status;
+    return status;
 } catch (...) {
     return CaughtStatus();
 }

@@ -2,6 +2,7 @@
 
 #include "kvcore/BString.h"
 #include "kvcore/Guid.h"
+#include "kvcore/Ptr.h"
 #include "kvcore/RegistryKey.h"
 
 namespace mova {
@@ -37,7 +38,8 @@ std::u16string ClassLine(REFCLSID classId) {
 
 template <class MakeLine>
 void Trace(IObjectStreamDebug* sink, MakeLine makeLine) noexcept try {
-    sink->Trace(kv::BString(makeLine()).Get());
+    const kv::Ptr<IObjectStreamDebug> held(sink);  // which may be taken off the stream meanwhile
+    held->Trace(kv::BString(makeLine()).Get());
 } catch (const std::bad_alloc&) {
     return;
 }

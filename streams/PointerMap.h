@@ -29,7 +29,7 @@ class PointerMap {
         ++count_;
     }
     void Clear() noexcept {
-        places_ = {};
+        std::vector<Place>().swap(places_);
         count_ = 0;
     }
 

@@ -182,7 +182,8 @@ TEST(ObjectStream, RefusesWhatItCannotDo) {
     EXPECT_EQ(objects->Read(buffer, 4, &count), E_FAIL);
     EXPECT_EQ(count, 0u);
     EXPECT_EQ(objects->Write(buffer, 4, &count), E_FAIL);
-    EXPECT_EQ(objects->Stat(nullptr, 0), E_FAIL);
+    EXPECT_EQ(objects->Commit(0), E_FAIL);
+    EXPECT_EQ(objects->Stat(nullptr, 0), E_POINTER);
     EXPECT_EQ(objects->SaveObject(set.Get()), E_FAIL);
     EXPECT_EQ(TakeErrorInfo(), Refusal<IObjectStream>("ObjectStream", noStream));
     EXPECT_EQ(objects->LoadObject(__uuidof(IUnknown), nullptr, loaded.PutVoid()), E_FAIL);
@@ -277,6 +278,39 @@ TEST(ObjectStream, BoundsHowDeepAndHowMuch) {
     }
 }
 
+TEST(ObjectStream, BoundsArraysAndObjectsTogether) {
+    auto set = NewSet();
+    for (int i = 0; i < 16; ++i) {
+        kv::Variant value = Value(set.Get());
+        for (int level = 0; level < kv::maxNesting - 1; ++level) {
+            kv::ArrayBuilder array(VT_VARIANT, 1);
+            *array.Elements<VARIANT>() = value.Detach();
+            value = array.Finish();
+        }
+        set = NewSet();
+        Put(set, u"n", value);
+    }
+    Trickle trickle({}, 1 << 20);
+    const auto objects = ObjectsOver(&trickle);
+    const HRESULT saved = objects->SaveObject(set.Get());
+    EXPECT_TRUE(saved == S_OK || saved == E_FAIL) << "where the stack ends";
+    kv::Ptr<IUnknown> loaded;
+    const HRESULT status =
+        ObjectsOver(StreamOf(trickle.bytes).Get())->LoadObject(__uuidof(IUnknown), nullptr, loaded.PutVoid());
+    EXPECT_TRUE(status == S_OK || status == E_FAIL);
+}
+
+TEST(ObjectStream, LetsGoOfWhatIsOfTheWrongKind) {
+    const auto set = NewSet();
+    Put(set, u"self", set.Get());
+    const Bytes bytes = Saved(set.Get());
+    kv::Ptr<IPropertySetProperty> property;
+    EXPECT_EQ(
+        ObjectsOver(StreamOf(bytes).Get())->LoadObject(__uuidof(IPropertySetProperty), nullptr, property.PutVoid()),
+        E_NOINTERFACE);
+    Dissolve(set.As<IUnknown>());
+}
+
 TEST(ObjectStream, CreatesOnlyClassesThatAreAllowed) {
     const auto property = New<IPropertySetProperty>(u"PropertySetProperty");
     EXPECT_EQ(property->put_Value(Value(NewSet().Get()).Get()), S_OK);
@@ -307,6 +341,8 @@ TEST(ObjectStream, LoadsInsideAnAggregatingObject) {
     ASSERT_EQ(objects->LoadObject(__uuidof(IUnknown), outer.Get(), inner.PutVoid()), S_OK);
     EXPECT_EQ(inner.As<IPropertySet>().As<IUnknown>().Get(), static_cast<IUnknown*>(outer.Get()));
     kv::Ptr<IUnknown> found;
+    void* part = nullptr;
+    EXPECT_EQ(objects->LoadObject(__uuidof(IPropertySet), outer.Get(), &part), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(objects->FindLoaded(1, __uuidof(IUnknown), found.PutVoid()), S_OK);
     EXPECT_EQ(found.Get(), static_cast<IUnknown*>(outer.Get())) << "later references are to the whole";
 }
