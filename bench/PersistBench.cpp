@@ -116,7 +116,8 @@ class Served final : public IClassFactory {
     STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
     STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
     STDMETHODIMP CreateInstance(IUnknown*, REFIID iid, void** object) noexcept override {
-        return kv::Ptr<Class>::Attach(new Class)->QueryInterface(iid, object);
+        auto* const made = new (std::nothrow) Class;
+        return made ? kv::Ptr<Class>::Attach(made)->QueryInterface(iid, object) : E_OUTOFMEMORY;
     }
     STDMETHODIMP LockServer(BOOL) noexcept override { return S_OK; }
 
@@ -242,7 +243,7 @@ void CompareGraphs(const Session& session, const Streams& streams) {
 void CompareGrowth(const Session& session, const Streams& streams) {
     double saveOfFew = 0;
     double loadOfFew = 0;
-    for (const std::size_t distinct : {200'000, 1'000'000}) {
+    for (const std::size_t distinct : {std::size_t{200'000}, std::size_t{1'000'000}}) {
         const Graph graph(distinct);
         const auto saved = Save(streams, graph);
         const auto operations = static_cast<double>(distinct);
@@ -337,12 +338,12 @@ void CompareStreams(const Session& session, const Streams& streams) {
         std::memcpy(target.get(), source.get(), bulk);
         return bulk;
     };
-    session.Compare("persist write 16 MiB, ns a KiB", bulk / 1024,
+    session.Compare("persist write 16 MiB, ns a KiB", static_cast<double>(bulk) / 1024,
                     {{"MemoryBlobStream", [&] { return stream->Write(source.get(), bulk, nullptr) == S_OK ? bulk : 0; },
                       0, rewound},
                      {"memcpy", copy, 1 / 1.2}});
     session.Compare(
-        "persist read 16 MiB, ns a KiB", bulk / 1024,
+        "persist read 16 MiB, ns a KiB", static_cast<double>(bulk) / 1024,
         {{"MemoryBlobStream", [&] { return stream->Read(target.get(), bulk, nullptr) == S_OK ? bulk : 0; }, 0, rewound},
          {"memcpy", copy, 1 / 1.2}});
 }

@@ -199,7 +199,7 @@ class ArrayElements {
         return {in_, objects_, nullptr, element};
     }
     bool Finish() {
-        if (!array_) Grow(0);
+        if (!array_ && !Grow(0)) return false;
         SAFEARRAY* shaped = nullptr;
         if (FAILED(SafeArrayAllocDescriptorEx(static_cast<VARTYPE>(type_), static_cast<UINT>(bounds_.size()), &shaped)))
             throw std::bad_alloc();

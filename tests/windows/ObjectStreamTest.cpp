@@ -58,7 +58,7 @@ kv::Ptr<IUnknown> Graph() {
 }
 
 kv::Ptr<IPropertySet2> SetOfEveryValue() {
-    const auto set = NewSet();
+    auto set = NewSet();
     const auto values = EveryValue();
     for (std::size_t i = 0; i < values.size(); ++i) {
         const char16_t name[] = {u'v', static_cast<char16_t>(u'\u0100' + i), 0};
@@ -408,7 +408,7 @@ TEST(ObjectStream, TakesObjectsThatPersistByValues) {
         STDMETHODIMP_(ULONG) AddRef() noexcept override { return Foreign::AddRef(); }
         STDMETHODIMP_(ULONG) Release() noexcept override { return Foreign::Release(); }
         STDMETHODIMP get_ID(IUnknown** identifier) noexcept override {
-            *identifier = named ? static_cast<IPersistStream*>(new Identifier) : nullptr;
+            *identifier = named ? static_cast<IPersistStream*>(new (std::nothrow) Identifier) : nullptr;
             return named ? S_OK : E_FAIL;
         }
         STDMETHODIMP Save(IVariantStream* stream) noexcept override {
