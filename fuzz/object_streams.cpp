@@ -1,6 +1,7 @@
 // The tree of any bytes ends within them and is not much larger; the tables of object streams agree with the standard
 // library's.
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <unordered_map>
 
@@ -55,17 +56,18 @@ void CheckNumbers(fuzz::Input input) {
 }
 
 void CheckPointers(fuzz::Input input) {
+    static std::array<char, 0x10000u << 7> memory;
     mova::PointerMap<std::uint32_t> map;
     std::unordered_map<const void*, std::uint32_t> model;
     const unsigned alignment = input.Byte() % 8;
     for (std::uint32_t position = 0; !input.IsEmpty(); ++position) {
-        const std::uintptr_t number = input.Word();
+        const std::size_t number = input.Word();
         if (number == 0) {
             map.Clear();
             model.clear();
             continue;
         }
-        const auto* address = reinterpret_cast<const void*>(number << alignment << (number & 1 ? 32 : 0));
+        const void* address = memory.data() + (number << alignment);
         const auto known = model.find(address);
         const std::uint32_t* found = map.Find(address);
         fuzz::Require(known == model.end() ? !found : found && *found == known->second, "the value of an address");

@@ -147,7 +147,7 @@ TEST(StreamTree, PrintsValuesByTheirType) {
         {"\x0E\0\0\0\x1C\x80\0\0\0\0\1\0\0\0\0\0\0\0"s, "decimal -0.0000000000000000000000000001"},
         {"\x0E\0\0\0\2\0\0\0\0\0\x96\0\0\0\0\0\0\0"s, "decimal 1.50"},
         {"\x08\0\0\0\0\0"s, "str \"\""},
-        {"\x08\0\7\0\0\0a\0\0\0\"\0x"s, "str \"a\\u0000\\\"\" and a byte"},
+        {"\x08\0\7\0\0\0a\0\0\0\"\0x"s, R"(str "a\u0000\"" and a byte)"},
         {"\x0D\0"s + std::string(16, '\0'), "unknown null"},
         {"\x09\0"s + Reference(ownClass, 1), "dispatch {588E5A11-D09B-11D1-AA7C-00C04FA33A16} #1, above"},
         {"\3\x20\0\0"s, "i4[] null"},
@@ -156,7 +156,7 @@ TEST(StreamTree, PrintsValuesByTheirType) {
         {Array(17, 9) + "\0\1\2\3\4\5\6\7x"s, "ui1[9] {0, 1, 2, 3, 4, 5, 6, 7, ... 1 more}"},
         {"\2\x20\2\0\2\0\0\0\0\0\0\0\1\0\0\0\xFB\xFF\xFF\xFF\1\0\2\0"s, "i2[1 from -5][2] {1, 2}"},
         {"\x11\x20\x0A\0"s + Repeated("\1\0\0\0\0\0\0\0"sv, 10) + "x", "ui1[1][1][1][1][1][1][1][1][... 2 more] {120}"},
-        {Array(8, 2) + "\2\0\0\0a\0\0\0\0\0"s, "str[2] {\"a\", \"\"}"},
+        {Array(8, 2) + "\2\0\0\0a\0\0\0\0\0"s, R"(str[2] {"a", ""})"},
         {Array(12, 1) + "\1\0"s, "variant[1]\n0000002A      [0] = null"},
         {Array(13, 10) + Repeated(std::string(16, '\0'), 8) + Reference(setClass, 1) + Reference(setClass, 2) +
              std::string(6, '\0'),
