@@ -48,7 +48,7 @@ TEST(Client, SavesAndLoadsPropertySets) {
     EXPECT_EQ(loaded.status, 0u);
     EXPECT_TRUE(DeleteFileW(kv::Wide(file.c_str())));
     std::string duplicates = ReadSource("tests/golden/set-by-value-with-class.bin").substr(0, 16);
-    duplicates += std::string("\1\0\0\0\1\0\2\0\0\0\1\0\0\0A\0\3\0\1\0\0\0\1\0\0\0a\0\3\0\2\0\0\0", 38);
+    duplicates += std::string("\1\0\0\0\1\0\2\0\0\0\1\0\0\0A\0\3\0\1\0\0\0\1\0\0\0a\0\3\0\2\0\0\0", 34);
     EXPECT_EQ(Mova(u"propset --load -", duplicates).output, "A\t3\t1\na\t3\t2\n");
     EXPECT_EQ(Mova(u"propset --load -", std::string(16, '\0')).output, "");
     const auto refused = Mova(u"propset - --save \"" + BinaryFolder() + u"nowhere\\set.bin\"", "A=i4:1\n");
