@@ -32,6 +32,7 @@ add_library(
   kvcore/CreateInstance.cpp
   kvcore/GuidText.cpp
   kvcore/MoveBytes.cpp
+  kvcore/NumberText.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
   kvcore/Stream.cpp
