@@ -1,7 +1,7 @@
 # The server, its client, and their tests and benchmarks, for Windows.
 include(Widl)
 enable_language(RC)
-mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams)
+mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaJSON)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
