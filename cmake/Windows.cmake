@@ -33,6 +33,7 @@ add_library(
   kvcore/GuidText.cpp
   kvcore/MoveBytes.cpp
   kvcore/NumberText.cpp
+  kvcore/Pages.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
   kvcore/Stream.cpp
@@ -53,6 +54,8 @@ add_library(
   containers/PropertySet.cpp
   containers/PropertySetProperty.cpp
   containers/UID.cpp
+  json/ByteChain.cpp
+  json/Emitter.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp
