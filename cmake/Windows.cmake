@@ -1,7 +1,7 @@
 # The server, its client, and their tests and benchmarks, for Windows.
 include(Widl)
 enable_language(RC)
-mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaJSON)
+mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaJSON movaJSONWriter movaXML)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -56,6 +56,7 @@ add_library(
   containers/UID.cpp
   json/ByteChain.cpp
   json/Emitter.cpp
+  json/JSONWriter.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp
@@ -83,7 +84,9 @@ add_library(
   streams/ObjectCopy.cpp
   streams/ObjectStream.cpp
   streams/ObjectTrace.cpp
-  streams/VariantStreamIO.cpp)
+  streams/VariantStreamIO.cpp
+  xml/XMLTypeMapper.cpp
+  xml/XmlValues.cpp)
 target_link_libraries(mova-server PUBLIC mova-windows)
 add_dependencies(mova-server mova-idl)
 
