@@ -30,7 +30,9 @@ add_library(
   kvcore OBJECT
   kvcore/BlockPool.cpp
   kvcore/CreateInstance.cpp
+  kvcore/DateText.cpp
   kvcore/GuidText.cpp
+  kvcore/LargeBlocks.cpp
   kvcore/MoveBytes.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
@@ -51,7 +53,17 @@ add_library(
   containers/PropertyList.cpp
   containers/PropertySet.cpp
   containers/PropertySetProperty.cpp
+  containers/SystemNames.cpp
   containers/UID.cpp
+  json/Arena.cpp
+  json/Container.cpp
+  json/JSONArray.cpp
+  json/JSONObject.cpp
+  json/JSONValues.cpp
+  json/NamePool.cpp
+  json/TreeBuilder.cpp
+  json/Value.cpp
+  json/ValueConversion.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp
