@@ -34,6 +34,7 @@ add_library(
   kvcore/GuidText.cpp
   kvcore/LargeBlocks.cpp
   kvcore/MoveBytes.cpp
+  kvcore/NumberText.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
   kvcore/Stream.cpp

@@ -1,0 +1,47 @@
+// Numbers to and from text, exactly: what is written reads back as the same number, whatever the user's locale.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace kv {
+
+/// The room that each of the formatting functions may use, which is more than any of their texts has.
+inline constexpr std::size_t numberTextSize = 64;
+/// The most decimals that FormatDecimals writes.
+inline constexpr int mostDecimals = 16;
+
+/// Reads a number as JSON has it: digits without a needless zero in front, behind them optionally a point with digits
+/// and an exponent; nothing around.
+/// @return the nearest double, however long the text is; zero for what is too small; nothing where the text is no such
+///     number or lies beyond the greatest double.
+std::optional<double> ReadDouble(std::u16string_view text) noexcept;
+/// The same for a number as XML Schema has it: a plus sign, zeros in front and a point at either end of the digits may
+/// be there, too.
+std::optional<double> ReadXmlDouble(std::u16string_view text) noexcept;
+/// The nearest float, rounded once.
+std::optional<float> ReadXmlFloat(std::u16string_view text) noexcept;
+
+/// Reads blanks, a sign and digits up to where they end; without digits it is 0. Beyond the range it is the greatest
+/// or the least number.
+std::int64_t ReadInt64(std::u16string_view text) noexcept;
+/// The same; a number with a minus sign is its two's complement, one beyond the range the greatest number.
+std::uint64_t ReadUInt64(std::u16string_view text) noexcept;
+
+// Each writes a text without an ending NUL to memory with numberTextSize bytes, and returns the text's end.
+
+/// The fewest digits that read back as the same double, the nearest of those. From 0.000001 to below 1e15 without an
+/// exponent, else as in 1.5e+21 or 1e-7. What is no number is NaN, INF or -INF.
+char* FormatShortest(char* out, double value) noexcept;
+/// The same text where it has no more than so many decimals, else the exact value rounded to that many, an exact tie to
+/// the even digit, without zeros at the end.
+/// @param decimals 0 to mostDecimals
+char* FormatDecimals(char* out, double value, int decimals) noexcept;
+/// Nine significant digits at most, as "%0.9g" has them. What is no number is NaN, INF or -INF.
+char* FormatFloat(char* out, float value) noexcept;
+char* FormatInt64(char* out, std::int64_t value) noexcept;
+char* FormatUInt64(char* out, std::uint64_t value) noexcept;
+
+}  // namespace kv
