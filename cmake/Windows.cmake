@@ -58,13 +58,9 @@ add_library(
   containers/UID.cpp
   json/Arena.cpp
   json/Container.cpp
-  json/JSONArray.cpp
-  json/JSONObject.cpp
-  json/JSONValues.cpp
   json/NamePool.cpp
   json/TreeBuilder.cpp
   json/Value.cpp
-  json/ValueConversion.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp
