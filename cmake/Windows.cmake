@@ -32,9 +32,9 @@ add_library(
   kvcore/CreateInstance.cpp
   kvcore/DateText.cpp
   kvcore/GuidText.cpp
-  kvcore/LargeBlocks.cpp
   kvcore/MoveBytes.cpp
   kvcore/NumberText.cpp
+  kvcore/Pages.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
   kvcore/Stream.cpp
@@ -57,7 +57,9 @@ add_library(
   containers/SystemNames.cpp
   containers/UID.cpp
   json/Arena.cpp
+  json/ByteChain.cpp
   json/Container.cpp
+  json/Emitter.cpp
   json/NamePool.cpp
   json/TreeBuilder.cpp
   json/Value.cpp

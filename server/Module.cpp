@@ -6,6 +6,7 @@
 #include "kvcore/BlockPool.h"
 #include "kvcore/CreateInstance.h"
 #include "kvcore/CriticalSection.h"
+#include "kvcore/Pages.h"
 #include "kvcore/Ptr.h"
 #include "server/ClassDirectory.h"
 #include "server/ClassFactory.h"
@@ -75,6 +76,7 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds) {
     if (reason == DLL_PROCESS_DETACH && !processEnds) {
         delete mova::directory.exchange(nullptr);
         kv::CloseBlockPool();
+        kv::ClosePages();
     }
     return TRUE;
 }
