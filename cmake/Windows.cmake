@@ -53,6 +53,11 @@ add_library(
   containers/PropertySet.cpp
   containers/PropertySetProperty.cpp
   containers/UID.cpp
+  json/BitStack.cpp
+  json/LineCounter.cpp
+  json/Scanner.cpp
+  json/TextBuffer.cpp
+  json/Unescape.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp

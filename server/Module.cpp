@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include <movaServer.h>
+#include "json/TextBuffer.h"
 #include "kvcore/BlockPool.h"
 #include "kvcore/CreateInstance.h"
 #include "kvcore/CriticalSection.h"
@@ -75,6 +76,7 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds) {
     if (reason == DLL_PROCESS_DETACH && !processEnds) {
         delete mova::directory.exchange(nullptr);
         kv::CloseBlockPool();
+        json::CloseLargeBlocks();
     }
     return TRUE;
 }
