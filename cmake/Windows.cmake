@@ -57,11 +57,16 @@ add_library(
   containers/SystemNames.cpp
   containers/UID.cpp
   json/Arena.cpp
+  json/BitStack.cpp
   json/ByteChain.cpp
   json/Container.cpp
   json/Emitter.cpp
+  json/LineCounter.cpp
   json/NamePool.cpp
+  json/Scanner.cpp
+  json/TextBuffer.cpp
   json/TreeBuilder.cpp
+  json/Unescape.cpp
   json/Value.cpp
   server/Census.cpp
   server/ClassFactory.cpp
