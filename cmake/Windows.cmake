@@ -30,6 +30,7 @@ add_library(
   kvcore OBJECT
   kvcore/BlockPool.cpp
   kvcore/CreateInstance.cpp
+  kvcore/DateText.cpp
   kvcore/GuidText.cpp
   kvcore/MoveBytes.cpp
   kvcore/NumberText.cpp
@@ -53,10 +54,21 @@ add_library(
   containers/PropertyList.cpp
   containers/PropertySet.cpp
   containers/PropertySetProperty.cpp
+  containers/SystemNames.cpp
   containers/UID.cpp
+  json/Arena.cpp
+  json/BitStack.cpp
   json/ByteChain.cpp
+  json/Container.cpp
   json/Emitter.cpp
   json/JSONWriter.cpp
+  json/LineCounter.cpp
+  json/NamePool.cpp
+  json/Scanner.cpp
+  json/TextBuffer.cpp
+  json/TreeBuilder.cpp
+  json/Unescape.cpp
+  json/Value.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp

@@ -5,7 +5,7 @@
 namespace kv {
 namespace {
 
-constexpr std::uint32_t mostPages = 128;  // 4 MiB
+constexpr std::uint32_t mostPages = 512;  // 16 MiB
 
 constinit FreeList freePages;
 

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include <movaServer.h>
+#include "json/TextBuffer.h"
 #include "kvcore/BlockPool.h"
 #include "kvcore/CreateInstance.h"
 #include "kvcore/CriticalSection.h"
@@ -77,6 +78,7 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds) {
         delete mova::directory.exchange(nullptr);
         kv::CloseBlockPool();
         kv::ClosePages();
+        json::CloseLargeBlocks();
     }
     return TRUE;
 }

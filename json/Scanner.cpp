@@ -1,0 +1,685 @@
+#include "json/Scanner.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <limits>
+
+#include "json/Space.h"
+#include "json/Units.h"
+#include "kvcore/NumberText.h"
+
+namespace json {
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::u16string_view stateNames[] = {
+    u"Empty"sv,
+    u"startOfObject"sv,
+    u"startOfArray"sv,
+    u"inPropertyName"sv,
+    u"inPropertyNameDelimiter"sv,
+    u"inPropertyValue"sv,
+    u"inPropertyValueDelimiter"sv,
+    u"inArrayValue"sv,
+    u"inArrayValueDelimiter"sv,
+    u"endOfObject"sv,
+    u"endOfArray"sv,
+};
+constexpr std::size_t states = std::size(stateNames);
+
+constexpr std::u16string_view faultTexts[] = {
+    u""sv,
+    u"Attempted to read past the end of input data"sv,
+    u"Unexpected end of file"sv,
+    u"Unexpected end of file while looking for closing single or double quote"sv,
+    u"ReadChunk failed"sv,
+    u"Internal buffer is empty"sv,
+    u"Unexpected single or double quote"sv,
+    u"Unexpected ','"sv,
+    u"Unexpected ':'"sv,
+    u"Unexpected '['"sv,
+    u"Unexpected '{'"sv,
+    u"Unexpected '}'"sv,
+    u"Unexpected ']'"sv,
+    u"Expected to find comma, colon or start of array"sv,
+    u"Unrecognized token type"sv,
+    u"invalid double value"sv,
+    u"Expected property name"sv,
+    u"GetToken failed"sv,
+    u"Expected { or ["sv,
+    u"Could not determine encoding"sv,
+    u"Input buffer is empty or contains invalid UTF8 characters."sv,
+    u""sv,
+};
+static_assert(std::size(faultTexts) == static_cast<std::size_t>(Fault::Unexplained) + 1);
+
+constexpr std::size_t longestExcerpt = 50;
+/// Where so much text follows, a delimiter and two blocks of units behind it are in it.
+constexpr std::ptrdiff_t farFromEnd = 2 * Units::count + 2;
+
+/// What the first character of a token says.
+enum class Kind : std::uint8_t {
+    scalar,
+    space,
+    end,
+    quote,
+    comma,
+    colon,
+    openBracket,
+    openBrace,
+    closeBrace,
+    closeBracket
+};
+
+constexpr auto kinds = [] {
+    std::array<Kind, 128> table{};
+    for (char16_t unit = 0; unit < table.size(); ++unit)
+        if (IsSpace(unit)) table[unit] = Kind::space;
+    table[u'\0'] = Kind::end;
+    table[u'"'] = table[u'\''] = Kind::quote;
+    table[u','] = Kind::comma;
+    table[u':'] = Kind::colon;
+    table[u'['] = Kind::openBracket;
+    table[u'{'] = Kind::openBrace;
+    table[u'}'] = Kind::closeBrace;
+    table[u']'] = Kind::closeBracket;
+    return table;
+}();
+
+constexpr Kind KindOf(char16_t unit) noexcept {
+    if (unit < kinds.size()) [[likely]]
+        return kinds[unit];
+    return IsSpace(unit) ? Kind::space : Kind::scalar;
+}
+
+/// The state behind a token, by the state before it; Empty where the token may not stand.
+using NextStates = std::array<State, states>;
+constexpr auto E = State::Empty;
+constexpr NextStates afterString = {E,
+                                    State::InPropertyName,
+                                    State::InArrayValue,
+                                    E,
+                                    State::InPropertyValue,
+                                    E,
+                                    State::InPropertyName,
+                                    E,
+                                    State::InArrayValue,
+                                    E,
+                                    E};
+constexpr NextStates afterScalar = {E, E, State::InArrayValue, E, State::InPropertyValue, E, E, E, State::InArrayValue,
+                                    E, E};
+
+constexpr bool MayOpen(State state) noexcept {
+    constexpr unsigned allowed = 1u << static_cast<unsigned>(State::Empty) |
+                                 1u << static_cast<unsigned>(State::StartOfArray) |
+                                 1u << static_cast<unsigned>(State::InPropertyNameDelimiter) |
+                                 1u << static_cast<unsigned>(State::InArrayValueDelimiter);
+    return (allowed >> static_cast<unsigned>(state) & 1) != 0;
+}
+
+/// Whether a comma or colon has been read and what it announces has not.
+constexpr bool IsWaiting(State state) noexcept {
+    return state == State::InPropertyNameDelimiter || state == State::InPropertyValueDelimiter ||
+           state == State::InArrayValueDelimiter;
+}
+
+constexpr bool EndsScalar(char16_t unit) noexcept {
+    return unit == u',' || unit == u']' || unit == u'}' || IsSpace(unit);
+}
+
+constexpr bool IsDigit(char16_t unit) noexcept {
+    return unit >= u'0' && unit <= u'9';
+}
+
+/// The first unit from p on that is no white space, or the end.
+const char16_t* AfterSpace(const char16_t* p, const char16_t* end) noexcept {
+    for (;;) {
+        if (end - p >= Units::count) {
+            const unsigned others = Units(p).NotAsciiSpace();
+            if (others == 0) {
+                p += Units::count;
+                continue;
+            }
+            p += std::countr_zero(others);
+        }
+        if (p >= end || !IsSpace(*p)) return p;
+        ++p;
+    }
+}
+
+/// Four units as one number, ASCII letters in lower case.
+std::uint64_t FourLower(const char16_t* text) noexcept {
+    std::uint64_t units;
+    std::memcpy(&units, text, sizeof units);
+    return units | 0x0020'0020'0020'0020;
+}
+
+constexpr std::uint64_t FourUnits(const char16_t (&text)[5]) noexcept {
+    return text[0] | std::uint64_t{text[1]} << 16 | std::uint64_t{text[2]} << 32 | std::uint64_t{text[3]} << 48;
+}
+
+enum class Word : std::uint8_t { none, isTrue, isFalse, isNull, isNaN };
+
+Word WordOf(std::u16string_view text) noexcept {
+    const auto isLetter = [&](std::size_t at, char16_t lower) { return (text[at] | 0x20) == lower; };
+    if (text.size() == 3) return isLetter(0, u'n') && isLetter(1, u'a') && isLetter(2, u'n') ? Word::isNaN : Word::none;
+    if (text.size() != 4 && text.size() != 5) return Word::none;
+    const std::uint64_t four = FourLower(text.data());
+    if (text.size() == 5) return four == FourUnits(u"fals") && isLetter(4, u'e') ? Word::isFalse : Word::none;
+    if (four == FourUnits(u"true")) return Word::isTrue;
+    return four == FourUnits(u"null") ? Word::isNull : Word::none;
+}
+
+/// The length of a plain number that is shorter than two blocks of units, which must be there: digits, perhaps a minus
+/// in front and a point between them. 0 where it is none, or something else than a delimiter follows.
+inline std::ptrdiff_t PlainNumberLength(const char16_t* text) noexcept {
+    const unsigned minus = *text == u'-' ? 1 : 0;
+    unsigned others = ~(Units(text).Digits() | Units(text + Units::count).Digits() << Units::count) & ~minus;
+    if (others == 0) return 0;
+    const auto whole = static_cast<unsigned>(std::countr_zero(others));
+    if (whole == minus || (text[minus] == u'0' && whole != minus + 1)) return 0;
+    unsigned length = whole;
+    if (text[whole] == u'.') {
+        others &= others - 1;
+        if (others == 0) return 0;
+        length = static_cast<unsigned>(std::countr_zero(others));
+        if (length == whole + 1) return 0;
+    }
+    return EndsScalar(text[length]) ? static_cast<std::ptrdiff_t>(length) : 0;
+}
+
+constexpr double notANumber = std::bit_cast<double>(0x7FF8'0000'0000'0001);
+
+}  // namespace
+
+std::u16string_view NameOf(State state) noexcept {
+    const auto at = static_cast<std::size_t>(state);
+    return at < states ? stateNames[at] : u""sv;
+}
+
+std::u16string_view TextOf(Fault fault) noexcept {
+    return faultTexts[static_cast<std::size_t>(fault)];
+}
+
+void Scanner::OpenText(std::u16string_view text) {
+    Close();
+    char16_t* const room = text_.Room(text.size());
+    if (!text.empty()) std::memcpy(room, text.data(), text.size() * sizeof *room);
+    text_.Add(text.size());
+    Use(text_.Begin(), text_.Size());
+    exhausted_ = true;
+}
+
+void Scanner::Borrow(std::u16string_view text) noexcept {
+    Close();
+    if (!text.empty()) Use(text.data(), text.size());
+    exhausted_ = true;
+}
+
+Failure Scanner::OpenSource(TextSource& source) {
+    Close();
+    source_ = &source;
+    const Failure failure = source.Append(text_, exhausted_);
+    Use(text_.Begin(), text_.Size());
+    return failure;
+}
+
+void Scanner::OpenNothing() noexcept {
+    Close();
+    exhausted_ = pastEnd_ = true;
+}
+
+void Scanner::Close() noexcept {
+    containers_.Clear();
+    text_.Free();
+    Use(nullptr, 0);
+    source_ = nullptr;
+    state_ = State::Empty;
+    token_ = Token::None;
+    exhausted_ = pastEnd_ = hasEscapes_ = false;
+    failure_ = {};
+    failurePosition_ = {};
+    linesBefore_ = lines_ = {};
+}
+
+void Scanner::Use(const char16_t* begin, std::size_t size) noexcept {
+    begin_ = tokenStart_ = scan_ = begin ? begin : &noText;
+    end_ = begin_ + size;
+}
+
+Outcome Scanner::Next() {
+    return Advance<Mode::reading>();
+}
+
+/// What follows most often is recognised here: a delimiter, if any, and a token that is not near the text's end. The
+/// rest is left to Scan, which begins anew.
+template <Scanner::Mode mode>
+Outcome Scanner::Advance() {
+    const char16_t* p = scan_;
+    if (end_ - p < farFromEnd) [[unlikely]]
+        return p >= end_ ? NextAtEnd() : Scan<mode>(p);
+    State state = state_;
+    if (*p == u',') {
+        if (state == State::InArrayValue) {
+            state = State::InArrayValueDelimiter;
+        } else if (state == State::InPropertyValue) {
+            state = State::InPropertyValueDelimiter;
+        } else if (state >= State::EndOfObject && !containers_.IsEmpty()) {
+            state = containers_.Top() ? State::InArrayValueDelimiter : State::InPropertyValueDelimiter;
+        } else {
+            return Scan<mode>(p);
+        }
+        ++p;
+    } else if (*p == u':') {
+        if (state != State::InPropertyName) return Scan<mode>(p);
+        state = State::InPropertyNameDelimiter;
+        ++p;
+    }
+
+    const char16_t unit = *p;
+    if (static_cast<char16_t>(unit - u'-') <= u'9' - u'-') {
+        state = afterScalar[static_cast<std::size_t>(state)];
+        if (state == State::Empty) return Scan<mode>(scan_);
+        const std::ptrdiff_t length = PlainNumberLength(p);
+        if (length == 0) return Scan<mode>(scan_);
+        token_ = Token::Number;
+        scan_ = p + length;
+    } else if (unit == u'"') {
+        state = afterString[static_cast<std::size_t>(state)];
+        if (state == State::Empty) return Scan<mode>(scan_);
+        const Units first(p + 1);
+        const unsigned quotes = first.Equal('"');
+        const unsigned others = (quotes - 1) & ~quotes;  // the units in front of the first quote
+        if (quotes == 0 || (first.Equal('\\') & others) != 0) {
+            state_ = state;
+            return ScanString(p, unit);
+        }
+        hasEscapes_ = false;
+        token_ = Token::String;
+        scan_ = p + 2 + std::countr_zero(quotes);
+    } else if (unit == u'[' || unit == u'{') {
+        if (!MayOpen(state)) return Scan<mode>(scan_);
+        const bool isArray = unit == u'[';
+        containers_.Push(isArray);
+        state = isArray ? State::StartOfArray : State::StartOfObject;
+        token_ = isArray ? Token::StartOfArray : Token::StartOfObject;
+        scan_ = p + 1;
+    } else if (unit == u']') {
+        if (state != State::InArrayValue && (state < State::EndOfObject || Container() != State::StartOfArray))
+            return Scan<mode>(scan_);
+        containers_.Pop();
+        state = State::EndOfArray;
+        token_ = Token::EndOfArray;
+        scan_ = p + 1;
+    } else if (unit == u'}') {
+        if (state != State::InPropertyValue && (state < State::EndOfObject || containers_.IsEmpty()))
+            return Scan<mode>(scan_);
+        containers_.Pop();
+        state = State::EndOfObject;
+        token_ = Token::EndOfObject;
+        scan_ = p + 1;
+    } else {
+        return Scan<mode>(scan_);
+    }
+    tokenStart_ = p;
+    state_ = state;
+    return Outcome::Token;
+}
+
+Outcome Scanner::NextAtEnd() {
+    if (pastEnd_) return Fail(Fault::ReadPastEnd, tokenStart_, scan_);
+    if (exhausted_) return ReportEnd();
+    if (tokenStart_ >= end_) return Fail(Fault::EndOfFile, tokenStart_, scan_);
+    tokenStart_ = scan_;
+    if (!Refill()) return Fail(Fault::ReadChunk, tokenStart_, scan_);
+    return scan_ >= end_ ? ReportEnd() : Scan<Mode::reading>(scan_);
+}
+
+template <Scanner::Mode mode>
+Outcome Scanner::Scan(const char16_t* p) {
+    for (;;) {
+        switch (KindOf(*p)) {
+            case Kind::scalar:
+                if (afterScalar[static_cast<std::size_t>(state_)] == State::Empty)
+                    return Fail(Fault::BareWord, p, p + 1);
+                state_ = afterScalar[static_cast<std::size_t>(state_)];
+                return ScanScalar<mode>(p);
+
+            case Kind::space:
+                p = AfterSpace(p + 1, end_);
+                continue;
+
+            case Kind::end: {
+                bool goesOn = false;
+                const Outcome outcome = ScanTextEnd(p, goesOn);
+                if (!goesOn) return outcome;
+                p = tokenStart_;
+                continue;
+            }
+
+            case Kind::quote:
+                if (afterString[static_cast<std::size_t>(state_)] == State::Empty) return Fail(Fault::Quote, p, p + 1);
+                state_ = afterString[static_cast<std::size_t>(state_)];
+                return ScanString(p, *p);
+
+            case Kind::comma:
+                switch (state_) {
+                    case State::InArrayValue:
+                        state_ = State::InArrayValueDelimiter;
+                        break;
+                    case State::InPropertyValue:
+                        state_ = State::InPropertyValueDelimiter;
+                        break;
+                    case State::EndOfObject:
+                    case State::EndOfArray:
+                        state_ = Container();
+                        if (state_ == State::Empty) return Fail(Fault::Comma, p, p + 1);
+                        state_ = state_ == State::StartOfArray ? State::InArrayValueDelimiter
+                                                               : State::InPropertyValueDelimiter;
+                        break;
+                    default:
+                        return Fail(Fault::Comma, p, p + 1);
+                }
+                ++p;
+                continue;
+
+            case Kind::colon:
+                if (state_ != State::InPropertyName) return Fail(Fault::Colon, p, p + 1);
+                state_ = State::InPropertyNameDelimiter;
+                ++p;
+                continue;
+
+            case Kind::openBracket:
+                if (!MayOpen(state_)) return Fail(Fault::OpenBracket, p, p + 1);
+                containers_.Push(true);
+                state_ = State::StartOfArray;
+                token_ = Token::StartOfArray;
+                break;
+
+            case Kind::openBrace:
+                if (!MayOpen(state_)) return Fail(Fault::OpenBrace, p, p + 1);
+                containers_.Push(false);
+                state_ = State::StartOfObject;
+                token_ = Token::StartOfObject;
+                break;
+
+            case Kind::closeBrace:
+                switch (state_) {
+                    case State::EndOfObject:
+                    case State::EndOfArray:  // whatever container is open, it is closed
+                        state_ = Container();
+                        if (state_ == State::Empty) return Fail(Fault::CloseBrace, p, p + 1);
+                        break;
+                    case State::StartOfObject:
+                    case State::InPropertyValue:
+                        break;
+                    default:
+                        return Fail(Fault::CloseBrace, p, p + 1);
+                }
+                containers_.Pop();
+                state_ = State::EndOfObject;
+                token_ = Token::EndOfObject;
+                break;
+
+            case Kind::closeBracket:
+                switch (state_) {
+                    case State::EndOfObject:
+                    case State::EndOfArray:
+                        state_ = Container();
+                        if (state_ != State::StartOfArray) return Fail(Fault::CloseBracket, p, p + 1);
+                        break;
+                    case State::StartOfArray:
+                    case State::InArrayValue:
+                        break;
+                    default:
+                        return Fail(Fault::CloseBracket, p, p + 1);
+                }
+                containers_.Pop();
+                state_ = State::EndOfArray;
+                token_ = Token::EndOfArray;
+                break;
+        }
+        tokenStart_ = p;
+        scan_ = p + 1;
+        return Outcome::Token;
+    }
+}
+
+/// At a NUL: the end of the text in memory, or a NUL of the text. @param goesOn receives whether more text has come,
+/// from tokenStart_ on.
+Outcome Scanner::ScanTextEnd(const char16_t* p, bool& goesOn) {
+    if (p != end_) {
+        tokenStart_ = scan_ = end_;
+        token_ = Token::None;
+        return Outcome::Token;
+    }
+    tokenStart_ = scan_ = p;
+    if (!exhausted_) {
+        if (!Refill()) return Fail(Fault::ReadChunk, tokenStart_, scan_);
+        goesOn = true;
+        return Outcome::Token;
+    }
+    return IsWaiting(state_) ? Fail(Fault::EndOfFile, p, p) : ReportEnd();
+}
+
+Outcome Scanner::ScanString(const char16_t* p, char16_t quote) {
+    tokenStart_ = p;
+    hasEscapes_ = false;
+    const char* const quoteByte = quote == u'"' ? "\"" : "'";
+    for (++p;;) {
+        while (end_ - p >= Units::count) {
+            const Units units(p);
+            const unsigned quotes = units.Equal(*quoteByte);
+            const unsigned backslashes = units.Equal('\\');
+            unsigned both = quotes | backslashes;
+            std::ptrdiff_t step = Units::count;
+            while (both != 0) {
+                const int at = std::countr_zero(both);
+                if ((quotes >> at & 1) != 0) {
+                    scan_ = p + at + 1;
+                    if (scan_ == end_ && exhausted_) return Fail(Fault::EndOfFile, tokenStart_, scan_);
+                    token_ = Token::String;
+                    return Outcome::Token;
+                }
+                hasEscapes_ = true;
+                if (at == Units::count - 1) ++step;
+                both &= ~(3u << at);
+            }
+            p += step;
+        }
+        for (; p < end_; ++p) {
+            if (*p == quote) {
+                scan_ = p + 1;
+                if (scan_ == end_ && exhausted_) return Fail(Fault::EndOfFile, tokenStart_, scan_);
+                token_ = Token::String;
+                return Outcome::Token;
+            }
+            if (*p == u'\\') {
+                hasEscapes_ = true;
+                ++p;
+            }
+        }
+        const std::ptrdiff_t length = p - tokenStart_;  // one beyond the text where its last unit is a backslash
+        scan_ = end_;
+        if (exhausted_) return Fail(Fault::EndInString, tokenStart_, scan_);
+        if (!Refill()) return Fail(Fault::ReadChunk, tokenStart_, scan_);
+        p = tokenStart_ + length;
+    }
+}
+
+template <Scanner::Mode mode>
+Outcome Scanner::ScanScalar(const char16_t* p) {
+    tokenStart_ = p;
+    for (;;) {
+        for (; p < end_; ++p) {
+            if (end_ - p >= Units::count) {
+                const unsigned ends = Units(p).PossibleEnds();
+                if (ends == 0) {
+                    p += Units::count - 1;
+                    continue;
+                }
+                p += std::countr_zero(ends);
+            }
+            if (!EndsScalar(*p)) continue;
+            scan_ = p;
+            return mode == Mode::skipping ? Outcome::Token : Classify(Text());
+        }
+        const std::ptrdiff_t length = p - tokenStart_;
+        scan_ = end_;
+        if (exhausted_) return Fail(Fault::EndOfFile, tokenStart_, scan_);
+        if (!Refill()) {
+            const std::int32_t code = failure_.code;
+            Fail(Fault::ReadChunk, tokenStart_, scan_);
+            failure_.code = code;
+            return Outcome::Failed;
+        }
+        p = tokenStart_ + length;
+    }
+}
+
+Outcome Scanner::Classify(std::u16string_view text) {
+    switch (WordOf(text)) {
+        case Word::isTrue:
+        case Word::isFalse:
+            token_ = Token::Boolean;
+            return Outcome::Token;
+        case Word::isNull:
+            token_ = Token::Null;
+            return Outcome::Token;
+        case Word::isNaN:
+            token_ = Token::Number;
+            return Outcome::Token;
+        case Word::none:
+            break;
+    }
+    if (!IsDigit(text[0]) && (text[0] != u'-' || text.size() < 2 || !IsDigit(text[1])))
+        return Fail(Fault::UnknownWord, tokenStart_, scan_);
+    if (!kv::ReadDouble(text)) return Fail(Fault::BadNumber, tokenStart_, scan_);
+    token_ = Token::Number;
+    return Outcome::Token;
+}
+
+/// Gets more text; the current token moves to the front. @return false, the failure set, where that fails
+bool Scanner::Refill() {
+    const auto kept = static_cast<std::size_t>(scan_ - tokenStart_);
+    const auto dropped = static_cast<std::size_t>(tokenStart_ - begin_);
+    lines_ = linesBefore_;
+    lines_.Pass({begin_, dropped});
+    linesBefore_ = lines_;
+    text_.KeepLast(kept);
+    failure_ = source_->Append(text_, exhausted_);
+    const auto length = scan_ - tokenStart_;
+    Use(text_.Begin(), text_.Size());
+    scan_ = begin_ + length;
+    return failure_.fault == Fault::None;
+}
+
+Outcome Scanner::ReportEnd() noexcept {
+    pastEnd_ = true;
+    tokenStart_ = scan_ = end_;
+    token_ = Token::None;
+    return Outcome::End;
+}
+
+Outcome Scanner::Fail(Fault fault, const char16_t* tokenStart, const char16_t* scan) noexcept {
+    tokenStart_ = tokenStart;
+    scan_ = scan;
+    failure_ = {fault};
+    failurePosition_ = TokenPosition();
+    return Outcome::Failed;
+}
+
+Outcome Scanner::Skip(State end, bool advance, NameSearch* search) {
+    skipped_.Clear();
+    skipped_.Push(end == State::EndOfArray);
+    Outcome outcome = Outcome::Token;
+    const auto opened = [](bool isArray) { return isArray ? State::StartOfArray : State::StartOfObject; };
+    if (state_ == opened(skipped_.Top()) && (outcome = Next()) == Outcome::Failed) return outcome;
+    for (;;) {
+        const State target = skipped_.Top() ? State::EndOfArray : State::EndOfObject;
+        if (state_ == target) {
+            skipped_.Pop();
+            if (skipped_.IsEmpty()) return advance ? Next() : Outcome::Token;
+            outcome = Next();
+        } else if (state_ == State::InPropertyName && search && skipped_.Height() == 1) {
+            if (Between().empty()) return Fail(Fault::BadToken, tokenStart_, scan_);
+            const bool found = search->Meets(Between(), hasEscapes_);
+            outcome = Next();
+            if (found) return outcome;
+        } else if (state_ == State::StartOfObject || state_ == State::StartOfArray) {
+            skipped_.Push(state_ == State::StartOfArray);
+            outcome = Next();
+        } else {
+            outcome = Advance<Mode::skipping>();
+        }
+        if (outcome == Outcome::Failed) return outcome;
+    }
+}
+
+double Scanner::Double() const noexcept {
+    switch (token_) {
+        case Token::Number:
+            return kv::ReadDouble(Text()).value_or(notANumber);
+        case Token::Boolean:
+            return WordOf(Text()) == Word::isTrue ? 1.0 : 0.0;
+        case Token::Null:
+            return notANumber;
+        default:
+            return 0.0;
+    }
+}
+
+std::int64_t Scanner::Int64() const noexcept {
+    if (token_ == Token::Boolean) return WordOf(Text()) == Word::isTrue;
+    if (token_ == Token::Null || (token_ == Token::Number && WordOf(Text()) == Word::isNaN))
+        return std::numeric_limits<std::int64_t>::max();
+    return token_ == Token::Number ? kv::ReadInt64(Text()) : 0;
+}
+
+std::uint64_t Scanner::UInt64() const noexcept {
+    if (token_ == Token::Boolean) return WordOf(Text()) == Word::isTrue;
+    if (token_ == Token::Null || (token_ == Token::Number && WordOf(Text()) == Word::isNaN))
+        return std::numeric_limits<std::uint64_t>::max();
+    return token_ == Token::Number ? kv::ReadUInt64(Text()) : 0;
+}
+
+std::u16string Scanner::Message(std::u16string_view fault) const {
+    std::u16string message;
+    message.append(fault).append(u"; state : ").append(NameOf(state_)).append(u"; buffer : ");
+    const auto left = static_cast<std::size_t>(end_ - tokenStart_);
+    if (left == 0) return message;
+    const char16_t* from = tokenStart_;
+    if (from != begin_) {
+        do --from;
+        while (from != begin_ && IsSpace(*from));
+    }
+    return message.append(from, std::min(longestExcerpt, left));
+}
+
+Position Scanner::TokenPosition() const noexcept {
+    const auto offset = linesBefore_.Offset() + static_cast<std::uint64_t>(tokenStart_ - begin_);
+    if (lines_.Offset() > offset) lines_ = linesBefore_;
+    lines_.Pass(
+        {begin_ + (lines_.Offset() - linesBefore_.Offset()), static_cast<std::size_t>(offset - lines_.Offset())});
+    return lines_.Here();
+}
+
+Scanner::Bookmark Scanner::Mark() const {
+    return {tokenStart_ - begin_, scan_ - begin_, containers_, token_, state_, pastEnd_, hasEscapes_};
+}
+
+bool Scanner::GoTo(const Bookmark& bookmark) {
+    if (bookmark.scan > end_ - begin_) return false;
+    containers_ = bookmark.containers;
+    tokenStart_ = begin_ + bookmark.tokenStart;
+    scan_ = bookmark.pastEnd ? end_ : begin_ + bookmark.scan;
+    token_ = bookmark.token;
+    state_ = bookmark.state;
+    pastEnd_ = bookmark.pastEnd;
+    hasEscapes_ = bookmark.hasEscapes;
+    return true;
+}
+
+}  // namespace json

@@ -1,0 +1,90 @@
+#include "json/TextBuffer.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace json {
+namespace {
+
+#ifdef NDEBUG
+constexpr bool recycles = true;
+#else
+constexpr bool recycles = false;
+#endif
+
+constexpr std::size_t smallestKept = 64 * 1024;  // smaller ones the heap recycles by itself
+constexpr std::size_t largestKept = 32 * 1024 * 1024;
+
+/// What stands at the beginning of a block that is kept, which whoever takes it off its place may read.
+struct Kept {
+    std::size_t size;
+};
+constinit std::array<std::atomic<Kept*>, 2> kept{};
+
+}  // namespace
+
+void* TakeLargeBlock(std::size_t& size) {
+    if (recycles && size >= smallestKept) {
+        for (auto& place : kept) {
+            if (!place.load(std::memory_order_relaxed)) continue;
+            Kept* const block = place.exchange(nullptr, std::memory_order_acquire);
+            if (!block) continue;
+            if (block->size >= size && block->size / 8 <= size) {  // not a large one for a small need
+                size = block->size;
+                return block;
+            }
+            GiveLargeBlock(block, block->size);
+        }
+    }
+    void* const block = std::malloc(size);
+    if (!block) throw std::bad_alloc();
+    return block;
+}
+
+void GiveLargeBlock(void* block, std::size_t size) noexcept {
+    if (!recycles || size < smallestKept || size > largestKept) return std::free(block);
+    auto* given = static_cast<Kept*>(block);
+    given->size = size;
+    for (auto& place : kept) {
+        Kept* none = nullptr;
+        if (place.compare_exchange_strong(none, given, std::memory_order_release, std::memory_order_relaxed)) return;
+    }
+    std::free(kept.front().exchange(given, std::memory_order_acq_rel));
+}
+
+void CloseLargeBlocks() noexcept {
+    for (auto& place : kept) std::free(place.exchange(nullptr, std::memory_order_acquire));
+}
+
+void TextBuffer::KeepLast(std::size_t units) noexcept {
+    if (!units_ || units == size_) return;
+    std::memmove(units_, units_ + size_ - units, units * sizeof *units_);
+    size_ = units;
+    units_[size_] = u'\0';
+}
+
+void TextBuffer::Free() noexcept {
+    if (units_) GiveLargeBlock(units_, (capacity_ + 1) * sizeof *units_);
+    units_ = nullptr;
+    size_ = capacity_ = 0;
+}
+
+void TextBuffer::Grow(std::size_t units, std::size_t most) {
+    constexpr std::size_t largest = std::numeric_limits<std::size_t>::max() / (2 * sizeof *units_);
+    if (units > largest - size_) throw std::bad_alloc();
+    const std::size_t needed = size_ + units;
+    const std::size_t capacity = size_ == 0 ? needed : std::max(needed, std::min(needed + needed / 2, most));
+    std::size_t bytes = (capacity + 1) * sizeof *units_;
+    auto* const grown = static_cast<char16_t*>(TakeLargeBlock(bytes));
+    if (size_ != 0) std::memcpy(grown, units_, size_ * sizeof *units_);
+    if (units_) GiveLargeBlock(units_, (capacity_ + 1) * sizeof *units_);
+    units_ = grown;
+    capacity_ = bytes / sizeof *units_ - 1;
+    units_[size_] = u'\0';
+}
+
+}  // namespace json
