@@ -144,6 +144,8 @@ class Scanner {
         const auto text = Text();
         return text.size() < 2 ? std::u16string_view() : text.substr(1, text.size() - 2);
     }
+    /// How much of the text lies in memory up to the current token's end.
+    std::size_t UnitsUpToTokenEnd() const noexcept { return static_cast<std::size_t>(scan_ - begin_); }
     /// Whether a string has escapes.
     bool HasEscapes() const noexcept { return hasEscapes_; }
     /// The value of a token that is a number, a boolean or null, which counts as not-a-number; else 0. Computed when
