@@ -52,12 +52,15 @@ add_library(
   containers/PropertyList.cpp
   containers/PropertySet.cpp
   containers/PropertySetProperty.cpp
+  containers/SystemNames.cpp
   containers/UID.cpp
   json/BitStack.cpp
+  json/ChunkedText.cpp
   json/LineCounter.cpp
   json/Scanner.cpp
   json/TextBuffer.cpp
   json/Unescape.cpp
+  json/Utf8.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp

@@ -1,42 +1,31 @@
 #include "containers/PropertyList.h"
 
 #include "containers/NameFold.h"
-
-extern "C" NTSYSAPI WCHAR NTAPI RtlUpcaseUnicodeChar(WCHAR character);
+#include "containers/SystemNames.h"
 
 namespace mova {
 namespace {
 
-// The system's own table, the one behind ordinal comparison: the same for every user and language.
-char16_t SystemUpcase(char16_t character) noexcept {
-    return static_cast<char16_t>(RtlUpcaseUnicodeChar(character));
-}
-
-std::uint32_t Hash(std::u16string_view name) noexcept {
-    const auto seed = reinterpret_cast<std::uintptr_t>(&SystemUpcase);  // differs by where the module was loaded
-    return HashName(name, seed, &SystemUpcase);
-}
-
 /// Whether a property has a name: how the two are compared follows from the property's name alone.
 auto Named(std::u16string_view name) noexcept {
     return [=](const NamedProperty& property) noexcept {
-        return property.ascii ? SameAsciiName(property.Text(), name) : SameName(property.Text(), name, &SystemUpcase);
+        return SameName(property.Text(), property.ascii, name);
     };
 }
 
 }  // namespace
 
 PropertyList::Entry PropertyList::MakeEntry(std::u16string_view name, kv::Variant value) {
-    return NamedProperty::Make(name, Hash(name), IsAsciiName(name), std::move(value));
+    return NamedProperty::Make(name, HashName(name), IsAsciiName(name), std::move(value));
 }
 
 kv::Variant* PropertyList::FindFirst(std::u16string_view name) noexcept {
-    NamedProperty* found = entries_.FindFirst(Hash(name), Named(name));
+    NamedProperty* found = entries_.FindFirst(HashName(name), Named(name));
     return found ? &found->value : nullptr;
 }
 
 const kv::Variant* PropertyList::FindLast(std::u16string_view name) const noexcept {
-    const NamedProperty* found = entries_.FindLast(Hash(name), Named(name));
+    const NamedProperty* found = entries_.FindLast(HashName(name), Named(name));
     return found ? &found->value : nullptr;
 }
 
@@ -58,7 +47,7 @@ void PropertyList::Set(Entry entry) {
 }
 
 bool PropertyList::Remove(std::u16string_view name) noexcept {
-    NamedProperty* found = entries_.FindLast(Hash(name), Named(name));
+    NamedProperty* found = entries_.FindLast(HashName(name), Named(name));
     if (!found) return false;
     entries_.Remove(*found);
     return true;

@@ -76,7 +76,7 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds) {
     if (reason == DLL_PROCESS_DETACH && !processEnds) {
         delete mova::directory.exchange(nullptr);
         kv::CloseBlockPool();
-        json::CloseLargeBlocks();
+        json::FreeTextMemory();
     }
     return TRUE;
 }
