@@ -9,7 +9,7 @@ if(MOVA_FUZZ)
   add_compile_options(-O2 -fsanitize=fuzzer-no-link)  # for twice as many inputs in the same time
 endif()
 
-add_library(engines STATIC ${engine_sources} ${tool_engine_sources})
+add_library(engines STATIC kvcore/HeapBlocks.cpp ${engine_sources} ${tool_engine_sources})
 target_include_directories(engines PUBLIC ${CMAKE_SOURCE_DIR})
 target_link_libraries(engines PUBLIC mova-warnings z)
 

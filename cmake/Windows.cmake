@@ -30,9 +30,11 @@ add_library(
   kvcore OBJECT
   kvcore/BlockPool.cpp
   kvcore/CreateInstance.cpp
+  kvcore/DateText.cpp
   kvcore/GuidText.cpp
   kvcore/MoveBytes.cpp
   kvcore/NumberText.cpp
+  kvcore/Pages.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
   kvcore/Stream.cpp
@@ -54,13 +56,20 @@ add_library(
   containers/PropertySetProperty.cpp
   containers/SystemNames.cpp
   containers/UID.cpp
+  json/Arena.cpp
   json/BitStack.cpp
+  json/ByteChain.cpp
   json/ChunkedText.cpp
+  json/Container.cpp
+  json/Emitter.cpp
   json/LineCounter.cpp
+  json/NamePool.cpp
   json/Scanner.cpp
   json/TextBuffer.cpp
+  json/TreeBuilder.cpp
   json/Unescape.cpp
   json/Utf8.cpp
+  json/Value.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp

@@ -28,6 +28,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string bytes = kv::Utf8(text);
     fuzz::Require(kv::Utf16(bytes) == text, "UTF-16 comes back");
     CheckQuoted(text);
+    std::u16string put(kv::Utf16Length(bytes), u'?');
+    fuzz::Require(kv::PutUtf16(put.data(), bytes) == put.data() + put.size(), "as long as it was measured");
+    fuzz::Require(put == text, "UTF-16 comes back the fast way");
 
     std::u16string units;
     for (fuzz::Input input(data, size); !input.IsEmpty();) units += static_cast<char16_t>(input.Word());

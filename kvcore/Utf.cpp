@@ -1,7 +1,11 @@
 #include "kvcore/Utf.h"
 
+#include <emmintrin.h>
+
 #include <array>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 
 namespace kv {
 namespace {
@@ -57,20 +61,16 @@ char32_t TakeCharacter(std::string_view& text) noexcept {
     return character;
 }
 
-/// Reads one character, or a lone surrogate, from the front of the text.
-char32_t TakeCharacter(std::u16string_view& text) noexcept {
-    const char16_t first = text[0];
-    if (IsHighSurrogate(first) && text.size() > 1 && IsLowSurrogate(text[1])) {
-        const char32_t character = 0x10000 + ((first & 0x3FFu) << 10) + (text[1] & 0x3FFu);
-        text.remove_prefix(2);
-        return character;
-    }
-    text.remove_prefix(1);
-    return first;
+/// Reads one character, or a lone surrogate.
+char32_t TakeCharacter(const char16_t*& from, const char16_t* end) noexcept {
+    const char16_t first = *from++;
+    if (!IsHighSurrogate(first) || from == end || !IsLowSurrogate(*from)) return first;
+    return 0x10000 + ((first & 0x3FFu) << 10) + (*from++ & 0x3FFu);
 }
 
-void AppendUtf8(std::string& out, char32_t character) {
-    const auto put = [&](char32_t byte) { out += static_cast<char>(static_cast<unsigned char>(byte)); };
+/// A character as UTF-8.
+char* PutCharacter(char* out, char32_t character) noexcept {
+    const auto put = [&](char32_t byte) { *out++ = static_cast<char>(static_cast<unsigned char>(byte)); };
     if (character < 0x80) {
         put(character);
     } else if (character < 0x800) {
@@ -86,6 +86,7 @@ void AppendUtf8(std::string& out, char32_t character) {
         put(0x80 | (character >> 6 & 0x3F));
         put(0x80 | (character & 0x3F));
     }
+    return out;
 }
 
 /// The letter of a short escape; NUL where the character has none.
@@ -109,6 +110,78 @@ constexpr char ShortEscape(char32_t character) noexcept {
     }
 }
 
+/// How a text becomes bytes: which ASCII characters stand for themselves, and what the others become.
+struct PlainText {
+    static __m128i Differing(__m128i bytes) noexcept { return _mm_cmplt_epi8(bytes, _mm_set1_epi8(1)); }
+    static char* PutOther(char* out, char32_t character) noexcept {
+        return PutCharacter(out, IsSurrogate(character) ? replacement : character);
+    }
+};
+struct EscapedText {
+    static __m128i Differing(__m128i bytes) noexcept {
+        const __m128i marks =
+            _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')), _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\')));
+        return _mm_or_si128(_mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)), marks);
+    }
+    static char* PutOther(char* out, char32_t character) noexcept {
+        constexpr std::string_view digits = "0123456789abcdef";
+        if (const char letter = ShortEscape(character)) {
+            *out++ = '\\';
+            *out++ = letter;
+            return out;
+        }
+        if (character >= 0x20 && !IsSurrogate(character)) return PutCharacter(out, character);
+        *out++ = '\\';
+        *out++ = 'u';
+        for (int shift = 12; shift >= 0; shift -= 4) *out++ = digits[character >> shift & 0xF];
+        return out;
+    }
+};
+
+/// Writes the units up to the first that does not stand for itself, by bytes of which there are Count.
+/// @return whether they all did
+template <class Kind, int Count>
+bool PutSame(char*& out, const char16_t*& from) noexcept {
+    const auto* const units = reinterpret_cast<const __m128i*>(from);
+    // What is no byte becomes 0xFF, or zero from 0x8000 on: neither stands for itself.
+    const __m128i wide = Count == 8 ? _mm_loadu_si128(units) : _mm_loadl_epi64(units);
+    const __m128i bytes = _mm_packus_epi16(wide, wide);
+    const auto different =
+        static_cast<unsigned>(_mm_movemask_epi8(Kind::Differing(bytes))) | 1u << Count;  // one at the end
+    const std::int64_t eight = _mm_cvtsi128_si64(bytes);
+    std::memcpy(out, &eight, Count);
+    const int same = std::countr_zero(different);
+    out += same;
+    from += same;
+    return same == Count;
+}
+
+template <class Kind>
+char* Put(char* out, std::u16string_view text) noexcept {
+    const char16_t* from = text.data();
+    const char16_t* const end = from + text.size();
+    for (;;) {
+        bool same = true;
+        while (end - from >= 8 && (same = PutSame<Kind, 8>(out, from))) {
+        }
+        if (same && end - from >= 4) same = PutSame<Kind, 4>(out, from);
+        if (from == end) return out;
+        // One by one what differs, and what the end has left.
+        do out = Kind::PutOther(out, TakeCharacter(from, end));
+        while (from != end && (*from >= 0x80 || end - from < 4));
+    }
+}
+
+/// As many units as are made bytes at once where there is no telling how many bytes they become.
+constexpr std::size_t pieceSize = 512;
+
+/// Appends a text as bytes without taking memory for more than there are.
+template <class Kind>
+void Append(std::string& out, std::u16string_view text) {
+    std::array<char, pieceSize * escapedUnitSize> bytes;
+    while (!text.empty()) out.append(bytes.data(), Put<Kind>(bytes.data(), TakePiece(text, pieceSize)));
+}
+
 }  // namespace
 
 std::u16string Utf16(std::string_view text) {
@@ -129,28 +202,81 @@ std::u16string Utf16(std::string_view text) {
 std::string Utf8(std::u16string_view text) {
     std::string out;
     out.reserve(text.size());
-    while (!text.empty()) {
-        const char32_t character = TakeCharacter(text);
-        AppendUtf8(out, IsSurrogate(character) ? replacement : character);
-    }
+    Append<PlainText>(out, text);
     return out;
 }
 
 void AppendQuoted(std::string& out, std::u16string_view text) {
-    constexpr std::string_view digits = "0123456789abcdef";
     out += '"';
-    while (!text.empty()) {
-        const char32_t character = TakeCharacter(text);
-        if (const char letter = ShortEscape(character)) {
-            out.append({'\\', letter});
-        } else if (character < 0x20 || IsSurrogate(character)) {
-            out += "\\u";
-            for (int shift = 12; shift >= 0; shift -= 4) out += digits[character >> shift & 0xF];
-        } else {
-            AppendUtf8(out, character);
+    Append<EscapedText>(out, text);
+    out += '"';
+}
+
+char* PutUtf8(char* out, std::u16string_view text) noexcept {
+    return Put<PlainText>(out, text);
+}
+
+char* PutEscaped(char* out, std::u16string_view text) noexcept {
+    return Put<EscapedText>(out, text);
+}
+
+std::u16string_view TakePiece(std::u16string_view& text, std::size_t most) noexcept {
+    std::u16string_view piece = text.substr(0, most);
+    if (piece.size() < text.size() && IsHighSurrogate(piece.back()) && IsLowSurrogate(text[piece.size()]))
+        piece.remove_suffix(1);
+    text.remove_prefix(piece.size());
+    return piece;
+}
+
+std::size_t Utf16Length(std::string_view text) noexcept {
+    // A unit for each byte that begins a character, and another one where four bytes do.
+    std::size_t length = 0;
+    for (const char c : text) {
+        const auto byte = static_cast<std::uint8_t>(c);
+        length += static_cast<std::size_t>((byte & 0xC0) != 0x80) + static_cast<std::size_t>(byte >= 0xF0);
+    }
+    return length;
+}
+
+char16_t* PutUtf16(char16_t* out, std::string_view text) noexcept {
+    const char* from = text.data();
+    const char* const end = from + text.size();
+    const auto following = [&] { return static_cast<char32_t>(static_cast<std::uint8_t>(*from++) & 0x3F); };
+    while (from != end) {
+        while (end - from >= 16) {
+            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+            const auto others = static_cast<unsigned>(_mm_movemask_epi8(bytes)) | 1u << 16;
+            if (others != 1u << 16) break;
+            auto* const units = reinterpret_cast<__m128i*>(out);
+            _mm_storeu_si128(units, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+            _mm_storeu_si128(units + 1, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
+            from += 16;
+            out += 16;
+        }
+        // To the end of the next run that is not ASCII.
+        bool begun = false;
+        while (from != end && !(begun && static_cast<std::uint8_t>(*from) < 0x80)) {
+            const auto first = static_cast<std::uint8_t>(*from++);
+            if (first < 0x80) {
+                *out++ = first;
+                continue;
+            }
+            begun = true;
+            if (first < 0xE0) {
+                *out++ = static_cast<char16_t>((first & 0x1Fu) << 6 | following());
+            } else if (first < 0xF0) {
+                const char32_t middle = following();
+                *out++ = static_cast<char16_t>((first & 0xFu) << 12 | middle << 6 | following());
+            } else {
+                const char32_t second = following();
+                const char32_t third = following();
+                const char32_t character = (first & 7u) << 18 | second << 12 | third << 6 | following();
+                *out++ = static_cast<char16_t>(0xD7C0 + (character >> 10));
+                *out++ = static_cast<char16_t>(0xDC00 | (character & 0x3FF));
+            }
         }
     }
-    out += '"';
+    return out;
 }
 
 }  // namespace kv

@@ -7,6 +7,7 @@
 #include "kvcore/BlockPool.h"
 #include "kvcore/CreateInstance.h"
 #include "kvcore/CriticalSection.h"
+#include "kvcore/Pages.h"
 #include "kvcore/Ptr.h"
 #include "server/ClassDirectory.h"
 #include "server/ClassFactory.h"
@@ -77,6 +78,7 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds) {
         delete mova::directory.exchange(nullptr);
         kv::CloseBlockPool();
         json::FreeTextMemory();
+        kv::ClosePages();
     }
     return TRUE;
 }

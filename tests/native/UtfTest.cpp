@@ -71,5 +71,53 @@ TEST(Utf, LoneSurrogatesAreReplacedAndQuotedTextEscapesWhatJsonMust) {
     }
 }
 
+TEST(Utf, FindsWhatDiffersAtEveryPlace) {
+    const std::tuple<std::u16string_view, std::string_view, std::string_view> kinds[] = {
+        {u"\"", "\"", "\\\""},
+        {u"\\", "\\", "\\\\"},
+        {u"\n", "\n", "\\n"},
+        {std::u16string_view(u"\0", 1), "\0"sv, "\\u0000"},
+        {u"\x7F", "\x7F", "\x7F"},
+        {u"\u0080", "\xC2\x80", "\xC2\x80"},
+        {u"\u00FF", "\xC3\xBF", "\xC3\xBF"},
+        {u"\u0122", "\xC4\xA2", "\xC4\xA2"},  // its low byte is a quotation mark
+        {u"\u7F22", "\xE7\xBC\xA2", "\xE7\xBC\xA2"},
+        {u"\u8022", "\xE8\x80\xA2", "\xE8\x80\xA2"},
+        {u"\uFFFF", "\xEF\xBF\xBF", "\xEF\xBF\xBF"},
+        {u"\U0001F600", "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"}};
+    const std::u16string letters = u"abcdefghijklmnopqrstuvwxyz ABCDEFGHIJKLMNOP";
+    for (const auto& [text, utf8, escaped] : kinds) {
+        for (std::size_t length = 0; length <= 40; ++length) {
+            for (std::size_t place = 0; place <= length; ++place) {
+                const std::u16string before = letters.substr(0, place), after = letters.substr(place, length - place);
+                const std::u16string whole = before + std::u16string(text) + after;
+                ASSERT_EQ(Utf8(whole), Utf8(before) + std::string(utf8) + Utf8(after));
+                std::string quoted;
+                AppendQuoted(quoted, whole);
+                ASSERT_EQ(quoted, '"' + Utf8(before) + std::string(escaped) + Utf8(after) + '"');
+                const std::string bytes = Utf8(whole);
+                std::u16string back(Utf16Length(bytes), u'?');
+                ASSERT_EQ(PutUtf16(back.data(), bytes), back.data() + back.size());
+                ASSERT_EQ(back, whole);
+            }
+        }
+    }
+}
+
+TEST(Utf, PiecesPartNoCharacter) {
+    std::u16string text;
+    for (int i = 0; i < 3000; ++i) text += i % 3 == 0 ? u"\U0001F600" : i % 7 == 0 ? u"\xD83D" : u"x";
+    for (const std::size_t most : {std::size_t{2}, std::size_t{3}, std::size_t{512}}) {
+        std::u16string_view left = text;
+        std::string joined;
+        while (!left.empty()) {
+            const std::u16string_view piece = TakePiece(left, most);
+            ASSERT_TRUE(!piece.empty() && piece.size() <= most);
+            joined += Utf8(piece);
+        }
+        EXPECT_EQ(joined, Utf8(text));
+    }
+}
+
 }  // namespace
 }  // namespace kv

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+namespace json {
+
+/// The memory of one loaded document: what is taken from it is freed all at once, when the last of those who share it
+/// lets go of it.
+class Arena {
+ public:
+    /// An empty one, with one reference. @throw std::bad_alloc
+    static Arena* Make();
+
+    void AddReference() noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
+    void ReleaseReference() noexcept;
+
+    /// Memory aligned for every value. @throw std::bad_alloc
+    void* Take(std::size_t size) {
+        const std::size_t rounded = (size + alignment - 1) & ~(alignment - 1);
+        if (rounded > static_cast<std::size_t>(end_ - next_) || rounded < size) return TakeFromNewBlock(size);
+        return std::exchange(next_, next_ + rounded);
+    }
+
+ private:
+    struct Block {
+        Block* previous;
+        std::size_t size;
+    };
+    static constexpr std::size_t alignment = 8;
+
+    Arena() noexcept = default;
+    ~Arena() = default;
+    void* TakeFromNewBlock(std::size_t size);
+
+    std::atomic<std::uint32_t> references_{1};
+    std::byte* next_ = nullptr;
+    std::byte* end_ = nullptr;
+    Block* block_ = nullptr;  ///< the one that is being filled, which leads to the earlier ones
+    Block* own_ = nullptr;    ///< those of single pieces too large for any other
+};
+
+/// Holds one reference to an arena.
+class ArenaPtr {
+ public:
+    ArenaPtr() noexcept = default;
+    explicit ArenaPtr(Arena* arena) noexcept : arena_(arena) {
+        if (arena_) arena_->AddReference();
+    }
+    ArenaPtr(const ArenaPtr& other) noexcept : ArenaPtr(other.arena_) {}
+    ArenaPtr(ArenaPtr&& other) noexcept : arena_(std::exchange(other.arena_, nullptr)) {}
+    ArenaPtr& operator=(ArenaPtr other) noexcept {
+        std::swap(arena_, other.arena_);
+        return *this;
+    }
+    ~ArenaPtr() {
+        if (arena_) arena_->ReleaseReference();
+    }
+    /// Takes over the reference that the caller owns.
+    static ArenaPtr Attach(Arena* arena) noexcept {
+        ArenaPtr held;
+        held.arena_ = arena;
+        return held;
+    }
+
+    Arena* Get() const noexcept { return arena_; }
+    Arena* operator->() const noexcept { return arena_; }
+    explicit operator bool() const noexcept { return arena_ != nullptr; }
+
+ private:
+    Arena* arena_ = nullptr;
+};
+
+}  // namespace json
