@@ -59,6 +59,7 @@ add_library(
   json/Arena.cpp
   json/BitStack.cpp
   json/ByteChain.cpp
+  json/ChunkedText.cpp
   json/Container.cpp
   json/Emitter.cpp
   json/LineCounter.cpp
@@ -67,6 +68,7 @@ add_library(
   json/TextBuffer.cpp
   json/TreeBuilder.cpp
   json/Unescape.cpp
+  json/Utf8.cpp
   json/Value.cpp
   server/Census.cpp
   server/ClassFactory.cpp

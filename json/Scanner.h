@@ -64,15 +64,16 @@ enum class Fault : std::uint8_t {
     EmptyInput,
     UnknownEncoding,
     BadUtf8,
-    Unexplained  ///< the source's own failure, or none that there is a text for
+    NoCharacter,  ///< nothing behind a byte-order mark; there is no text for it
+    SourceFailed  ///< with a code; there is no text for it
 };
 /// What a message says of a fault; empty for those without a text.
 std::u16string_view TextOf(Fault fault) noexcept;
 
-/// A fault, with the code of the failure where it is somebody else's. The code is handed through unread.
 struct Failure {
     Fault fault = Fault::None;
-    std::int32_t code = 0;
+    std::int32_t code = 0;      ///< what a source failed with, handed through unread
+    Fault cause = Fault::None;  ///< why reading more of a number or word failed
 };
 
 /// Where a scanner gets its text from piece by piece.
