@@ -1,7 +1,7 @@
 # The server, its client, and their tests and benchmarks, for Windows.
 include(Widl)
 enable_language(RC)
-mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaJSON)
+mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaJSON movaJSONWriter movaXML)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -62,9 +62,12 @@ add_library(
   json/ChunkedText.cpp
   json/Container.cpp
   json/Emitter.cpp
+  json/JSONWriter.cpp
   json/LineCounter.cpp
   json/NamePool.cpp
   json/Scanner.cpp
+  json/ScannerSource.cpp
+  json/PlainNumber.cpp
   json/TextBuffer.cpp
   json/TreeBuilder.cpp
   json/Unescape.cpp
@@ -97,7 +100,9 @@ add_library(
   streams/ObjectCopy.cpp
   streams/ObjectStream.cpp
   streams/ObjectTrace.cpp
-  streams/VariantStreamIO.cpp)
+  streams/VariantStreamIO.cpp
+  xml/XMLTypeMapper.cpp
+  xml/XmlValues.cpp)
 target_link_libraries(mova-server PUBLIC mova-windows)
 add_dependencies(mova-server mova-idl)
 

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "kvcore/NumberText.h"
 #include "kvcore/Utf.h"
 
 namespace json {
@@ -128,11 +127,6 @@ void Emitter::Raw(std::u16string_view text) {
 
 void Emitter::Token(std::string_view text) {
     bytes_.Append(PutAscii(bytes_.Room(text.size()), text));
-}
-
-template <class Value, class Format>
-void Emitter::Formatted(Value value, Format format) {
-    bytes_.Append(format(bytes_.Room(kv::numberTextSize), value));
 }
 
 void Emitter::Number(double value) {

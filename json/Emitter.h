@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "json/ByteChain.h"
+#include "kvcore/NumberText.h"
 
 namespace json {
 
@@ -92,8 +93,13 @@ class Emitter {
     void Unsigned(std::uint64_t value);
     /// As it stands, the caller answering for it.
     void Raw(std::u16string_view text);
-    /// ASCII as it stands.
+    /// ASCII as it stands, less than ByteChain::mostRoom.
     void Token(std::string_view text);
+    /// What a function writes. @param format char*(char*, Value), which writes at most kv::numberTextSize bytes
+    template <class Value, class Format>
+    void Formatted(const Value& value, Format format) {
+        bytes_.Append(format(bytes_.Room(kv::numberTextSize), value));
+    }
 
     /// What was written so far.
     ByteChain& Bytes() noexcept { return bytes_; }
@@ -128,8 +134,6 @@ class Emitter {
     /// Writes a text piece by piece. @param put char*(char*, std::u16string_view)
     template <class Put>
     void Pieces(std::u16string_view text, std::size_t unitSize, Put put);
-    template <class Value, class Format>
-    void Formatted(Value value, Format format);
 
     ByteChain bytes_;
     OpenContainers open_;

@@ -227,13 +227,13 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
     STDMETHODIMP ToJSONString(IPropertySet* options, BSTR* text) noexcept override try {
         if (!text) return Base::Refuse(E_POINTER);
         *text = nullptr;
-        return values_.WriteText(options, text);
+        return values_.WriteText(options, this->Own(), text);
     } catch (...) {
         return CaughtStatus();
     }
     STDMETHODIMP ToJSON(BSTR name, IJSONWriter* writer) noexcept override try {
         if (!writer) return Base::Refuse(E_POINTER);
-        return values_.Write(name, writer);
+        return values_.Write(name, writer, this->Own());
     } catch (...) {
         return CaughtStatus();
     }

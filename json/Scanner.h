@@ -165,6 +165,8 @@ class Scanner {
     /// Where the last failure happened; all zero as long as there was none.
     const Position& FailurePosition() const noexcept { return failurePosition_; }
 
+    /// Whether the end was reported: nothing can be read any more.
+    bool IsPastEnd() const noexcept { return pastEnd_; }
     /// Whether the text is all there, and will not move any more.
     bool IsWhole() const noexcept { return exhausted_; }
     /// Where the scanner is in a whole text.

@@ -31,6 +31,8 @@ class ScannerSource {
         return Advance();
     }
 
+    /// Whether nothing is left to read, for a source without a token.
+    bool IsAtEnd() { return scanner_.IsPastEnd() || scanner_.Next() == Outcome::End; }
     /// Whether it failed for want of a name, and not because the scanner did.
     bool LacksName() const noexcept { return lacksName_; }
 

@@ -25,6 +25,7 @@ Value TreeBuilder::End() {
 }
 
 Entries* TreeBuilder::Finish() {
+    if (frames_.empty()) return nullptr;
     return LayDown(0, frames_.size() > 1 ? frames_[1].start : slots_.Size(), frames_.front().named);
 }
 

@@ -53,7 +53,7 @@ class TreeBuilder {
     void Begin(bool named);
     /// Completes the innermost container, which is not the outermost, and answers it as a value.
     Value End();
-    /// What the outermost container holds so far. Nothing can be added afterwards.
+    /// What the outermost container holds so far; null where none was begun. Nothing can be added afterwards.
     Entries* Finish();
 
     bool InObject() const noexcept { return frames_.back().named; }

@@ -4,6 +4,7 @@
 #include "containers/PropertySetArrays.h"
 #include "containers/PropertySetProperty.h"
 #include "containers/UID.h"
+#include "json/JSONWriter.h"
 #include "server/ClassFactory.h"
 #include "server/MOVAExtendedErrorInfo.h"
 #include "services/MessageLogger.h"
@@ -17,6 +18,7 @@
 #include "streams/ObjectStream.h"
 #include "streams/UnbufferedFileStream.h"
 #include "streams/VariantStreamIO.h"
+#include "xml/XMLTypeMapper.h"
 
 namespace mova {
 namespace {
@@ -52,6 +54,8 @@ constinit const ClassEntry classTable[] = {
     NewObject<PropertySetArray>(u"PropertySetArray"),
     NewObject<ObjectCopy>(u"ObjectCopy"),
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
+    ThreadSingleton<XMLTypeMapper>(u"XMLTypeMapper"),
+    NewObject<JSONWriter>(u"JSONWriter"),
     NewObject<CombinedStream>(u"CombinedStream"),
     {},
 };
