@@ -126,7 +126,7 @@ void Emitter::AsciiText(std::string_view text) {
     while (!text.empty()) {
         const std::string_view piece = text.substr(0, mostUnits);
         text.remove_prefix(piece.size());
-        bytes_.Append(kv::PutEscaped(bytes_.Room(kv::escapedUnitSize * piece.size()), piece));
+        bytes_.Append(kv::PutEscapedAscii(bytes_.Room(kv::escapedUnitSize * piece.size()), piece));
     }
     bytes_.Append('"');
 }

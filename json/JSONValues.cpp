@@ -61,7 +61,7 @@ LONG NaturalOption(IPropertySet& options, const char16_t* name) {
     static constexpr VARTYPE integers[] = {VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_I8, VT_UI8, VT_INT, VT_UINT};
     kv::Variant number;
     if (std::find(std::begin(integers), std::end(integers), type) == std::end(integers) ||
-        FAILED(VariantChangeTypeEx(number.Put(), &value.Get(), LOCALE_USER_DEFAULT, 0, VT_I4)))
+        FAILED(kv::ChangeType(value.Get(), VT_I4, LOCALE_USER_DEFAULT, 0, number)))
         return -1;
     return std::max<LONG>(number.Get().lVal, -1);
 }
@@ -72,7 +72,7 @@ TextOptions ReadOptions(IPropertySet* options) {
     kv::Variant value;
     kv::Variant flag;
     if (SUCCEEDED(options->GetProperty(kv::BString(u"WriteFormatted").Get(), value.Put())) &&
-        SUCCEEDED(VariantChangeTypeEx(flag.Put(), &value.Get(), LOCALE_USER_DEFAULT, 0, VT_BOOL)))
+        SUCCEEDED(kv::ChangeType(value.Get(), VT_BOOL, LOCALE_USER_DEFAULT, 0, flag)))
         read.formatted = flag.Get().boolVal != VARIANT_FALSE;
     read.indent = NaturalOption(*options, u"IndentLevel");
     const LONG decimals = NaturalOption(*options, u"MaxDecimals");

@@ -220,10 +220,10 @@ char* PutEscaped(char* out, std::u16string_view text) noexcept {
     return Put<EscapedText>(out, text);
 }
 
-char* PutEscaped(char* out, std::string_view ascii) noexcept {
+char* PutEscapedAscii(char* out, std::string_view text) noexcept {
     constexpr int block = 16;
-    const char* from = ascii.data();
-    const char* const end = from + ascii.size();
+    const char* from = text.data();
+    const char* const end = from + text.size();
     const auto putOne = [&] {
         const char byte = *from++;
         const bool isSame = byte >= 0x20 && byte != '"' && byte != '\\';

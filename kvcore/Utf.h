@@ -30,7 +30,7 @@ char* PutUtf8(char* out, std::u16string_view text) noexcept;
 /// @param out has room for escapedUnitSize bytes a unit. @return the end of what was written
 char* PutEscaped(char* out, std::u16string_view text) noexcept;
 /// The same for a text of ASCII.
-char* PutEscaped(char* out, std::string_view ascii) noexcept;
+char* PutEscapedAscii(char* out, std::string_view text) noexcept;
 /// Takes so many units from the front of a text, or one less where that would part a character; all that there are of
 /// fewer. What is put piece by piece is what the whole would be.
 /// @param most at least 2

@@ -61,6 +61,11 @@ class Variant {
     VARIANT value_;
 };
 
+/// Converts a value to another type. @param target is empty where that fails
+inline HRESULT ChangeType(const VARIANT& source, VARTYPE type, LCID locale, USHORT flags, Variant& target) noexcept {
+    return VariantChangeTypeEx(target.Put(), const_cast<VARIANT*>(&source), locale, flags, type);
+}
+
 /// Whether the parameters of a call have the arrays that their counts promise.
 bool IsComplete(const DISPPARAMS& parameters) noexcept;
 
