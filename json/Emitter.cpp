@@ -65,7 +65,7 @@ char* Emitter::Separate(std::size_t more) {
     if (!isEmpty_) *out++ = ',';
     if (!isFormatted_) return out;
     bytes_.Append(out);
-    NewLine(open_.Depth());
+    NewLine(open_.Height());
     return bytes_.Room(more);
 }
 
@@ -92,7 +92,7 @@ void Emitter::Start(char bracket, bool isArray) {
 
 Refusal Emitter::End(char bracket, bool isInnermost) {
     if (!isInnermost) return Refusal::Misplaced;
-    if (isFormatted_) NewLine(open_.Depth() - 1);
+    if (isFormatted_) NewLine(open_.Height() - 1);
     bytes_.Append(bracket);
     open_.Pop();
     isEmpty_ = false;

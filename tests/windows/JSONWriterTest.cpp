@@ -69,7 +69,8 @@ class WritesItself : public Foreign {
     /// The table of IJSONArray up to ToJSON, the operations before it being none that is called.
     struct Json {
         Json(WritesItself& object, std::function<HRESULT(BSTR, IJSONWriter*)> body)
-            : table(slots.data()), owner(&object), write(std::move(body)) {
+            : owner(&object), write(std::move(body)) {
+            table = slots.data();
             slots[0] = reinterpret_cast<void*>(&Query);
             slots[1] = reinterpret_cast<void*>(&Add);
             slots[2] = reinterpret_cast<void*>(&Leave);
@@ -85,7 +86,7 @@ class WritesItself : public Foreign {
         }
         static constexpr std::size_t toJsonSlot = 30;
 
-        void** table;
+        void** table = nullptr;  // where an interface has it
         WritesItself* owner;
         std::function<HRESULT(BSTR, IJSONWriter*)> write;
         std::array<void*, toJsonSlot + 1> slots{};
@@ -239,7 +240,7 @@ TEST(JSONWriter, ChecksNamesAndBrackets) {
         EXPECT_EQ(Written(writer.Get()), row.bytes);
         EXPECT_EQ(StateOf(writer.Get()), row.state) << row.bytes;
         EXPECT_EQ(inside->get_Depth(&depth), S_OK);
-        if (FAILED(row.status)) EXPECT_EQ(depth, depthBefore);
+        EXPECT_TRUE(SUCCEEDED(row.status) || depth == depthBefore) << row.bytes;
         EXPECT_EQ(inside->get_Depth(nullptr), E_POINTER);
         EXPECT_EQ(inside->get_State(nullptr), E_POINTER);
     }
@@ -483,7 +484,7 @@ TEST(JSONWriter, LetsObjectsWriteThemselvesOrNothingAtAll) {
     for (const bool toStream : {false, true}) {
         const auto writer = NewWriter();
         const auto stream = MemoryStream({});
-        if (toStream) ASSERT_EQ(writer->WriteToStream(stream.Get()), S_OK);
+        ASSERT_EQ(toStream ? writer->WriteToStream(stream.Get()) : writer->WriteToMemory(), S_OK);
         ASSERT_EQ(writer->StartArray(nullptr), S_OK);
         for (const auto& row : rows) {
             auto list = ArrayOf({5, 6});
