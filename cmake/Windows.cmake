@@ -1,7 +1,7 @@
 # The server, its client, and their tests and benchmarks, for Windows.
 include(Widl)
 enable_language(RC)
-mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaJSON)
+mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaJSON movaJSONReader)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -54,6 +54,7 @@ add_library(
   containers/PropertyList.cpp
   containers/PropertySet.cpp
   containers/PropertySetProperty.cpp
+  containers/StrArray.cpp
   containers/SystemNames.cpp
   containers/UID.cpp
   json/Arena.cpp
@@ -62,6 +63,7 @@ add_library(
   json/ChunkedText.cpp
   json/Container.cpp
   json/Emitter.cpp
+  json/JSONReader.cpp
   json/LineCounter.cpp
   json/NamePool.cpp
   json/Scanner.cpp

@@ -29,9 +29,7 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
 
     explicit JSONBase(IUnknown* outer) noexcept : Base(outer), values_(sizeof...(Name) == 1) {}
 
-    STDMETHODIMP FromJSONString(BSTR text) noexcept override try {
-        return values_.LoadText(text);
-    } catch (...) {
+    STDMETHODIMP FromJSONString(BSTR text) noexcept override try { return values_.LoadText(text); } catch (...) {
         return CaughtStatus();
     }
     STDMETHODIMP ParseJSON(IJSONReader* reader) noexcept override { return ParseJSONAtDepth(reader, 0); }
@@ -42,7 +40,9 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
         return CaughtStatus();
     }
 
-    STDMETHODIMP get_CaseSensitive(VARIANT_BOOL* flag) noexcept override { return GetFlag(values_.caseSensitive, flag); }
+    STDMETHODIMP get_CaseSensitive(VARIANT_BOOL* flag) noexcept override {
+        return GetFlag(values_.caseSensitive, flag);
+    }
     STDMETHODIMP put_CaseSensitive(VARIANT_BOOL flag) noexcept override {
         values_.caseSensitive = flag == VARIANT_TRUE;
         return S_OK;
@@ -151,7 +151,8 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
         source.vt = VT_R8;
         source.dblVal = date;
         kv::Variant changed;
-        if (HRESULT status = VariantChangeTypeEx(changed.Put(), &source, LOCALE_USER_DEFAULT, 0, VT_DATE); FAILED(status))
+        if (HRESULT status = VariantChangeTypeEx(changed.Put(), &source, LOCALE_USER_DEFAULT, 0, VT_DATE);
+            FAILED(status))
             return Base::Refuse(status);
         return Add(name..., json::Value::Of(changed.Get().date, json::Kind::Date));
     } catch (...) {
@@ -187,9 +188,7 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
     } catch (...) {
         return CaughtStatus();
     }
-    STDMETHODIMP AddNull(Name... name) noexcept override {
-        return Add(name..., json::Value::Of(json::Kind::Empty));
-    }
+    STDMETHODIMP AddNull(Name... name) noexcept override { return Add(name..., json::Value::Of(json::Kind::Empty)); }
     STDMETHODIMP AddVariant(Name... name, VARIANT value) noexcept override try {
         NewValue added;
         if (HRESULT status = added.Assign(value); FAILED(status)) return Base::Refuse(status);

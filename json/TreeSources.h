@@ -36,10 +36,17 @@ class ScannerSource {
     }
     bool TakeScalar(json::TreeBuilder& builder, json::Value& value) {
         switch (scanner_.token()) {
-            case json::Token::String: value = builder.CopyText(Unescaped(scanner_.Between())); break;
-            case json::Token::Number: value = Number(); break;
-            case json::Token::Boolean: value = json::Value::Of(scanner_.Int64() != 0); break;
-            default: break;  // null is the empty value
+            case json::Token::String:
+                value = builder.CopyText(Unescaped(scanner_.Between()));
+                break;
+            case json::Token::Number:
+                value = Number();
+                break;
+            case json::Token::Boolean:
+                value = json::Value::Of(scanner_.Int64() != 0);
+                break;
+            default:
+                break;  // null is the empty value
         }
         return Advance();
     }

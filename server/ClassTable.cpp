@@ -3,7 +3,9 @@
 #include "containers/PropertySet.h"
 #include "containers/PropertySetArrays.h"
 #include "containers/PropertySetProperty.h"
+#include "containers/StrArray.h"
 #include "containers/UID.h"
+#include "json/JSONReader.h"
 #include "server/ClassFactory.h"
 #include "server/MOVAExtendedErrorInfo.h"
 #include "services/MessageLogger.h"
@@ -47,11 +49,13 @@ constinit const ClassEntry classTable[] = {
     NewObject<ByteSwapStreamIO>(u"ByteSwapStreamIO"),
     NewObject<VariantStreamIO>(u"VariantStreamIO"),
     NewObject<MOVAExtendedErrorInfo>(u"MOVAExtendedErrorInfo"),
+    NewObject<StrArray>(u"StrArray"),
     NewObject<PropertySetProperty>(u"PropertySetProperty"),
     NewObject<PropertySetPropertyArray>(u"PropertySetPropertyArray"),
     NewObject<PropertySetArray>(u"PropertySetArray"),
     NewObject<ObjectCopy>(u"ObjectCopy"),
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
+    NewObject<JSONReader>(u"JSONReader"),
     NewObject<CombinedStream>(u"CombinedStream"),
     {},
 };
