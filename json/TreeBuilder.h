@@ -82,9 +82,9 @@ class TreeBuilder {
     };
     using Places = std::unordered_map<const Name*, std::size_t>;
     struct Frame {
-        std::size_t start;    ///< of its slots
+        std::size_t start;     ///< of its slots
         std::uint32_t serial;  ///< in the order of beginning, from 1
-        std::uint32_t name;   ///< of the value to come
+        std::uint32_t name;    ///< of the value to come
         bool named;
     };
 

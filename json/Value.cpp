@@ -12,10 +12,13 @@ namespace {
 Kind TypeOf(Kind kind) noexcept {
     switch (kind) {
         case Kind::NoText:
-        case Kind::WideText: return Kind::AsciiText;
+        case Kind::WideText:
+            return Kind::AsciiText;
         case Kind::Array:
-        case Kind::Held: return Kind::Object;
-        default: return kind;
+        case Kind::Held:
+            return Kind::Object;
+        default:
+            return kind;
     }
 }
 

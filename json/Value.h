@@ -98,7 +98,8 @@ struct Value {
     }
 };
 
-/// A copy of a text that belongs to who asks for it, until it is handed to a container or FreeText. @throw std::bad_alloc
+/// A copy of a text that belongs to who asks for it, until it is handed to a container or FreeText. @throw
+/// std::bad_alloc
 Value MakeText(std::u16string_view text);
 /// Writes a text into memory of TextSize(text) bytes and says what it is.
 Value WriteText(void* memory, std::u16string_view text, bool isAscii) noexcept;

@@ -88,7 +88,7 @@ TEST(Scanner, ReadsTokensAndSaysWhatIsWrong) {
         std::string_view trace;
     } rows[] = {
         {u"{}", "{ | } | end"},
-        {u" \t\r\n\v\f\u00A0\u2003[\u3000]\u0085", "[ | ] | end"},
+        {u" \t\r\n\v\f\u00A0\u2003[\u3000]\u205F", "[ | ] | end"},
         {u"", "end"},
         {u"  ", "end"},
         {u"{\"a\":1,'b':[true,FALSE,null,Null,nan,NaN,-0.5e-3]}",
