@@ -29,7 +29,7 @@ const kv::Variant* PropertyList::FindLast(std::u16string_view name) const noexce
     return found ? &found->value : nullptr;
 }
 
-bool PropertyList::IsWithin(const PropertyList& other) const noexcept {
+bool PropertyList::IsWithin(const PropertyList& other) const {
     for (std::size_t i = 0; i < Count(); ++i) {
         const kv::Variant* mine = FindLast(NameAt(i));
         const kv::Variant* theirs = other.FindLast(NameAt(i));

@@ -72,8 +72,7 @@ void Container::Adopt(ArenaPtr arena, Entries* entries) noexcept {
 }
 
 bool Container::BuildIndex() const noexcept try {
-    if (!index_.IsBuilt())
-        index_.Build(Count(), [this](std::uint32_t i) { return entries_->Names()[i].Get()->hash; });
+    if (!index_.IsBuilt()) index_.Build(Count(), [this](std::uint32_t i) { return entries_->Names()[i].Get()->hash; });
     return true;
 } catch (const std::bad_alloc&) {
     return false;

@@ -53,8 +53,7 @@ class Container {
 
     template <class Matches>
     std::uint32_t First(std::uint32_t hash, Matches matches) const noexcept {
-        if (Count() > longestScanned && BuildIndex())
-            return index_.First(hash, none, matches);
+        if (Count() > longestScanned && BuildIndex()) return index_.First(hash, none, matches);
         for (std::uint32_t i = 0; i < Count(); ++i)
             if (entries_->Names()[i].Get()->hash == hash && matches(i)) return i;
         return none;

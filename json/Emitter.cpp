@@ -123,6 +123,16 @@ void Emitter::Text(std::u16string_view text) {
     bytes_.Append('"');
 }
 
+void Emitter::AsciiText(std::string_view text) {
+    bytes_.Append('"');
+    while (!text.empty()) {
+        const std::string_view piece = text.substr(0, mostUnits);
+        text.remove_prefix(piece.size());
+        bytes_.Append(kv::PutEscapedAscii(bytes_.Room(kv::escapedUnitSize * piece.size()), piece));
+    }
+    bytes_.Append('"');
+}
+
 void Emitter::Raw(std::u16string_view text) {
     Pieces(text, kv::utf8UnitSize, kv::PutUtf8);
 }

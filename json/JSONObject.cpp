@@ -219,9 +219,8 @@ std::uint32_t JSONObject::Find(BSTR name) const noexcept {
     if (!name) return json::Container::none;
     const std::u16string_view asked = kv::View(name);
     if (values_.caseSensitive) return values_.held.Find(asked, HashName(asked));
-    return values_.held.FindSame(HashName(asked), [=](std::u16string_view stored) {
-        return SameName(stored, IsAsciiName(stored), asked);
-    });
+    return values_.held.FindSame(
+        HashName(asked), [=](std::u16string_view stored) { return SameName(stored, IsAsciiName(stored), asked); });
 }
 
 HRESULT JSONObject::AddValue(BSTR name, const json::Value& value) {

@@ -52,8 +52,9 @@ constexpr std::u16string_view faultTexts[] = {
     u"Could not determine encoding"sv,
     u"Input buffer is empty or contains invalid UTF8 characters."sv,
     u""sv,
+    u""sv,
 };
-static_assert(std::size(faultTexts) == static_cast<std::size_t>(Fault::Unexplained) + 1);
+static_assert(std::size(faultTexts) == static_cast<std::size_t>(Fault::SourceFailed) + 1);
 
 constexpr std::size_t longestExcerpt = 50;
 /// Where so much text follows, a delimiter and two blocks of units behind it are in it.
@@ -530,9 +531,10 @@ Outcome Scanner::ScanScalar(const char16_t* p) {
         scan_ = end_;
         if (exhausted_) return Fail(Fault::EndOfFile, tokenStart_, scan_);
         if (!Refill()) {
-            const std::int32_t code = failure_.code;
+            const Failure cause = failure_;
             Fail(Fault::ReadChunk, tokenStart_, scan_);
-            failure_.code = code;
+            failure_.cause = cause.fault;
+            failure_.code = cause.code;
             return Outcome::Failed;
         }
         p = tokenStart_ + length;
@@ -569,10 +571,17 @@ bool Scanner::Refill() {
     lines_.Pass({begin_, dropped});
     linesBefore_ = lines_;
     text_.KeepLast(kept);
-    failure_ = source_->Append(text_, exhausted_);
-    const auto length = scan_ - tokenStart_;
-    Use(text_.Begin(), text_.Size());
-    scan_ = begin_ + length;
+    const auto useWhatIsThere = [&] {
+        Use(text_.Begin(), text_.Size());
+        scan_ = begin_ + kept;
+    };
+    try {
+        failure_ = source_->Append(text_, exhausted_);
+    } catch (...) {
+        useWhatIsThere();
+        throw;
+    }
+    useWhatIsThere();
     return failure_.fault == Fault::None;
 }
 

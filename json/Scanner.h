@@ -64,15 +64,16 @@ enum class Fault : std::uint8_t {
     EmptyInput,
     UnknownEncoding,
     BadUtf8,
-    Unexplained  ///< the source's own failure, or none that there is a text for
+    NoCharacter,  ///< nothing behind a byte-order mark; there is no text for it
+    SourceFailed  ///< with a code; there is no text for it
 };
 /// What a message says of a fault; empty for those without a text.
 std::u16string_view TextOf(Fault fault) noexcept;
 
-/// A fault, with the code of the failure where it is somebody else's. The code is handed through unread.
 struct Failure {
     Fault fault = Fault::None;
-    std::int32_t code = 0;
+    std::int32_t code = 0;      ///< what a source failed with, handed through unread
+    Fault cause = Fault::None;  ///< why reading more of a number or word failed
 };
 
 /// Where a scanner gets its text from piece by piece.
@@ -144,6 +145,8 @@ class Scanner {
         const auto text = Text();
         return text.size() < 2 ? std::u16string_view() : text.substr(1, text.size() - 2);
     }
+    /// How much of the text lies in memory up to the current token's end.
+    std::size_t UnitsUpToTokenEnd() const noexcept { return static_cast<std::size_t>(scan_ - begin_); }
     /// Whether a string has escapes.
     bool HasEscapes() const noexcept { return hasEscapes_; }
     /// The value of a token that is a number, a boolean or null, which counts as not-a-number; else 0. Computed when
@@ -162,6 +165,8 @@ class Scanner {
     /// Where the last failure happened; all zero as long as there was none.
     const Position& FailurePosition() const noexcept { return failurePosition_; }
 
+    /// Whether the end was reported: nothing can be read any more.
+    bool IsPastEnd() const noexcept { return pastEnd_; }
     /// Whether the text is all there, and will not move any more.
     bool IsWhole() const noexcept { return exhausted_; }
     /// Where the scanner is in a whole text.

@@ -27,7 +27,7 @@ constinit std::array<std::atomic<Kept*>, 2> kept{};
 
 }  // namespace
 
-void* TakeLargeBlock(std::size_t& size) {
+void* TakeTextMemory(std::size_t& size) {
     if (recycles && size >= smallestKept) {
         for (auto& place : kept) {
             if (!place.load(std::memory_order_relaxed)) continue;
@@ -37,7 +37,7 @@ void* TakeLargeBlock(std::size_t& size) {
                 size = block->size;
                 return block;
             }
-            GiveLargeBlock(block, block->size);
+            GiveTextMemory(block, block->size);
         }
     }
     void* const block = std::malloc(size);
@@ -45,7 +45,7 @@ void* TakeLargeBlock(std::size_t& size) {
     return block;
 }
 
-void GiveLargeBlock(void* block, std::size_t size) noexcept {
+void GiveTextMemory(void* block, std::size_t size) noexcept {
     if (!recycles || size < smallestKept || size > largestKept) return std::free(block);
     auto* given = static_cast<Kept*>(block);
     given->size = size;
@@ -56,7 +56,7 @@ void GiveLargeBlock(void* block, std::size_t size) noexcept {
     std::free(kept.front().exchange(given, std::memory_order_acq_rel));
 }
 
-void CloseLargeBlocks() noexcept {
+void FreeTextMemory() noexcept {
     for (auto& place : kept) std::free(place.exchange(nullptr, std::memory_order_acquire));
 }
 
@@ -68,7 +68,7 @@ void TextBuffer::KeepLast(std::size_t units) noexcept {
 }
 
 void TextBuffer::Free() noexcept {
-    if (units_) GiveLargeBlock(units_, (capacity_ + 1) * sizeof *units_);
+    if (units_) GiveTextMemory(units_, (capacity_ + 1) * sizeof *units_);
     units_ = nullptr;
     size_ = capacity_ = 0;
 }
@@ -79,9 +79,9 @@ void TextBuffer::Grow(std::size_t units, std::size_t most) {
     const std::size_t needed = size_ + units;
     const std::size_t capacity = size_ == 0 ? needed : std::max(needed, std::min(needed + needed / 2, most));
     std::size_t bytes = (capacity + 1) * sizeof *units_;
-    auto* const grown = static_cast<char16_t*>(TakeLargeBlock(bytes));
+    auto* const grown = static_cast<char16_t*>(TakeTextMemory(bytes));
     if (size_ != 0) std::memcpy(grown, units_, size_ * sizeof *units_);
-    if (units_) GiveLargeBlock(units_, (capacity_ + 1) * sizeof *units_);
+    if (units_) GiveTextMemory(units_, (capacity_ + 1) * sizeof *units_);
     units_ = grown;
     capacity_ = bytes / sizeof *units_ - 1;
     units_[size_] = u'\0';

@@ -45,9 +45,9 @@ class TextBuffer {
 /// A block of memory of at least some size. Kept are a few that were given back last; none in debug builds, so that the
 /// heap sees every use after free.
 /// @param size receives how large it is. @throw std::bad_alloc
-void* TakeLargeBlock(std::size_t& size);
-void GiveLargeBlock(void* block, std::size_t size) noexcept;
+void* TakeTextMemory(std::size_t& size);
+void GiveTextMemory(void* block, std::size_t size) noexcept;
 /// Returns what is kept to the heap; for the module's unloading.
-void CloseLargeBlocks() noexcept;
+void FreeTextMemory() noexcept;
 
 }  // namespace json

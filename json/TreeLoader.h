@@ -58,7 +58,8 @@ Loaded LoadTree(Source& source, TreeBuilder& builder, bool named, std::int32_t d
                 loaded = source.TakeScalar(builder, value) ? add(value) : Loaded::SourceFailed;
                 break;
             }
-            default: return Loaded::WrongToken;
+            default:
+                return Loaded::WrongToken;
         }
     }
     return loaded;

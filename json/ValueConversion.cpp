@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <optional>
 
 #include "kvcore/DateText.h"
 #include "xml/XmlValues.h"
@@ -68,7 +69,7 @@ bool IsText(const Value& value, std::u16string_view expected) {
 bool Change(const Value& value, VARTYPE type, LCID locale, USHORT flags, kv::Variant& target) {
     if (IsContainer(value.tag.kind)) return false;
     const Borrowed source(value);
-    return SUCCEEDED(VariantChangeTypeEx(target.Put(), &source.Get(), locale, flags, type));
+    return SUCCEEDED(kv::ChangeType(source.Get(), type, locale, flags, target));
 }
 
 /// A number of a type as the user writes it.
@@ -130,18 +131,42 @@ HRESULT NewValue::Assign(const VARIANT& source) {
     const VARIANT* const referred = kv::Referred(source);
     if (!referred) return E_INVALIDARG;
     switch (referred->vt) {
-        case VT_EMPTY: value_ = Value::Of(Kind::Empty); return S_OK;
-        case VT_NULL: value_ = Value::Of(Kind::Null); return S_OK;
-        case VT_BOOL: value_ = Value::Of(referred->boolVal != VARIANT_FALSE); return S_OK;
-        case VT_I4: value_ = Value::Of(std::int64_t{referred->lVal}, Kind::Int32); return S_OK;
-        case VT_I8: value_ = Value::Of(std::int64_t{referred->llVal}, Kind::Int64); return S_OK;
-        case VT_UI8: value_ = Value::Of(std::int64_t{referred->llVal}, Kind::UInt64); return S_OK;
-        case VT_R4: value_ = Value::Of(Kind::Float); value_.payload.shortNumber = referred->fltVal; return S_OK;
-        case VT_R8: value_ = Value::Of(referred->dblVal, Kind::Double); return S_OK;
-        case VT_DATE: value_ = Value::Of(referred->date, Kind::Date); return S_OK;
-        case VT_BSTR: value_ = OfText(referred->bstrVal); return S_OK;
-        case VT_UNKNOWN: value_ = OfObject(referred->punkVal); return S_OK;
-        default: break;
+        case VT_EMPTY:
+            value_ = Value::Of(Kind::Empty);
+            return S_OK;
+        case VT_NULL:
+            value_ = Value::Of(Kind::Null);
+            return S_OK;
+        case VT_BOOL:
+            value_ = Value::Of(referred->boolVal != VARIANT_FALSE);
+            return S_OK;
+        case VT_I4:
+            value_ = Value::Of(std::int64_t{referred->lVal}, Kind::Int32);
+            return S_OK;
+        case VT_I8:
+            value_ = Value::Of(std::int64_t{referred->llVal}, Kind::Int64);
+            return S_OK;
+        case VT_UI8:
+            value_ = Value::Of(std::int64_t{referred->llVal}, Kind::UInt64);
+            return S_OK;
+        case VT_R4:
+            value_ = Value::Of(Kind::Float);
+            value_.payload.shortNumber = referred->fltVal;
+            return S_OK;
+        case VT_R8:
+            value_ = Value::Of(referred->dblVal, Kind::Double);
+            return S_OK;
+        case VT_DATE:
+            value_ = Value::Of(referred->date, Kind::Date);
+            return S_OK;
+        case VT_BSTR:
+            value_ = OfText(referred->bstrVal);
+            return S_OK;
+        case VT_UNKNOWN:
+            value_ = OfObject(referred->punkVal);
+            return S_OK;
+        default:
+            break;
     }
     auto copy = std::make_unique<kv::Variant>();
     if (HRESULT status = copy->Assign(source); FAILED(status)) return status;
@@ -164,22 +189,40 @@ VARTYPE TypeOf(const Value& value) noexcept {
 HRESULT CopyValue(const Value& value, VARIANT* target) {
     VariantInit(target);
     switch (value.tag.kind) {
-        case Kind::Boolean: target->boolVal = value.payload.flag ? VARIANT_TRUE : VARIANT_FALSE; break;
-        case Kind::Int32: target->lVal = static_cast<LONG>(value.payload.integer); break;
-        case Kind::Int64: target->llVal = value.payload.integer; break;
-        case Kind::UInt64: target->ullVal = value.payload.natural; break;
-        case Kind::Float: target->fltVal = value.payload.shortNumber; break;
-        case Kind::Double: target->dblVal = value.payload.number; break;
-        case Kind::Date: target->date = value.payload.number; break;
+        case Kind::Boolean:
+            target->boolVal = value.payload.flag ? VARIANT_TRUE : VARIANT_FALSE;
+            break;
+        case Kind::Int32:
+            target->lVal = static_cast<LONG>(value.payload.integer);
+            break;
+        case Kind::Int64:
+            target->llVal = value.payload.integer;
+            break;
+        case Kind::UInt64:
+            target->ullVal = value.payload.natural;
+            break;
+        case Kind::Float:
+            target->fltVal = value.payload.shortNumber;
+            break;
+        case Kind::Double:
+            target->dblVal = value.payload.number;
+            break;
+        case Kind::Date:
+            target->date = value.payload.number;
+            break;
         case Kind::NoText:
         case Kind::AsciiText:
-        case Kind::WideText: target->bstrVal = TextOf(value).Detach(); break;
+        case Kind::WideText:
+            target->bstrVal = TextOf(value).Detach();
+            break;
         case Kind::Held:
             target->punkVal = static_cast<IUnknown*>(value.payload.held);
             if (target->punkVal) target->punkVal->AddRef();
             break;
-        case Kind::Other: return static_cast<const kv::Variant*>(value.payload.held)->CopyTo(target);
-        default: break;
+        case Kind::Other:
+            return static_cast<const kv::Variant*>(value.payload.held)->CopyTo(target);
+        default:
+            break;
     }
     target->vt = TypeOf(value);
     return S_OK;
@@ -224,22 +267,31 @@ bool ToFloat(const Value& value, float& target) {
 bool ToText(const Value& value, kv::BString& target) {
     switch (value.tag.kind) {
         case Kind::Empty:
-        case Kind::NoText: target = kv::BString(); return true;
-        case Kind::Null: target = kv::BString(u"null"); return true;
-        case Kind::Boolean: target = kv::BString(value.payload.flag ? u"true" : u"false"); return true;
+        case Kind::NoText:
+            target = kv::BString();
+            return true;
+        case Kind::Null:
+            target = kv::BString(u"null");
+            return true;
+        case Kind::Boolean:
+            target = kv::BString(value.payload.flag ? u"true" : u"false");
+            return true;
         case Kind::AsciiText:
-        case Kind::WideText: target = TextOf(value); return true;
-        default: return ToLocalText(value, LOCALE_USER_DEFAULT, 0, 0, target);
+        case Kind::WideText:
+            target = TextOf(value);
+            return true;
+        default:
+            return ToLocalText(value, LOCALE_USER_DEFAULT, 0, 0, target);
     }
 }
 
 bool ToType(const Value& value, VARTYPE type, kv::Variant& target) {
     if (type == VT_DATE && TypeOf(value) == VT_BSTR) {
-        const double date = xml::DateStringToVariantDate(TextOf(value).View());
-        if (std::isnan(date)) return false;
+        const std::optional<double> date = xml::ReadDate(TextOf(value).View());
+        if (!date) return false;
         VARIANT made{};
         made.vt = VT_DATE;
-        made.date = date;
+        made.date = *date;
         target = kv::Variant::Attach(made);
         return true;
     }

@@ -30,7 +30,7 @@ HRESULT DateText(DATE date, LCID locale, DWORD flags, BString& text) noexcept tr
         source.date = date;
         Variant changed;
         const USHORT changeFlags = flags ? VARIANT_NOUSEROVERRIDE : 0;
-        if (HRESULT status = VariantChangeTypeEx(changed.Put(), &source, locale, changeFlags, VT_BSTR); FAILED(status))
+        if (HRESULT status = ChangeType(source, VT_BSTR, locale, changeFlags, changed); FAILED(status))
             return status;
         text = BString::Attach(changed.Detach().bstrVal);
         return S_OK;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bit>
+#include <compare>
 #include <cstdint>
 
 namespace kv {
@@ -12,6 +13,7 @@ struct IdBits {
     std::uint64_t second = 0;
 
     friend constexpr bool operator==(const IdBits&, const IdBits&) noexcept = default;
+    friend constexpr auto operator<=>(const IdBits&, const IdBits&) noexcept = default;
 };
 
 /// The halves of any 16-byte identifier structure.

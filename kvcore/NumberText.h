@@ -24,6 +24,9 @@ std::optional<double> ReadXmlDouble(std::u16string_view text) noexcept;
 /// The nearest float, rounded once.
 std::optional<float> ReadXmlFloat(std::u16string_view text) noexcept;
 
+/// The nearest double to digits * 10^-decimals. @param decimals 0 to 27
+double MakeDouble(std::uint64_t digits, int decimals, bool isNegative) noexcept;
+
 /// Reads blanks, a sign and digits up to where they end; without digits it is 0. Beyond the range it is the greatest
 /// or the least number.
 std::int64_t ReadInt64(std::u16string_view text) noexcept;

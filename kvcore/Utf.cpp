@@ -211,6 +211,30 @@ char* PutEscaped(char* out, std::u16string_view text) noexcept {
     return Put<EscapedText>(out, text);
 }
 
+char* PutEscapedAscii(char* out, std::string_view text) noexcept {
+    constexpr int block = 16;
+    const char* from = text.data();
+    const char* const end = from + text.size();
+    const auto putOne = [&] {
+        const char byte = *from++;
+        const bool isSame = byte >= 0x20 && byte != '"' && byte != '\\';
+        if (isSame) *out++ = byte;
+        if (!isSame) out = EscapedText::PutOther(out, static_cast<unsigned char>(byte));
+    };
+    while (end - from >= block) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
+        const auto different =
+            static_cast<unsigned>(_mm_movemask_epi8(EscapedText::Differing(bytes))) | 1u << block;  // one at the end
+        const int same = std::countr_zero(different);
+        out += same;
+        from += same;
+        if (same != block) putOne();
+    }
+    while (from != end) putOne();
+    return out;
+}
+
 std::u16string_view TakePiece(std::u16string_view& text, std::size_t most) noexcept {
     std::u16string_view piece = text.substr(0, most);
     if (piece.size() < text.size() && IsHighSurrogate(piece.back()) && IsLowSurrogate(text[piece.size()]))

@@ -3,7 +3,11 @@
 #include "containers/PropertySet.h"
 #include "containers/PropertySetArrays.h"
 #include "containers/PropertySetProperty.h"
+#include "containers/StrArray.h"
 #include "containers/UID.h"
+#include "json/JSONArray.h"
+#include "json/JSONObject.h"
+#include "json/JSONReader.h"
 #include "json/JSONWriter.h"
 #include "server/ClassFactory.h"
 #include "server/MOVAExtendedErrorInfo.h"
@@ -49,6 +53,7 @@ constinit const ClassEntry classTable[] = {
     NewObject<ByteSwapStreamIO>(u"ByteSwapStreamIO"),
     NewObject<VariantStreamIO>(u"VariantStreamIO"),
     NewObject<MOVAExtendedErrorInfo>(u"MOVAExtendedErrorInfo"),
+    NewObject<StrArray>(u"StrArray"),
     NewObject<PropertySetProperty>(u"PropertySetProperty"),
     NewObject<PropertySetPropertyArray>(u"PropertySetPropertyArray"),
     NewObject<PropertySetArray>(u"PropertySetArray"),
@@ -56,6 +61,9 @@ constinit const ClassEntry classTable[] = {
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
     ThreadSingleton<XMLTypeMapper>(u"XMLTypeMapper"),
     NewObject<JSONWriter>(u"JSONWriter"),
+    NewObject<JSONReader>(u"JSONReader"),
+    NewObject<JSONArray>(u"JSONArray"),
+    NewObject<JSONObject>(u"JSONObject"),
     NewObject<CombinedStream>(u"CombinedStream"),
     {},
 };

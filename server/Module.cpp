@@ -77,8 +77,8 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds) {
     if (reason == DLL_PROCESS_DETACH && !processEnds) {
         delete mova::directory.exchange(nullptr);
         kv::CloseBlockPool();
+        json::FreeTextMemory();
         kv::ClosePages();
-        json::CloseLargeBlocks();
     }
     return TRUE;
 }
