@@ -1,7 +1,7 @@
 # The server, its client, and their tests and benchmarks, for Windows.
 include(Widl)
 enable_language(RC)
-mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaJSON movaJSONReader)
+mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaJSON movaJSONReader movaJSONWriter movaXML)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -64,6 +64,7 @@ add_library(
   json/Container.cpp
   json/Emitter.cpp
   json/JSONReader.cpp
+  json/JSONWriter.cpp
   json/LineCounter.cpp
   json/NamePool.cpp
   json/Scanner.cpp
@@ -99,7 +100,9 @@ add_library(
   streams/ObjectCopy.cpp
   streams/ObjectStream.cpp
   streams/ObjectTrace.cpp
-  streams/VariantStreamIO.cpp)
+  streams/VariantStreamIO.cpp
+  xml/XMLTypeMapper.cpp
+  xml/XmlValues.cpp)
 target_link_libraries(mova-server PUBLIC mova-windows)
 add_dependencies(mova-server mova-idl)
 

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "kvcore/NumberText.h"
 #include "kvcore/Utf.h"
 
 namespace json {
@@ -66,7 +65,7 @@ char* Emitter::Separate(std::size_t more) {
     if (!isEmpty_) *out++ = ',';
     if (!isFormatted_) return out;
     bytes_.Append(out);
-    NewLine(open_.Depth());
+    NewLine(open_.Height());
     return bytes_.Room(more);
 }
 
@@ -93,7 +92,7 @@ void Emitter::Start(char bracket, bool isArray) {
 
 Refusal Emitter::End(char bracket, bool isInnermost) {
     if (!isInnermost) return Refusal::Misplaced;
-    if (isFormatted_) NewLine(open_.Depth() - 1);
+    if (isFormatted_) NewLine(open_.Height() - 1);
     bytes_.Append(bracket);
     open_.Pop();
     isEmpty_ = false;
@@ -128,11 +127,6 @@ void Emitter::Raw(std::u16string_view text) {
 
 void Emitter::Token(std::string_view text) {
     bytes_.Append(PutAscii(bytes_.Room(text.size()), text));
-}
-
-template <class Value, class Format>
-void Emitter::Formatted(Value value, Format format) {
-    bytes_.Append(format(bytes_.Room(kv::numberTextSize), value));
 }
 
 void Emitter::Number(double value) {

@@ -4,9 +4,10 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
-#include <vector>
 
+#include "json/BitStack.h"
 #include "json/ByteChain.h"
+#include "kvcore/NumberText.h"
 
 namespace json {
 
@@ -15,37 +16,6 @@ enum class Place : std::uint8_t { Document, EmptyObject, Object, EmptyArray, Arr
 
 /// Why a token was refused; then nothing is written and nothing changed.
 enum class Refusal : std::uint8_t { None, Misplaced, Nameless };
-
-/// Which objects and arrays are open, a bit for each: as deep as memory reaches.
-class OpenContainers {
- public:
-    std::uint64_t Depth() const noexcept { return depth_; }
-    bool IsInArray() const noexcept { return (bits_ & 1) != 0; }
-    /// @throw std::bad_alloc, nothing being changed
-    void Push(bool isArray) {
-        if (depth_ != 0 && depth_ % wordSize == 0) outer_.push_back(bits_);
-        bits_ = bits_ << 1 | static_cast<std::uint64_t>(isArray);
-        ++depth_;
-    }
-    void Pop() noexcept {
-        --depth_;
-        bits_ >>= 1;
-        if (depth_ == 0 || depth_ % wordSize != 0) return;
-        bits_ = outer_.back();
-        outer_.pop_back();
-    }
-    void Clear() noexcept {
-        bits_ = depth_ = 0;
-        outer_.clear();
-    }
-
- private:
-    static constexpr std::uint64_t wordSize = 64;
-
-    std::uint64_t bits_ = 0;  ///< of the innermost containers, the very innermost lowest; set for an array
-    std::uint64_t depth_ = 0;
-    std::vector<std::uint64_t> outer_;
-};
 
 /// Writes JSON text to memory. A value in an object is announced by BeginMember, one in an array by BeginElement, which
 /// write what separates it and its name; the value itself follows, and is not refused. A whole document needs neither.
@@ -61,13 +31,13 @@ class Emitter {
     void Reset() noexcept;
 
     json::Place Place() const noexcept {
-        if (open_.Depth() == 0) return json::Place::Document;
-        if (open_.IsInArray()) return isEmpty_ ? json::Place::EmptyArray : json::Place::Array;
+        if (open_.IsEmpty()) return json::Place::Document;
+        if (open_.Top()) return isEmpty_ ? json::Place::EmptyArray : json::Place::Array;
         return isEmpty_ ? json::Place::EmptyObject : json::Place::Object;
     }
-    std::uint64_t Depth() const noexcept { return open_.Depth(); }
-    bool IsInObject() const noexcept { return open_.Depth() != 0 && !open_.IsInArray(); }
-    bool IsInArray() const noexcept { return open_.Depth() != 0 && open_.IsInArray(); }
+    std::uint64_t Depth() const noexcept { return open_.Height(); }
+    bool IsInObject() const noexcept { return !open_.IsEmpty() && !open_.Top(); }
+    bool IsInArray() const noexcept { return !open_.IsEmpty() && open_.Top(); }
 
     /// Announces a member. Refused outside an object, or without a name.
     [[nodiscard]] Refusal BeginMember(std::u16string_view name);
@@ -92,8 +62,13 @@ class Emitter {
     void Unsigned(std::uint64_t value);
     /// As it stands, the caller answering for it.
     void Raw(std::u16string_view text);
-    /// ASCII as it stands.
+    /// ASCII as it stands, less than ByteChain::mostRoom.
     void Token(std::string_view text);
+    /// What a function writes. @param format char*(char*, Value), which writes at most kv::numberTextSize bytes
+    template <class Value, class Format>
+    void Formatted(const Value& value, Format format) {
+        bytes_.Append(format(bytes_.Room(kv::numberTextSize), value));
+    }
 
     /// What was written so far.
     ByteChain& Bytes() noexcept { return bytes_; }
@@ -112,7 +87,7 @@ class Emitter {
     /// What is needed to undo anything. @throw std::bad_alloc
     struct Snapshot {
         Mark mark;
-        OpenContainers open;
+        BitStack open;
     };
     Snapshot Save() const { return {Here(), open_}; }
     void Restore(Snapshot&& snapshot) noexcept {
@@ -128,11 +103,9 @@ class Emitter {
     /// Writes a text piece by piece. @param put char*(char*, std::u16string_view)
     template <class Put>
     void Pieces(std::u16string_view text, std::size_t unitSize, Put put);
-    template <class Value, class Format>
-    void Formatted(Value value, Format format);
 
     ByteChain bytes_;
-    OpenContainers open_;
+    BitStack open_;         ///< a bit for each open container, set for an array
     bool isEmpty_ = false;  ///< whether the innermost container has nothing in it
     bool isFormatted_ = false;
     std::uint32_t indent_ = 2;

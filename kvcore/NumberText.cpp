@@ -484,6 +484,22 @@ char* FormatFloat(char* out, float value) noexcept {
     return std::to_chars(out, limit, magnitude, std::chars_format::general, 9).ptr;
 }
 
+char* FormatDecimal(char* out, std::uint32_t high, std::uint64_t low, int scale, bool isNegative) noexcept {
+    Wide number = static_cast<Wide>(high) << 64 | low;
+    if (number == 0) isNegative = false;
+    for (; scale > 0 && number % 10 == 0; --scale) number /= 10;
+    std::array<char, numberTextSize> digits;  // from the last one on
+    int count = 0;
+    for (; number != 0 || count <= scale; number /= 10)
+        digits[static_cast<std::size_t>(count++)] = static_cast<char>('0' + static_cast<int>(number % 10));
+    if (isNegative) *out++ = '-';
+    while (count > 0) {
+        if (count == scale) *out++ = '.';
+        *out++ = digits[static_cast<std::size_t>(--count)];
+    }
+    return out;
+}
+
 char* FormatInt64(char* out, std::int64_t value) noexcept {
     const auto number = static_cast<std::uint64_t>(value);
     if (value >= 0) return FormatUInt64(out, number);

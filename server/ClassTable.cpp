@@ -6,6 +6,7 @@
 #include "containers/StrArray.h"
 #include "containers/UID.h"
 #include "json/JSONReader.h"
+#include "json/JSONWriter.h"
 #include "server/ClassFactory.h"
 #include "server/MOVAExtendedErrorInfo.h"
 #include "services/MessageLogger.h"
@@ -19,6 +20,7 @@
 #include "streams/ObjectStream.h"
 #include "streams/UnbufferedFileStream.h"
 #include "streams/VariantStreamIO.h"
+#include "xml/XMLTypeMapper.h"
 
 namespace mova {
 namespace {
@@ -55,6 +57,8 @@ constinit const ClassEntry classTable[] = {
     NewObject<PropertySetArray>(u"PropertySetArray"),
     NewObject<ObjectCopy>(u"ObjectCopy"),
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
+    ThreadSingleton<XMLTypeMapper>(u"XMLTypeMapper"),
+    NewObject<JSONWriter>(u"JSONWriter"),
     NewObject<JSONReader>(u"JSONReader"),
     NewObject<CombinedStream>(u"CombinedStream"),
     {},

@@ -1,0 +1,517 @@
+#include <climits>
+#include <cmath>
+#include <functional>
+#include <limits>
+
+#include "kvcore/SafeArray.h"
+#include "tests/windows/Persistence.h"
+#include "tests/windows/StreamSupport.h"
+
+namespace mova::test {
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+const double nan = std::nan("");
+
+kv::Ptr<IJSONWriter4> NewWriter() {
+    const auto writer = New<IJSONWriter4>(u"JSONWriter");
+    EXPECT_EQ(writer->WriteToMemory(), S_OK);
+    return writer;
+}
+
+/// The bytes that a writer has in memory.
+std::string Written(IJSONWriter4* writer) {
+    kv::Variant bytes;
+    EXPECT_EQ(writer->GetMemoryBuffer(bytes.Put()), S_OK);
+    EXPECT_EQ(bytes.Get().vt, VT_ARRAY | VT_UI1);
+    const auto view = kv::ArrayView::Of(bytes.Get());
+    return view ? std::string(static_cast<const char*>(view->Data()), view->Count()) : std::string();
+}
+movaJSONWriterState StateOf(IJSONWriter4* writer) {
+    auto state = movaJSONWriterDocument;
+    EXPECT_EQ(kv::Ptr<IUnknown>(writer).As<IJSONWriterImpl>()->get_State(&state), S_OK);
+    return state;
+}
+std::string WriterRefusal(std::string_view text) {
+    return Refusal<IJSONWriter>("JSONWriter", text);
+}
+
+using Call = std::function<HRESULT(IJSONWriter4*)>;
+
+/// A value of a type, made of its bytes.
+template <class Content>
+kv::Variant Typed(VARTYPE type, Content content) {
+    VARIANT value{};
+    value.llVal = 0;
+    std::memcpy(&value.llVal, &content, sizeof content);
+    value.vt = type;
+    return kv::Variant::Attach(value);
+}
+kv::Variant Decimal(ULONG high, ULONGLONG low, BYTE scale, BYTE sign) {
+    VARIANT value{};
+    value.decVal.Hi32 = high;
+    value.decVal.Lo64 = low;
+    value.decVal.scale = scale;
+    value.decVal.sign = sign;
+    value.vt = VT_DECIMAL;
+    return kv::Variant::Attach(value);
+}
+
+/// An object of another maker that writes itself as JSON as a test says. Only what the writer calls is there.
+class WritesItself : public Foreign {
+ public:
+    explicit WritesItself(std::function<HRESULT(BSTR, IJSONWriter*)> write) : json_(*this, std::move(write)) {}
+
+ protected:
+    void* Find(REFIID iid) noexcept override { return iid == __uuidof(IJSONArray) ? &json_ : Foreign::Find(iid); }
+
+ private:
+    /// The table of IJSONArray up to ToJSON, the operations before it being none that is called.
+    struct Json {
+        Json(WritesItself& object, std::function<HRESULT(BSTR, IJSONWriter*)> body)
+            : owner(&object), write(std::move(body)) {
+            table = slots.data();
+            slots[0] = reinterpret_cast<void*>(&Query);
+            slots[1] = reinterpret_cast<void*>(&Add);
+            slots[2] = reinterpret_cast<void*>(&Leave);
+            slots[toJsonSlot] = reinterpret_cast<void*>(&ToJson);
+        }
+        static HRESULT STDMETHODCALLTYPE Query(Json* self, const IID* iid, void** found) {
+            return self->owner->QueryInterface(*iid, found);
+        }
+        static ULONG STDMETHODCALLTYPE Add(Json* self) { return self->owner->AddRef(); }
+        static ULONG STDMETHODCALLTYPE Leave(Json* self) { return self->owner->Release(); }
+        static HRESULT STDMETHODCALLTYPE ToJson(Json* self, BSTR name, IJSONWriter* writer) {
+            return self->write(name, writer);
+        }
+        static constexpr std::size_t toJsonSlot = 30;
+
+        void** table = nullptr;  // where an interface has it
+        WritesItself* owner;
+        std::function<HRESULT(BSTR, IJSONWriter*)> write;
+        std::array<void*, toJsonSlot + 1> slots{};
+    };
+
+    Json json_;
+};
+
+}  // namespace
+
+TEST(JSONWriter, WritesEveryKindOfMemberAndElement) {
+    const double half1970 = 25569.5;
+    const auto array = ArrayOf({1, 2});
+    const auto fourtyTwo = Value(42);
+    const struct {
+        Call member, element;
+        std::string_view text;
+    } rows[] = {
+        {[&](auto* w) { return w->WriteVariant(Bstr(u"m"), fourtyTwo.Get()); },
+         [&](auto* w) { return w->WriteVariantElement(fourtyTwo.Get()); }, "42"},
+        {[&](auto* w) { return w->WriteVariant(Bstr(u"m"), array.Get()); },
+         [&](auto* w) { return w->WriteVariantElement(array.Get()); }, "[1,2]"},
+        {[](auto* w) { return w->WriteString(Bstr(u"m"), Bstr(u"a\"\\/\b\x1F\u00E4\u20AC\U0001F600")); },
+         [](auto* w) { return w->WriteStringElement(Bstr(u"a\"\\/\b\x1F\u00E4\u20AC\U0001F600")); },
+         "\"a\\\"\\\\/\\b\\u001f\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\""},
+        {[](auto* w) { return w->WriteString(Bstr(u"m"), nullptr); },
+         [](auto* w) { return w->WriteStringElement(nullptr); }, "\"\""},
+        {[](auto* w) { return w->WriteBoolean(Bstr(u"m"), 1); }, [](auto* w) { return w->WriteBooleanElement(-1); },
+         "true"},
+        {[](auto* w) { return w->WriteBoolean(Bstr(u"m"), 0); }, [](auto* w) { return w->WriteBooleanElement(0); },
+         "false"},
+        {[](auto* w) { return w->WriteByte(Bstr(u"m"), 255); }, [](auto* w) { return w->WriteByteElement(255); },
+         "255"},
+        {[](auto* w) { return w->WriteShort(Bstr(u"m"), SHRT_MIN); },
+         [](auto* w) { return w->WriteShortElement(SHRT_MIN); }, "-32768"},
+        {[](auto* w) { return w->WriteLong(Bstr(u"m"), INT_MIN); },
+         [](auto* w) { return w->WriteLongElement(INT_MIN); }, "-2147483648"},
+        {[](auto* w) { return w->WriteFloat(Bstr(u"m"), 0.1f); }, [](auto* w) { return w->WriteFloatElement(0.1f); },
+         "0.100000001"},
+        {[](auto* w) { return w->WriteFloat(Bstr(u"m"), -static_cast<float>(infinity)); },
+         [](auto* w) { return w->WriteFloatElement(-static_cast<float>(infinity)); }, "-1.7976931348623157e308"},
+        {[](auto* w) { return w->WriteFloat(Bstr(u"m"), static_cast<float>(nan)); },
+         [](auto* w) { return w->WriteFloatElement(static_cast<float>(nan)); }, "\"NaN\""},
+        {[](auto* w) { return w->WriteDouble(Bstr(u"m"), 1e21); }, [](auto* w) { return w->WriteDoubleElement(1e21); },
+         "1e+21"},
+        {[](auto* w) { return w->WriteDouble(Bstr(u"m"), infinity); },
+         [](auto* w) { return w->WriteDoubleElement(infinity); }, "1.7976931348623157e308"},
+        {[](auto* w) { return w->WriteDouble(Bstr(u"m"), nan); }, [](auto* w) { return w->WriteDoubleElement(nan); },
+         "\"NaN\""},
+        {[&](auto* w) { return w->WriteDate(Bstr(u"m"), half1970); },
+         [&](auto* w) { return w->WriteDateElement(half1970); }, "43200000"},
+        {[&](auto* w) { return w->WriteDateText(Bstr(u"m"), half1970); },
+         [&](auto* w) { return w->WriteDateTextElement(half1970); }, "\"1970-01-01T12:00:00Z\""},
+        {[](auto* w) { return w->WriteNull(Bstr(u"m")); }, [](auto* w) { return w->WriteNullElement(); }, "null"},
+        {[](auto* w) { return w->WriteRaw(Bstr(u"m"), Bstr(u"{\"\u00E4\":1}")); },
+         [](auto* w) { return w->WriteRawElement(Bstr(u"{\"\u00E4\":1}")); }, "{\"\xC3\xA4\":1}"},
+        {[](auto* w) { return w->WriteDoubleWithDecimals(Bstr(u"m"), 2.0 / 3, 3); },
+         [](auto* w) { return w->WriteDoubleElementWithDecimals(2.0 / 3, 3); }, "0.667"},
+        {[](auto* w) { return w->WriteDoubleWithDecimals(Bstr(u"m"), 2.0 / 3, 17); },
+         [](auto* w) { return w->WriteDoubleElementWithDecimals(2.0 / 3, -1); }, "0.6666666666666666"},
+        {[](auto* w) { return w->WriteInt64(Bstr(u"m"), LLONG_MIN); },
+         [](auto* w) { return w->WriteInt64Element(LLONG_MIN); }, "-9223372036854775808"},
+        {[](auto* w) { return w->WriteUInt64(Bstr(u"m"), ULLONG_MAX); },
+         [](auto* w) { return w->WriteUInt64Element(ULLONG_MAX); }, "18446744073709551615"},
+        {[](auto* w) { return w->WriteValueText(Bstr(u"m"), Value(1.5).Get()); },
+         [](auto* w) { return w->WriteValueText(nullptr, Value(1.5).Get()); }, "\"1.5\""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        auto writer = NewWriter();
+        ASSERT_EQ(writer->StartObject(nullptr), S_OK);
+        EXPECT_EQ(row.element(writer.Get()), E_INVALIDARG) << "in an object";
+        ASSERT_EQ(row.member(writer.Get()), S_OK);
+        EXPECT_EQ(row.element(writer.Get()), E_INVALIDARG);
+        EXPECT_EQ(TakeErrorInfo(), WriterRefusal("An element can only be written inside an array."));
+        ASSERT_EQ(row.member(writer.Get()), S_OK);
+        ASSERT_EQ(writer->EndObject(), S_OK);
+        EXPECT_EQ(row.member(writer.Get()), E_INVALIDARG) << "at the document's level";
+        EXPECT_EQ(row.element(writer.Get()), E_INVALIDARG);
+        const std::string text(row.text);
+        EXPECT_EQ(Written(writer.Get()), "{\"m\":" + text + ",\"m\":" + text + "}");
+
+        writer = NewWriter();
+        ASSERT_EQ(writer->StartArray(nullptr), S_OK);
+        EXPECT_EQ(row.member(writer.Get()), E_INVALIDARG) << "in an array";
+        ASSERT_EQ(row.element(writer.Get()), S_OK);
+        EXPECT_EQ(row.member(writer.Get()), E_INVALIDARG);
+        EXPECT_EQ(TakeErrorInfo(), WriterRefusal("A member can only be written inside an object."));
+        ASSERT_EQ(row.element(writer.Get()), S_OK);
+        ASSERT_EQ(writer->EndArray(), S_OK);
+        EXPECT_EQ(Written(writer.Get()), "[" + text + "," + text + "]");
+
+        const auto none = New<IJSONWriter4>(u"JSONWriter");
+        for (const Call& call : {row.member, row.element}) EXPECT_EQ(call(none.Get()), E_UNEXPECTED);
+        EXPECT_EQ(TakeErrorInfo(), WriterRefusal("The writer has no output."));
+    }
+}
+
+TEST(JSONWriter, ChecksNamesAndBrackets) {
+    const auto open = [](std::u16string_view containers) {
+        auto writer = NewWriter();
+        for (const char16_t c : containers)
+            EXPECT_EQ(c == u'{'   ? writer->StartObject(nullptr)
+                      : c == u'[' ? writer->StartArray(nullptr)
+                                  : writer->StartObject(Bstr(u"o")),
+                      S_OK);
+        return writer;
+    };
+    const Call objectUnnamed = [](auto* w) { return w->StartObject(nullptr); };
+    const Call objectNamed = [](auto* w) { return w->StartObject(Bstr(u"n")); };
+    const Call objectEmptyName = [](auto* w) { return w->StartObject(Bstr(u"")); };
+    const Call arrayUnnamed = [](auto* w) { return w->StartArray(nullptr); };
+    const Call arrayNamed = [](auto* w) { return w->StartArray(Bstr(u"n")); };
+    const Call endObject = [](auto* w) { return w->EndObject(); };
+    const Call endArray = [](auto* w) { return w->EndArray(); };
+    const Call nullName = [](auto* w) { return w->WriteNull(nullptr); };
+    const Call emptyName = [](auto* w) { return w->WriteNull(Bstr(u"")); };
+    const struct {
+        std::u16string_view containers;
+        Call call;
+        HRESULT status;
+        std::string_view bytes;
+        movaJSONWriterState state;
+    } rows[] = {
+        {u"", objectNamed, E_UNEXPECTED, "", movaJSONWriterDocument},
+        {u"", objectUnnamed, S_OK, "{", movaJSONWriterEmptyObject},
+        {u"", objectEmptyName, S_OK, "{", movaJSONWriterEmptyObject},
+        {u"", endObject, E_UNEXPECTED, "", movaJSONWriterDocument},
+        {u"", endArray, E_UNEXPECTED, "", movaJSONWriterDocument},
+        {u"{", objectUnnamed, E_UNEXPECTED, "{", movaJSONWriterEmptyObject},
+        {u"{", objectEmptyName, E_INVALIDARG, "{", movaJSONWriterEmptyObject},
+        {u"{", arrayUnnamed, E_UNEXPECTED, "{", movaJSONWriterEmptyObject},
+        {u"{", arrayNamed, S_OK, "{\"n\":[", movaJSONWriterEmptyArray},
+        {u"{", endArray, E_UNEXPECTED, "{", movaJSONWriterEmptyObject},
+        {u"{", endObject, S_OK, "{}", movaJSONWriterDocument},
+        {u"{", nullName, E_INVALIDARG, "{", movaJSONWriterEmptyObject},
+        {u"{", emptyName, E_INVALIDARG, "{", movaJSONWriterEmptyObject},
+        {u"{o", endObject, S_OK, "{\"o\":{}", movaJSONWriterObject},
+        {u"[", objectNamed, E_UNEXPECTED, "[", movaJSONWriterEmptyArray},
+        {u"[", arrayNamed, E_UNEXPECTED, "[", movaJSONWriterEmptyArray},
+        {u"[", endObject, E_UNEXPECTED, "[", movaJSONWriterEmptyArray},
+        {u"[{", endObject, S_OK, "[{}", movaJSONWriterArray},
+        {u"[[", endArray, S_OK, "[[]", movaJSONWriterArray},
+    };
+    for (const auto& row : rows) {
+        const auto writer = open(row.containers);
+        LONG depthBefore = -1, depth = -1;
+        const auto inside = writer.As<IJSONWriterImpl>();
+        EXPECT_EQ(inside->get_Depth(&depthBefore), S_OK);
+        EXPECT_EQ(row.call(writer.Get()), row.status) << row.bytes;
+        EXPECT_EQ(Written(writer.Get()), row.bytes);
+        EXPECT_EQ(StateOf(writer.Get()), row.state) << row.bytes;
+        EXPECT_EQ(inside->get_Depth(&depth), S_OK);
+        EXPECT_TRUE(SUCCEEDED(row.status) || depth == depthBefore) << row.bytes;
+        EXPECT_EQ(inside->get_Depth(nullptr), E_POINTER);
+        EXPECT_EQ(inside->get_State(nullptr), E_POINTER);
+    }
+    const auto second = NewWriter();
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(second->StartObject(nullptr), S_OK);
+        EXPECT_EQ(second->EndObject(), S_OK);
+    }
+    EXPECT_EQ(Written(second.Get()), "{}{}") << "nothing separates documents";
+}
+
+TEST(JSONWriter, FormatsLinesAndForgetsTheFormatWhenReset) {
+    const auto writer = NewWriter();
+    EXPECT_EQ(writer->SetIndentLevel(-1), E_INVALIDARG);
+    EXPECT_EQ(TakeErrorInfo(), WriterRefusal("The indent level must not be negative."));
+    EXPECT_EQ(writer->SetFormatted(1), S_OK);
+    ASSERT_EQ(writer->StartObject(nullptr), S_OK);
+    ASSERT_EQ(writer->StartArray(Bstr(u"a")), S_OK);
+    ASSERT_EQ(writer->WriteLongElement(1), S_OK);
+    EXPECT_EQ(writer->SetIndentLevel(4), S_OK);
+    ASSERT_EQ(writer->StartObject(nullptr), S_OK);
+    ASSERT_EQ(writer->EndObject(), S_OK);
+    EXPECT_EQ(Written(writer.Get()), "{\n  \"a\" : [\n    1,\n        {\n        }");
+    EXPECT_EQ(writer->Reset(), S_OK);
+    EXPECT_EQ(StateOf(writer.Get()), movaJSONWriterDocument);
+    ASSERT_EQ(writer->StartArray(nullptr), S_OK);
+    ASSERT_EQ(writer->WriteNullElement(), S_OK);
+    EXPECT_EQ(Written(writer.Get()), "{\n  \"a\" : [\n    1,\n        {\n        }[null");
+    EXPECT_EQ(writer->SetFormatted(VARIANT_TRUE), S_OK);
+    ASSERT_EQ(writer->WriteNullElement(), S_OK);
+    EXPECT_EQ(Written(writer.Get()), "{\n  \"a\" : [\n    1,\n        {\n        }[null,\n  null");
+    EXPECT_EQ(writer->WriteToMemory(), S_OK);
+    EXPECT_EQ(Written(writer.Get()), "");
+    EXPECT_EQ(StateOf(writer.Get()), movaJSONWriterArray) << "what is open stays open";
+}
+
+TEST(JSONWriter, LimitsDecimals) {
+    const auto writer = NewWriter();
+    const auto options = writer.As<ICPPJSONWriterOptions>();
+    SHORT decimals = -7;
+    VARIANT_BOOL active = VARIANT_TRUE;
+    EXPECT_EQ(options->get_MaximumDecimals(&decimals), S_OK);
+    EXPECT_EQ(options->get_MaximumDecimalsActive(&active), S_OK);
+    EXPECT_EQ(decimals, 0);
+    EXPECT_EQ(active, VARIANT_FALSE);
+    EXPECT_EQ(options->get_MaximumDecimals(nullptr), E_POINTER);
+    EXPECT_EQ(options->get_MaximumDecimalsActive(nullptr), E_POINTER);
+    EXPECT_EQ(options->put_MaximumDecimals(-1), E_INVALIDARG);
+    EXPECT_EQ(TakeErrorInfo(),
+              Refusal<ICPPJSONWriterOptions>("JSONWriter", "The maximum of decimals must not be negative."));
+    ASSERT_EQ(writer->StartArray(nullptr), S_OK);
+    const auto write = [&] { EXPECT_EQ(writer->WriteDoubleElement(12.3456), S_OK); };
+    write();
+    EXPECT_EQ(options->put_MaximumDecimals(2), S_OK);
+    write();
+    EXPECT_EQ(writer->WriteDoubleElementWithDecimals(12.3456, 3), S_OK);
+    EXPECT_EQ(writer->WriteDoubleElementWithDecimals(12.3456, 17), S_OK);
+    EXPECT_EQ(writer->WriteVariantElement(Value(12.3456).Get()), S_OK);
+    EXPECT_EQ(options->put_MaximumDecimalsActive(VARIANT_FALSE), S_OK);
+    write();
+    EXPECT_EQ(options->put_MaximumDecimalsActive(1), S_OK);
+    EXPECT_EQ(options->get_MaximumDecimalsActive(&active), S_OK);
+    EXPECT_EQ(active, VARIANT_TRUE);
+    EXPECT_EQ(writer->Reset(), S_OK);
+    ASSERT_EQ(writer->StartArray(nullptr), S_OK);
+    write();
+    EXPECT_EQ(options->put_MaximumDecimals(17), S_OK);
+    write();
+    EXPECT_EQ(Written(writer.Get()), "[12.3456,12.35,12.346,12.35,12.35,12.3456[12.35,12.3456");
+}
+
+TEST(JSONWriter, WritesToAStreamAtOnce) {
+    const auto writer = New<IJSONWriter4>(u"JSONWriter");
+    EXPECT_EQ(writer->WriteToStream(nullptr), E_POINTER);
+    EXPECT_EQ(writer->StartObject(nullptr), E_UNEXPECTED);
+    EXPECT_EQ(writer->EndArray(), E_UNEXPECTED);
+    kv::Ptr<IStream> answered;
+    EXPECT_EQ(writer->GetStream(answered.Put()), S_OK);
+    EXPECT_FALSE(answered);
+    EXPECT_EQ(writer->GetStream(nullptr), E_POINTER);
+
+    const auto stream = MemoryStream("before ");
+    ASSERT_EQ(SeekTo(stream.Get(), 7), S_OK);
+    ASSERT_EQ(writer->WriteToStream(stream.Get()), S_OK);
+    EXPECT_EQ(writer->GetStream(answered.Put()), S_OK);
+    EXPECT_EQ(answered.Get(), stream.Get());
+    ASSERT_EQ(writer->StartObject(nullptr), S_OK);
+    EXPECT_EQ(SizeOf(stream.Get()), 8u);
+    const std::u16string text(100'000, u'\u20AC');
+    ASSERT_EQ(writer->WriteString(Bstr(u"long"), Bstr(text)), S_OK);
+    EXPECT_EQ(writer->WriteNull(nullptr), E_INVALIDARG);
+    ASSERT_EQ(writer->EndObject(), S_OK);
+    EXPECT_EQ(ContentOf(stream.Get()), "before {\"long\":\"" + kv::Utf8(text) + "\"}");
+    kv::Variant bytes;
+    kv::BString none;
+    EXPECT_EQ(writer->GetMemoryBuffer(bytes.Put()), S_OK);
+    EXPECT_EQ(bytes.Get().vt, VT_EMPTY);
+    EXPECT_EQ(writer->GetText(none.Put()), S_OK);
+    EXPECT_EQ(none.Get(), nullptr);
+    EXPECT_EQ(writer->GetMemoryBuffer(nullptr), E_POINTER);
+    EXPECT_EQ(writer->GetText(nullptr), E_POINTER);
+
+    Trickle trickle;
+    ASSERT_EQ(writer->WriteToStream(&trickle), S_OK);
+    ASSERT_EQ(writer->StartArray(nullptr), S_OK);
+    trickle.callsLeft = 1;
+    EXPECT_EQ(writer->WriteStringElement(Bstr(u"abcdef")), STG_E_MEDIUMFULL);
+    EXPECT_EQ(std::string(trickle.bytes.begin(), trickle.bytes.end()), "[\"ab");
+    trickle.callsLeft = -1;
+    const auto array = ArrayOf({1, 2});
+    const int calls = trickle.calls;
+    EXPECT_EQ(writer->WriteVariantElement(array.Get()), S_OK);
+    EXPECT_EQ(trickle.calls, calls + 2) << "six bytes, all in one write of the writer's";
+    ASSERT_EQ(writer->WriteToMemory(), S_OK);
+    EXPECT_EQ(writer->GetStream(answered.Put()), S_OK);
+    EXPECT_FALSE(answered);
+}
+
+TEST(JSONWriter, GivesBackWhatIsInMemoryAsText) {
+    const auto writer = NewWriter();
+    kv::BString text;
+    EXPECT_EQ(writer->GetText(text.Put()), S_OK);
+    EXPECT_EQ(text.View(), u"");
+    ASSERT_EQ(writer->StartArray(nullptr), S_OK);
+    std::u16string expected = u"[";
+    for (int i = 0; i < 20'000; ++i) {
+        const std::u16string_view element = i % 3 == 0 ? u"\U0001F600\u00E4" : u"plain text";
+        ASSERT_EQ(writer->WriteStringElement(Bstr(element)), S_OK);
+        if (i != 0) expected += u',';
+        expected += u'"' + std::u16string(element) + u'"';
+    }
+    EXPECT_EQ(writer->GetText(text.Put()), S_OK);
+    EXPECT_TRUE(text.View() == expected);
+    EXPECT_EQ(Written(writer.Get()), kv::Utf8(expected));
+}
+
+TEST(JSONWriter, WritesEveryVariantItCan) {
+    LONG number = 7;
+    VARIANT reference{};
+    reference.vt = VT_BYREF | VT_I4;
+    reference.plVal = &number;
+    auto matrix = Array(VT_I4, {{2, 0}, {3, -5}});
+    auto* elements = static_cast<LONG*>(matrix.Get().parray->pvData);
+    for (LONG i = 0; i < 6; ++i) elements[i] = i;  // the first index moves fastest
+    const auto text = Value(u"t\n");
+    const auto texts = ArrayOf({u"a", u"b"});
+    const auto bytes = Array(VT_UI1, {{2, 0}});
+    const auto none = Array(VT_R8, {{0, 0}});
+    const struct {
+        VARIANT value;
+        std::string_view json, quoted;
+    } rows[] = {
+        {VARIANT{}, "null", "null"},
+        {Typed(VT_NULL, 0).Get(), "null", "null"},
+        {Typed(VT_I1, '\x80').Get(), "-128", "\"-128\""},
+        {Typed(VT_UI1, '\x80').Get(), "128", "\"128\""},
+        {Typed(VT_I2, SHORT{-2}).Get(), "-2", "\"-2\""},
+        {Typed(VT_UI2, SHORT{-2}).Get(), "65534", "\"65534\""},
+        {Typed(VT_I4, -2).Get(), "-2", "\"-2\""},
+        {Typed(VT_INT, -2).Get(), "-2", "\"-2\""},
+        {Typed(VT_UI4, -2).Get(), "4294967294", "\"4294967294\""},
+        {Typed(VT_UINT, -2).Get(), "4294967294", "\"4294967294\""},
+        {Typed(VT_I8, LLONG_MIN).Get(), "-9223372036854775808", "\"-9223372036854775808\""},
+        {Typed(VT_UI8, LONGLONG{-1}).Get(), "18446744073709551615", "\"18446744073709551615\""},
+        {Typed(VT_R4, 0.1f).Get(), "0.100000001", "\"0.100000001\""},
+        {Value(-0.1).Get(), "-0.1", "\"-0.1\""},
+        {Value(infinity).Get(), "1.7976931348623157e308", "\"INF\""},
+        {Value(nan).Get(), "\"NaN\"", "\"NaN\""},
+        {Typed(VT_BOOL, SHORT{1}).Get(), "true", "\"true\""},
+        {Typed(VT_BOOL, SHORT{0}).Get(), "false", "\"false\""},
+        {Typed(VT_DATE, 25569.25).Get(), "21600000", "\"1970-01-01T06:00:00Z\""},
+        {Typed(VT_CY, LONGLONG{-123'4500}).Get(), "-123.45", "\"-123.45\""},
+        {Typed(VT_CY, LLONG_MIN).Get(), "-922337203685477.5808", "\"-922337203685477.5808\""},
+        {Decimal(0xFFFF'FFFF, ULLONG_MAX, 0, 0).Get(), "79228162514264337593543950335",
+         "\"79228162514264337593543950335\""},
+        {Decimal(0, 1, 28, DECIMAL_NEG).Get(), "-0.0000000000000000000000000001",
+         "\"-0.0000000000000000000000000001\""},
+        {Decimal(0, 1500, 3, 0).Get(), "1.5", "\"1.5\""},
+        {Decimal(0, 0, 3, DECIMAL_NEG).Get(), "0", "\"0\""},
+        {text.Get(), "\"t\\n\"", "\"t\\n\""},
+        {reference, "7", "\"7\""},
+        {Typed(VT_UNKNOWN, LONGLONG{0}).Get(), "null", ""},
+        {matrix.Get(), "[[0,2,4],[1,3,5]]", ""},
+        {texts.Get(), "[\"a\",\"b\"]", ""},
+        {bytes.Get(), "[0,0]", ""},
+        {none.Get(), "[]", ""},
+        {Typed(VT_ERROR, DISP_E_PARAMNOTFOUND).Get(), "", ""},
+        {Typed(VT_ARRAY | VT_I4, LONGLONG{0}).Get(), "", ""},
+        {Typed(VT_BYREF | VT_I4, LONGLONG{0}).Get(), "", ""},
+        {Typed(VT_RECORD, LONGLONG{0}).Get(), "", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.value.vt << " " << row.json);
+        const auto writer = NewWriter();
+        ASSERT_EQ(writer->StartArray(nullptr), S_OK);
+        EXPECT_EQ(writer->WriteVariantElement(row.value), row.json.empty() ? E_INVALIDARG : S_OK);
+        EXPECT_EQ(Written(writer.Get()), "[" + std::string(row.json));
+        ASSERT_EQ(writer->StartObject(nullptr), S_OK);
+        const std::string before = Written(writer.Get());
+        EXPECT_EQ(writer->WriteValueText(Bstr(u"v"), row.value), row.quoted.empty() ? E_INVALIDARG : S_OK);
+        EXPECT_EQ(Written(writer.Get()), before + (row.quoted.empty() ? "" : "\"v\":" + std::string(row.quoted)));
+        EXPECT_EQ(writer->WriteValueText(nullptr, row.value), E_INVALIDARG);
+    }
+    const auto writer = NewWriter();
+    ASSERT_EQ(writer->StartArray(nullptr), S_OK);
+    EXPECT_EQ(writer->WriteDateTextElement(1e9), E_INVALIDARG);
+    EXPECT_EQ(TakeErrorInfo(), WriterRefusal("The date is outside the years 100 to 9999."));
+    EXPECT_EQ(writer->WriteVariantElement(Typed(VT_ERROR, 0).Get()), E_INVALIDARG);
+    EXPECT_EQ(TakeErrorInfo(), WriterRefusal("A value of this type cannot be written as JSON."));
+    EXPECT_EQ(writer->WriteVariantElement(Nested(500).Get()), S_OK);
+    EXPECT_EQ(writer->WriteVariantElement(Nested(502).Get()), E_FAIL);
+    EXPECT_EQ(TakeErrorInfo(), WriterRefusal("The value has too many levels."));
+}
+
+TEST(JSONWriter, LetsObjectsWriteThemselvesOrNothingAtAll) {
+    const auto make = [](std::function<HRESULT(BSTR, IJSONWriter*)> write) {
+        return kv::Ptr<IUnknown>::Attach(new WritesItself(std::move(write)));
+    };
+    const auto sound = make([](BSTR name, IJSONWriter* writer) {
+        EXPECT_EQ(writer->WriteToMemory(), E_UNEXPECTED);
+        EXPECT_EQ(writer->Reset(), E_UNEXPECTED);
+        EXPECT_EQ(writer->StartArray(name), S_OK);
+        EXPECT_EQ(writer->WriteLongElement(1), S_OK);
+        return writer->EndArray();
+    });
+    const auto failing = make([](BSTR name, IJSONWriter* writer) {
+        for (int i = 0; i < 100; ++i) EXPECT_EQ(writer->StartArray(i == 0 ? name : nullptr), S_OK);
+        return HRESULT{DISP_E_EXCEPTION};
+    });
+    const auto closing = make([](BSTR, IJSONWriter* writer) { return writer->EndArray(); });
+    const auto openEnded = make([](BSTR name, IJSONWriter* writer) { return writer->StartObject(name); });
+    kv::Ptr<IUnknown> circular =
+        make([&](BSTR, IJSONWriter* writer) { return writer->WriteVariantElement(Value(circular.Get()).Get()); });
+    const auto stranger = NewWriter();
+    const struct {
+        IUnknown* object;
+        HRESULT status;
+    } rows[] = {{sound.Get(), S_OK},           {failing.Get(), DISP_E_EXCEPTION},
+                {closing.Get(), E_UNEXPECTED}, {openEnded.Get(), E_UNEXPECTED},
+                {circular.Get(), E_FAIL},      {stranger.Get(), E_INVALIDARG}};
+    for (const bool toStream : {false, true}) {
+        const auto writer = NewWriter();
+        const auto stream = MemoryStream({});
+        ASSERT_EQ(toStream ? writer->WriteToStream(stream.Get()) : writer->WriteToMemory(), S_OK);
+        ASSERT_EQ(writer->StartArray(nullptr), S_OK);
+        for (const auto& row : rows) {
+            auto list = ArrayOf({5, 6});
+            auto* elements = static_cast<VARIANT*>(list.Get().parray->pvData);
+            elements[1] = Value(row.object).Detach();
+            EXPECT_EQ(writer->WriteVariantElement(list.Get()), row.status) << &row - rows;
+            EXPECT_EQ(StateOf(writer.Get()), movaJSONWriterArray);
+        }
+        EXPECT_EQ(toStream ? ContentOf(stream.Get()) : Written(writer.Get()), "[[5,[1]]");
+        ASSERT_EQ(writer->StartObject(nullptr), S_OK);
+        EXPECT_EQ(writer->WriteVariant(nullptr, Value(sound.Get()).Get()), E_INVALIDARG);
+        EXPECT_EQ(writer->WriteVariantElement(Value(sound.Get()).Get()), E_INVALIDARG);
+        EXPECT_EQ(writer->WriteVariant(Bstr(u"s"), Value(sound.Get()).Get()), S_OK);
+        EXPECT_EQ(toStream ? ContentOf(stream.Get()) : Written(writer.Get()), "[[5,[1]],{\"s\":[1]");
+    }
+}
+
+TEST(JSONWriter, WritesTheSameInEveryLocale) {
+    const LCID user = GetThreadLocale();
+    SetThreadLocale(MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), 0));
+    const auto writer = NewWriter();
+    EXPECT_EQ(writer->StartArray(nullptr), S_OK);
+    EXPECT_EQ(writer->WriteDoubleElement(1234.5), S_OK);
+    EXPECT_EQ(writer->WriteFloatElement(1234.5f), S_OK);
+    EXPECT_EQ(writer->WriteVariantElement(Typed(VT_CY, LONGLONG{12'5000}).Get()), S_OK);
+    EXPECT_EQ(Written(writer.Get()), "[1234.5,1234.5,12.5");
+    SetThreadLocale(user);
+}
+
+}  // namespace mova::test
