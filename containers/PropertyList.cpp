@@ -8,9 +8,7 @@ namespace {
 
 /// Whether a property has a name: how the two are compared follows from the property's name alone.
 auto Named(std::u16string_view name) noexcept {
-    return [=](const NamedProperty& property) noexcept {
-        return SameName(property.Text(), property.ascii, name);
-    };
+    return [=](const NamedProperty& property) noexcept { return SameName(property.Text(), property.ascii, name); };
 }
 
 }  // namespace

@@ -29,9 +29,7 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
 
     explicit JSONBase(IUnknown* outer) noexcept : Base(outer), values_(sizeof...(Name) == 1) {}
 
-    STDMETHODIMP FromJSONString(BSTR text) noexcept override try {
-        return values_.LoadText(text);
-    } catch (...) {
+    STDMETHODIMP FromJSONString(BSTR text) noexcept override try { return values_.LoadText(text); } catch (...) {
         return CaughtStatus();
     }
     STDMETHODIMP ParseJSON(IJSONReader* reader) noexcept override { return ParseJSONAtDepth(reader, 0); }
@@ -42,7 +40,9 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
         return CaughtStatus();
     }
 
-    STDMETHODIMP get_CaseSensitive(VARIANT_BOOL* flag) noexcept override { return GetFlag(values_.caseSensitive, flag); }
+    STDMETHODIMP get_CaseSensitive(VARIANT_BOOL* flag) noexcept override {
+        return GetFlag(values_.caseSensitive, flag);
+    }
     STDMETHODIMP put_CaseSensitive(VARIANT_BOOL flag) noexcept override {
         values_.caseSensitive = flag == VARIANT_TRUE;
         return S_OK;
@@ -187,9 +187,7 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
     } catch (...) {
         return CaughtStatus();
     }
-    STDMETHODIMP AddNull(Name... name) noexcept override {
-        return Add(name..., json::Value::Of(json::Kind::Empty));
-    }
+    STDMETHODIMP AddNull(Name... name) noexcept override { return Add(name..., json::Value::Of(json::Kind::Empty)); }
     STDMETHODIMP AddVariant(Name... name, VARIANT value) noexcept override try {
         NewValue added;
         if (HRESULT status = added.Assign(value); FAILED(status)) return Base::Refuse(status);

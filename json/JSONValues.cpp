@@ -105,17 +105,37 @@ class EmitterSink {
         if (value.tag.kind == Kind::Other) return PutForeign(name, {});
         if (HRESULT status = Begin(name); FAILED(status)) return status;
         switch (value.tag.kind) {
-            case Kind::Boolean: emitter_.Boolean(value.payload.flag); break;
+            case Kind::Boolean:
+                emitter_.Boolean(value.payload.flag);
+                break;
             case Kind::Int32:
-            case Kind::Int64: emitter_.Integer(value.payload.integer); break;
-            case Kind::UInt64: emitter_.Unsigned(value.payload.natural); break;
-            case Kind::Float: emitter_.Number(value.payload.shortNumber); break;
-            case Kind::Double: PutNumber(value.payload.number, DecimalsFor(value, maximumDecimals_)); break;
-            case Kind::Date: PutNumber(kv::ToJsTime(value.payload.number), -1); break;
-            case Kind::NoText: emitter_.Text({}); break;
-            case Kind::AsciiText: emitter_.AsciiText(value.payload.text->Ascii()); break;
-            case Kind::WideText: emitter_.Text(value.payload.text->Wide()); break;
-            default: emitter_.Null(); break;
+            case Kind::Int64:
+                emitter_.Integer(value.payload.integer);
+                break;
+            case Kind::UInt64:
+                emitter_.Unsigned(value.payload.natural);
+                break;
+            case Kind::Float:
+                emitter_.Number(value.payload.shortNumber);
+                break;
+            case Kind::Double:
+                PutNumber(value.payload.number, DecimalsFor(value, maximumDecimals_));
+                break;
+            case Kind::Date:
+                PutNumber(kv::ToJsTime(value.payload.number), -1);
+                break;
+            case Kind::NoText:
+                emitter_.Text({});
+                break;
+            case Kind::AsciiText:
+                emitter_.AsciiText(value.payload.text->Ascii());
+                break;
+            case Kind::WideText:
+                emitter_.Text(value.payload.text->Wide());
+                break;
+            default:
+                emitter_.Null();
+                break;
         }
         return S_OK;
     }
@@ -260,10 +280,14 @@ HRESULT JSONValues::LoadFrom(Source& source, LONG depth, Failure failure) {
     const json::Loaded loaded = json::LoadTree(source, builder, isObject, depth);
     if (json::Entries* const entries = builder.Finish()) held.Adopt(std::move(arena), entries);
     switch (loaded) {
-        case json::Loaded::All: return S_OK;
-        case json::Loaded::SourceFailed: return failure();
-        case json::Loaded::WrongToken: return Refuse(E_UNEXPECTED);
-        default: return Refuse(E_FAIL);
+        case json::Loaded::All:
+            return S_OK;
+        case json::Loaded::SourceFailed:
+            return failure();
+        case json::Loaded::WrongToken:
+            return Refuse(E_UNEXPECTED);
+        default:
+            return Refuse(E_FAIL);
     }
 }
 
@@ -302,7 +326,8 @@ HRESULT JSONValues::WriteText(IPropertySet* options, IUnknown* keeper, BSTR* tex
     if (read.maximumDecimals >= 0) emitter.SetMaximumDecimals(static_cast<std::uint32_t>(read.maximumDecimals));
     EmitterSink sink(emitter, read.maximumDecimals);
     const HRESULT status = TreeWriter(sink).Write(nullptr, *this, keeper);
-    if (sink.MetForeign()) return WriteTextThroughWriter(read.formatted, read.indent, read.maximumDecimals, keeper, text);
+    if (sink.MetForeign())
+        return WriteTextThroughWriter(read.formatted, read.indent, read.maximumDecimals, keeper, text);
     if (FAILED(status)) return Refuse(status);
     const json::ByteChain& bytes = emitter.Bytes();
     const std::size_t length = bytes.Utf16Length();
@@ -319,7 +344,8 @@ HRESULT JSONValues::WriteTextThroughWriter(bool formatted, LONG indent, LONG max
     if (HRESULT status = writer->WriteToMemory(); FAILED(status)) return status;
     writer->SetFormatted(formatted ? VARIANT_TRUE : VARIANT_FALSE);
     if (indent >= 0) writer->SetIndentLevel(indent);
-    if (maximumDecimals >= 0) writer.As<ICPPJSONWriterOptions>()->put_MaximumDecimals(static_cast<SHORT>(maximumDecimals));
+    if (maximumDecimals >= 0)
+        writer.As<ICPPJSONWriterOptions>()->put_MaximumDecimals(static_cast<SHORT>(maximumDecimals));
     if (HRESULT status = Write(nullptr, writer.Get(), keeper); FAILED(status)) return status;
     return writer->GetText(text);
 }

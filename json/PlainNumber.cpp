@@ -60,8 +60,8 @@ bool TakeApart(std::u16string_view text, PlainNumber& number) noexcept {
     const __m128i above = _mm_cmpeq_epi8(_mm_max_epu8(digits, _mm_set1_epi8(10)), digits);
     if (_mm_movemask_epi8(above) != 0) return false;
     const __m128i zero = _mm_setzero_si128();
-    std::uint64_t value = FourByFour(_mm_unpacklo_epi8(digits, zero)) * 100'000'000 +
-                          FourByFour(_mm_unpackhi_epi8(digits, zero));
+    std::uint64_t value =
+        FourByFour(_mm_unpacklo_epi8(digits, zero)) * 100'000'000 + FourByFour(_mm_unpackhi_epi8(digits, zero));
     if (length > width) {  // the few digits in front of what was in sight
         std::uint64_t front = 0;
         for (int i = isNegative ? 1 : 0; i < length - width; ++i) {

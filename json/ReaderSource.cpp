@@ -25,17 +25,31 @@ bool ReaderSource::TakeScalar(json::TreeBuilder& builder, json::Value& value) {
     const VARIANT& given = read.Get();
     switch (given.vt) {
         case VT_EMPTY:
-        case VT_NULL: return true;
-        case VT_BSTR: value = builder.CopyText(kv::View(given.bstrVal)); return true;
-        case VT_BOOL: value = json::Value::Of(given.boolVal != VARIANT_FALSE); return true;
-        case VT_I4: value = json::Value::Of(std::int64_t{given.lVal}, json::Kind::Int32); return true;
-        case VT_I8: value = json::Value::Of(std::int64_t{given.llVal}, json::Kind::Int64); return true;
-        case VT_UI8: value = json::Value::Of(std::int64_t{given.llVal}, json::Kind::UInt64); return true;
+        case VT_NULL:
+            return true;
+        case VT_BSTR:
+            value = builder.CopyText(kv::View(given.bstrVal));
+            return true;
+        case VT_BOOL:
+            value = json::Value::Of(given.boolVal != VARIANT_FALSE);
+            return true;
+        case VT_I4:
+            value = json::Value::Of(std::int64_t{given.lVal}, json::Kind::Int32);
+            return true;
+        case VT_I8:
+            value = json::Value::Of(std::int64_t{given.llVal}, json::Kind::Int64);
+            return true;
+        case VT_UI8:
+            value = json::Value::Of(std::int64_t{given.llVal}, json::Kind::UInt64);
+            return true;
         case VT_R8:
             value = json::Value::Of(given.dblVal, json::Kind::Double, json::TaggedDecimals(decimals));
             return true;
-        case VT_DATE: value = json::Value::Of(given.date, json::Kind::Date); return true;
-        default: return Went(E_UNEXPECTED);  // nothing that a reader makes of a scalar
+        case VT_DATE:
+            value = json::Value::Of(given.date, json::Kind::Date);
+            return true;
+        default:
+            return Went(E_UNEXPECTED);  // nothing that a reader makes of a scalar
     }
 }
 

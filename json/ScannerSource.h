@@ -23,10 +23,17 @@ class ScannerSource {
     }
     bool TakeScalar(TreeBuilder& builder, Value& value) {
         switch (scanner_.token()) {
-            case Token::String: value = builder.CopyText(Unescaped(scanner_.Between())); break;
-            case Token::Number: value = Number(); break;
-            case Token::Boolean: value = Value::Of(scanner_.Int64() != 0); break;
-            default: break;  // null is the empty value
+            case Token::String:
+                value = builder.CopyText(Unescaped(scanner_.Between()));
+                break;
+            case Token::Number:
+                value = Number();
+                break;
+            case Token::Boolean:
+                value = Value::Of(scanner_.Int64() != 0);
+                break;
+            default:
+                break;  // null is the empty value
         }
         return Advance();
     }

@@ -23,12 +23,12 @@ class TreeWriter {
     }
 
  private:
-    /// A container that is being written. What the sink calls may change it meanwhile, so it is looked at anew for every
-    /// value.
+    /// A container that is being written. What the sink calls may change it meanwhile, so it is looked at anew for
+    /// every value.
     struct Level {
-        kv::Ptr<IUnknown> keeper;      ///< of a component
-        JSONValues* values;            ///< the component's
-        json::ArenaPtr arena;          ///< where the entries of any other lie
+        kv::Ptr<IUnknown> keeper;  ///< of a component
+        JSONValues* values;        ///< the component's
+        json::ArenaPtr arena;      ///< where the entries of any other lie
         const json::Entries* entries;
         bool isObject;
         std::uint32_t next;
@@ -62,8 +62,12 @@ class TreeWriter {
         const std::u16string_view* const name = top.isObject ? &text : nullptr;
         if (IsContainer(value.tag.kind)) {
             const bool isObject = value.tag.kind == json::Kind::Object;
-            return Open(name, {{}, nullptr, top.values ? top.values->held.SharedArena() : top.arena,
-                               value.payload.entries, isObject, 0});
+            return Open(name, {{},
+                               nullptr,
+                               top.values ? top.values->held.SharedArena() : top.arena,
+                               value.payload.entries,
+                               isObject,
+                               0});
         }
         if (value.tag.kind != json::Kind::Held || !value.payload.held) return sink_.Put(name, value);
         return PutObject(name, kv::Ptr<IUnknown>(static_cast<IUnknown*>(value.payload.held)), top);

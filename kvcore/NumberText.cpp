@@ -445,11 +445,9 @@ std::uint64_t ReadUInt64(std::u16string_view text) noexcept {
 }
 
 char* FormatShortest(char* out, double value) noexcept {
+    const bool isNegative = std::signbit(value);
     if (!BeginNumber(out, value)) return out;
-    if (value == 0) {
-        *out = '0';
-        return out + 1;
-    }
+    if (value == 0) return PutText(out, isNegative ? "0.0" : "0");
     if (value < leastFixed || value >= leastWithExponent) return PutByLibrary(out, value);
     // Fifteen digits: no two such numbers read as the same double, so where they do as this one they are the fewest.
     const int exponent = DecimalExponent(value);

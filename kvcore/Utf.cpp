@@ -216,10 +216,13 @@ char* PutEscapedAscii(char* out, std::string_view text) noexcept {
     const char* from = text.data();
     const char* const end = from + text.size();
     const auto putOne = [&] {
-        const char byte = *from++;
-        const bool isSame = byte >= 0x20 && byte != '"' && byte != '\\';
-        if (isSame) *out++ = byte;
-        if (!isSame) out = EscapedText::PutOther(out, static_cast<unsigned char>(byte));
+        const auto unit = static_cast<char16_t>(*from);
+        if (EscapedText::IsEscaped(unit)) {
+            out = EscapedText::PutEscape(out, unit);
+        } else {
+            *out++ = *from;
+        }
+        ++from;
     };
     while (end - from >= block) {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));

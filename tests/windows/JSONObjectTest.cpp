@@ -69,8 +69,8 @@ TEST(JSONObject, WhatIsLoadedIsWrittenAsItWas) {
         std::string_view written;  ///< empty for the same
     } rows[] = {
         {u"{}", ""},
-        {u"{\"a\":1,\"b\":[1,2.50,-0.0,\"x\",[],{}],\"c\":{\"d\":null,\"e\":true,\"f\":false}}",
-         "{\"a\":1,\"b\":[1,2.5,-0,\"x\",[],{}],\"c\":{\"d\":null,\"e\":true,\"f\":false}}"},
+        {u"{\"a\":1,\"b\":[1,2.50,-0.0,-0.0e0,\"x\",[],{}],\"c\":{\"d\":null,\"e\":true,\"f\":false}}",
+         "{\"a\":1,\"b\":[1,2.5,-0.0,-0.0,\"x\",[],{}],\"c\":{\"d\":null,\"e\":true,\"f\":false}}"},
         {u" { \"a\" : 1 } ", "{\"a\":1}"},
         {u"{\"a\":9223372036854775807,\"b\":-9223372036854775808,\"c\":2147483648}", ""},
         {u"{\"a\":0.1,\"b\":1.7976931348623157e308,\"c\":5e-324,\"d\":123456789.123456789}",
@@ -95,8 +95,8 @@ TEST(JSONObject, TextsThatAreRefused) {
         {u"[1]", E_UNEXPECTED, "{}"},
         {u"{\"a\":1,\"b\":[1,2}", E_UNEXPECTED, "{\"a\":1}"},
         {u"{\"a\":[{}}}", E_UNEXPECTED, "{}"},
-        {u"{\"a\":1,\"b\"", E_UNEXPECTED, "{\"a\":1}"},
-        {u"{\"a\":1,", E_UNEXPECTED, "{\"a\":1}"},
+        {u"{\"a\":1,\"b\"", E_UNEXPECTED, "{}"},
+        {u"{\"a\":1,", E_UNEXPECTED, "{}"},
         {u"{\"a\":[1", E_UNEXPECTED, "{}"},
         {u"{\"\":1}", E_UNEXPECTED, "{}"},
         {u"{\"a\":1,\"a\":2}", E_FAIL, "{\"a\":1}"},
@@ -125,7 +125,9 @@ TEST(JSONObject, FiveHundredAndOneContainersLoadAndNoMore) {
         for (const int levels : {500, 501, 10'000, 1'000'000}) {
             const std::u16string text = u"{\"r\":" + Repeated(open, levels) + u"1" + Repeated(close, levels) + u"}";
             EXPECT_EQ(Load(object, text), levels == 500 ? S_OK : E_FAIL) << levels;
-            if (levels == 500) EXPECT_EQ(Json(object), kv::Utf8(text));
+            if (levels == 500) {
+                EXPECT_EQ(Json(object), kv::Utf8(text));
+            }
         }
     }
 }
@@ -181,9 +183,14 @@ TEST(JSONObject, NamesAreFoundInObjectsOfEverySize) {
 
 TEST(JSONObject, ReadingsByType) {
     const auto object = Loaded(
-        u"{\"null\":null,\"one\":1,\"big\":5000000000,\"half\":0.5,\"nan\":NaN,\"yes\":true,\"word\":\"nan\",\"text\":\"7\","
+        u"{\"null\":null,\"one\":1,\"big\":5000000000,\"half\":0.5,\"nan\":NaN,\"yes\":true,\"word\":\"nan\",\"text\":"
+        u"\"7\","
         u"\"point\":\"1.5\",\"list\":[],\"empty\":\"\"}");
-    object->AddVariant(Bstr(u"vtnull"), [] { VARIANT v{}; v.vt = VT_NULL; return v; }());
+    object->AddVariant(Bstr(u"vtnull"), [] {
+        VARIANT v{};
+        v.vt = VT_NULL;
+        return v;
+    }());
     object->AddDate(Bstr(u"date"), 36526.25);
     object->AddDate(Bstr(u"day"), 36526);
     const struct {
@@ -195,7 +202,6 @@ TEST(JSONObject, ReadingsByType) {
         {u"one", "true 1 1.000000 1"},
         {u"big", "true - 5000000000.000000 5000000000"},
         {u"half", "true 0 0.500000 0.5"},
-        {u"nan", "- - nan nan"},
         {u"yes", "true -1 -1.000000 true"},
         {u"word", "- - nan nan"},
         {u"text", "true 7 7.000000 7"},
@@ -206,8 +212,7 @@ TEST(JSONObject, ReadingsByType) {
         {u"date", "true 36526 36526.250000 1/1/2000 6:00:00 AM"},
         {u"day", "true 36526 36526.000000 1/1/2000"},
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(Readings(object, Bstr(row.name)), row.readings) << kv::Utf8(row.name);
+    for (const auto& row : rows) EXPECT_EQ(Readings(object, Bstr(row.name)), row.readings) << kv::Utf8(row.name);
     LONGLONG big = 0;
     VARIANT_BOOL found = VARIANT_FALSE;
     EXPECT_EQ(object->GetLongLong(Bstr(u"big"), &big, &found), S_OK);
@@ -246,11 +251,13 @@ TEST(JSONObject, WhatIsInsideKeepsItsIdentityAndOutlivesTheDocument) {
     EXPECT_EQ(Json(object), "{\"o\":{\"x\":{\"y\":[1,{\"z\":2}]},\"added\":5},\"l\":[[3],\"s\"]}");
     EXPECT_EQ(object->GetJSONArray(Bstr(u"o"), list.Put(), &found), S_OK);
     EXPECT_FALSE(list || found);
-    EXPECT_EQ(object->GetValueByPath(Bstr(u"o/x/y/1/z"), value.Put(), &found), S_OK);
+    auto walk = object.As<IJSONTraversal>();
+    EXPECT_EQ(walk->GetValueByPath(Bstr(u"o/x/y/1/z"), value.Put(), &found), S_OK);
     EXPECT_EQ(value.Get().lVal, 2);
-    EXPECT_EQ(object->GetValueByPath(Bstr(u"o/x/y/2"), value.Put(), &found), S_OK);
+    EXPECT_EQ(walk->GetValueByPath(Bstr(u"o/x/y/2"), value.Put(), &found), S_OK);
     EXPECT_FALSE(found);
     object = Object();
+    walk = kv::Ptr<IJSONTraversal>();
     again = kv::Ptr<IJSONObject>();
     value.Clear();
     EXPECT_EQ(Json(inner), "{\"x\":{\"y\":[1,{\"z\":2}]},\"added\":5}");
@@ -294,8 +301,7 @@ TEST(JSONObject, OptionsOfWriting) {
     yes.boolVal = VARIANT_TRUE;
     options->SetProperty(Bstr(u"WriteFormatted"), yes);
     options->SetProperty(Bstr(u"IndentLevel"), Value(LONG{-1}).Get());  // passed over
-    EXPECT_EQ(Json(object, options.Get()),
-              "{\n  \"a\" : [\n    1.26,\n    {\n    }\n  ],\n  \"b\" : 2\n}");
+    EXPECT_EQ(Json(object, options.Get()), "{\n  \"a\" : [\n    1.26,\n    {\n    }\n  ],\n  \"b\" : 2\n}");
     options->SetProperty(Bstr(u"IndentLevel"), Value(LONG{1}).Get());
     options->SetProperty(Bstr(u"MaxDecimals"), Value(LONG{1}).Get());
     EXPECT_EQ(Json(object, options.Get()), "{\n \"a\" : [\n  1.3,\n  {\n  }\n ],\n \"b\" : 2\n}");

@@ -34,12 +34,18 @@ LONG TokenOf(const Reader& reader) {
 /// One line for the current token.
 std::string LineOf(const Reader& reader, LONG token) {
     switch (token) {
-        case startObject: return "{";
-        case endObject: return "}";
-        case startArray: return "[";
-        case endArray: return "]";
-        case null: return "null";
-        default: break;
+        case startObject:
+            return "{";
+        case endObject:
+            return "}";
+        case startArray:
+            return "[";
+        case endArray:
+            return "]";
+        case null:
+            return "null";
+        default:
+            break;
     }
     kv::BString text;
     VARIANT_BOOL isName = VARIANT_FALSE;
