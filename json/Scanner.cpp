@@ -307,7 +307,7 @@ inline Scanner::Met Scanner::Recognise(const char16_t* p, State state, Place& at
         const unsigned quotes = first.Equal('"');
         const unsigned others = (quotes - 1) & ~quotes;  // the units in front of the first quote
         if (quotes == 0 || (first.Equal('\\') & others) != 0) {
-            at = {p, next, state, token};
+            at = {p, next, state, token_};
             return Met::longString;
         }
         hasEscapes_ = false;
@@ -631,18 +631,15 @@ Outcome Scanner::Skip(State end, bool advance, NameSearch* search) {
     // Whether the next token is looked into: the first one of a container is, and the one behind its end.
     bool looks = at.state == (end == State::EndOfArray ? State::StartOfArray : State::StartOfObject);
     for (bool isInside = looks;; isInside = false) {
+        Leave(at);  // so that whatever throws finds the scanner at a token
         if (!isInside) {
             looks = true;
             if (at.state == (skipped_.Top() ? State::EndOfArray : State::EndOfObject)) {
                 skipped_.Pop();
-                if (skipped_.IsEmpty()) {
-                    Leave(at);
-                    return advance ? Next() : Outcome::Token;
-                }
+                if (skipped_.IsEmpty()) return advance ? Next() : Outcome::Token;
             } else if (at.state == State::StartOfObject || at.state == State::StartOfArray) {
                 skipped_.Push(at.state == State::StartOfArray);
             } else if (search && at.state == State::InPropertyName && skipped_.Height() == 1) {
-                Leave(at);
                 if (Between().empty()) return Fail(Fault::BadToken, tokenStart_, scan_);
                 if (search->Meets(Between(), hasEscapes_)) return Next();
             } else {
