@@ -1,7 +1,8 @@
 # The server, its client, and their tests and benchmarks, for Windows.
 include(Widl)
 enable_language(RC)
-mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaJSON movaJSONReader movaJSONWriter movaXML)
+mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaXML movaJSON movaJSONReader
+                 movaJSONWriter)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -63,16 +64,23 @@ add_library(
   json/ChunkedText.cpp
   json/Container.cpp
   json/Emitter.cpp
+  json/JSONArray.cpp
+  json/JSONObject.cpp
   json/JSONReader.cpp
+  json/JSONValues.cpp
   json/JSONWriter.cpp
   json/LineCounter.cpp
   json/NamePool.cpp
+  json/PlainNumber.cpp
+  json/ReaderSource.cpp
   json/Scanner.cpp
+  json/ScannerSource.cpp
   json/TextBuffer.cpp
   json/TreeBuilder.cpp
   json/Unescape.cpp
   json/Utf8.cpp
   json/Value.cpp
+  json/ValueConversion.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp
@@ -121,6 +129,7 @@ add_executable(
   tools/mova/Classes.cpp
   tools/mova/Client.cpp
   tools/mova/Demo.cpp
+  tools/mova/Json.cpp
   tools/mova/Main.cpp
   tools/mova/PropertyFile.cpp
   tools/mova/Propset.cpp

@@ -8,9 +8,7 @@ namespace {
 
 /// Whether a property has a name: how the two are compared follows from the property's name alone.
 auto Named(std::u16string_view name) noexcept {
-    return [=](const NamedProperty& property) noexcept {
-        return SameName(property.Text(), property.ascii, name);
-    };
+    return [=](const NamedProperty& property) noexcept { return SameName(property.Text(), property.ascii, name); };
 }
 
 }  // namespace
@@ -29,7 +27,7 @@ const kv::Variant* PropertyList::FindLast(std::u16string_view name) const noexce
     return found ? &found->value : nullptr;
 }
 
-bool PropertyList::IsWithin(const PropertyList& other) const noexcept {
+bool PropertyList::IsWithin(const PropertyList& other) const {
     for (std::size_t i = 0; i < Count(); ++i) {
         const kv::Variant* mine = FindLast(NameAt(i));
         const kv::Variant* theirs = other.FindLast(NameAt(i));

@@ -40,8 +40,8 @@ class PropertyList {
     /// The value of the last property with the name; null where there is none.
     const kv::Variant* FindLast(std::u16string_view name) const noexcept;
 
-    /// Whether each name of this list is read with the same value from another.
-    bool IsWithin(const PropertyList& other) const noexcept;
+    /// Whether each name of this list is read with the same value from another. @throw std::bad_alloc
+    bool IsWithin(const PropertyList& other) const;
 
     void ReserveMore(std::size_t more) { entries_.ReserveMore(more); }
     /// Appends a property, whether or not another has its name. @throw std::bad_alloc, nothing being changed

@@ -217,7 +217,23 @@ STDMETHODIMP PropertySet::LoadByValue(IStream* stream, DWORD context) noexcept {
         if (!in.Read(written)) return Refuse<IPropertySetImpl>(in.Status(), damagedStream);
     }
     if (written != classId) return Refuse<IPropertySetImpl>(E_FAIL, u"No property set stands here in the stream.");
-    return Load(stream);
+    return LoadBy(stream, [this](kv::StreamReader& in) { return ReadProperties(in, kv::Objects::dropped); });
+}
+
+STDMETHODIMP PropertySet::Clone(IUnknown** copy) noexcept try {
+    if (!copy) return Refuse(E_POINTER);
+    *copy = nullptr;
+    const auto clone = kv::Ptr<PropertySet>::Attach(Make());
+    clone->properties_.ReserveMore(properties_.Count());
+    for (std::size_t i = 0; i < properties_.Count(); ++i) {
+        kv::Variant value;
+        CopyOut(properties_.ValueAt(i), value.Put());
+        clone->properties_.Append(PropertyList::MakeEntry(properties_.NameAt(i), std::move(value)));
+    }
+    *copy = clone.As<IUnknown>().Detach();
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
 }
 
 void PropertySet::WriteProperties(kv::StreamWriter& out, kv::Objects objects) const {
@@ -233,16 +249,16 @@ void PropertySet::WriteProperties(kv::StreamWriter& out, kv::Objects objects) co
     }
 }
 
-HRESULT PropertySet::ReadFields(kv::StreamReader& in) {
+HRESULT PropertySet::ReadProperties(kv::StreamReader& in, kv::Objects objects) {
     std::uint16_t version = 0;
     if (in.Read(version) && version > recordVersion) return RefuseNewer();
     if (in.Failed()) return in.Status();
-    properties_.Clear();
+    RemoveAllProperties();
     LONG count = 0;
     std::u16string name;
     for (in >> count; count > 0; --count) {
         kv::Variant value;
-        if (!kv::ReadText(in, name) || !kv::ReadValue(in, value.Put(), kv::Objects::kept)) break;
+        if (!kv::ReadText(in, name) || !kv::ReadValue(in, value.Put(), objects)) break;
         properties_.Append(PropertyList::MakeEntry(name, std::move(value)));
     }
     return in.Status();

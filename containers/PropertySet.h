@@ -13,6 +13,7 @@ class PropertySet final
     : public PersistentComponent<PropertySet, ::PropertySet, Generations<IPropertySet2, IPropertySet>, IPropertySetImpl,
                                  IClone, IHoldsObjects> {
  public:
+    using Component::Make;
     using PersistentComponent::PersistentComponent;
 
     // IPropertySet
@@ -32,17 +33,18 @@ class PropertySet final
     STDMETHODIMP SaveByValue(IStream* stream, DWORD context) noexcept override;
     STDMETHODIMP LoadByValue(IStream* stream, DWORD context) noexcept override;
     // IClone
-    STDMETHODIMP Clone(IUnknown** copy) noexcept override { return CloneBySaving(copy); }
+    STDMETHODIMP Clone(IUnknown** copy) noexcept override;
     // IHoldsObjects
-    void STDMETHODCALLTYPE DropObjects() noexcept override { properties_.Clear(); }
+    void STDMETHODCALLTYPE DropObjects() noexcept override { RemoveAllProperties(); }
 
     // PersistentComponent's
     void WriteFields(kv::StreamWriter& out) const { WriteProperties(out, kv::Objects::kept); }
-    HRESULT ReadFields(kv::StreamReader& in);
+    HRESULT ReadFields(kv::StreamReader& in) { return ReadProperties(in, kv::Objects::kept); }
 
  private:
     /// @param objects dropped: for a transfer by value, in which empty values become null, too.
     void WriteProperties(kv::StreamWriter& out, kv::Objects objects) const;
+    HRESULT ReadProperties(kv::StreamReader& in, kv::Objects objects);
     HRESULT RefuseUnknown(std::u16string_view name) const noexcept;
     HRESULT RefuseValue(HRESULT status) const noexcept;
 

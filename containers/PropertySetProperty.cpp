@@ -42,6 +42,23 @@ STDMETHODIMP PropertySetProperty::get_Value(VARIANT* value) noexcept {
     return SUCCEEDED(status) ? S_OK : Refuse(status);
 }
 
+STDMETHODIMP PropertySetProperty::Clone(IUnknown** copy) noexcept try {
+    if (!copy) return Refuse(E_POINTER);
+    *copy = nullptr;
+    const auto clone = kv::Ptr<PropertySetProperty>::Attach(Make());
+    clone->key_ = kv::BString(key_.View());
+    if (HRESULT status = value_.CopyTo(clone->value_.Put()); FAILED(status)) return Refuse(status);
+    *copy = clone.As<IUnknown>().Detach();
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+void STDMETHODCALLTYPE PropertySetProperty::DropObjects() noexcept {
+    SetDirty();
+    value_ = {};
+}
+
 void PropertySetProperty::WriteFields(kv::StreamWriter& out) const {
     out << recordVersion;
     kv::WriteText(out, key_.View());

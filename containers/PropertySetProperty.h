@@ -19,9 +19,9 @@ class PropertySetProperty final : public PersistentComponent<PropertySetProperty
     STDMETHODIMP put_Value(VARIANT value) noexcept override;
     STDMETHODIMP get_Value(VARIANT* value) noexcept override;
     // IClone
-    STDMETHODIMP Clone(IUnknown** copy) noexcept override { return CloneBySaving(copy); }
+    STDMETHODIMP Clone(IUnknown** copy) noexcept override;
     // IHoldsObjects
-    void STDMETHODCALLTYPE DropObjects() noexcept override { value_ = {}; }
+    void STDMETHODCALLTYPE DropObjects() noexcept override;
 
     // PersistentComponent's
     void WriteFields(kv::StreamWriter& out) const;

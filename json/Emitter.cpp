@@ -70,16 +70,18 @@ char* Emitter::Separate(std::size_t more) {
 }
 
 void Emitter::NewLine(std::uint64_t levels) {
+    constexpr std::size_t few = 32;
     std::uint64_t blanks = levels * indent_;
-    char* out = bytes_.Room(ByteChain::mostRoom);
+    char* out = bytes_.Room(1 + few);
     *out++ = '\n';
-    for (std::uint64_t piece = 0;; blanks -= piece) {
-        piece = std::min<std::uint64_t>(blanks, ByteChain::mostRoom - 1);
-        std::memset(out, ' ', piece);
-        bytes_.Append(out + piece);
-        if (piece == blanks) return;
-        out = bytes_.Room(ByteChain::mostRoom);
+    std::memset(out, ' ', few);  // of a fixed length, which takes no call
+    while (blanks > few) {
+        bytes_.Append(out + few);
+        blanks -= few;
+        out = bytes_.Room(few);
+        std::memset(out, ' ', few);
     }
+    bytes_.Append(out + blanks);
 }
 
 void Emitter::Start(char bracket, bool isArray) {
@@ -118,6 +120,16 @@ void Emitter::Text(std::u16string_view text) {
     }
     bytes_.Append('"');
     Pieces(text, kv::escapedUnitSize, kv::PutEscaped);
+    bytes_.Append('"');
+}
+
+void Emitter::AsciiText(std::string_view text) {
+    bytes_.Append('"');
+    while (!text.empty()) {
+        const std::string_view piece = text.substr(0, mostUnits);
+        text.remove_prefix(piece.size());
+        bytes_.Append(kv::PutEscapedAscii(bytes_.Room(kv::escapedUnitSize * piece.size()), piece));
+    }
     bytes_.Append('"');
 }
 

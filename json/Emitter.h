@@ -51,6 +51,7 @@ class Emitter {
     [[nodiscard]] Refusal EndArray() { return End(']', IsInArray()); }
 
     void Text(std::u16string_view text);
+    void AsciiText(std::string_view text);
     void Boolean(bool value) { Token(value ? "true" : "false"); }
     void Null() { Token("null"); }
     /// Infinities are the greatest number of their sign; what is no number is the text "NaN".

@@ -82,9 +82,9 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
     STDMETHODIMP GetString(Key key, BSTR* text, VARIANT_BOOL* found) noexcept override {
         VARIANT_BOOL unasked;
         return Read(key, text, found ? found : &unasked, [](const json::Value& value, BSTR& target) {
-            kv::BString text;
-            if (!ToText(value, text)) return false;
-            target = text.Detach();
+            kv::BString converted;
+            if (!ToText(value, converted)) return false;
+            target = converted.Detach();
             return true;
         });
     }
@@ -151,8 +151,7 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
         source.vt = VT_R8;
         source.dblVal = date;
         kv::Variant changed;
-        if (HRESULT status = VariantChangeTypeEx(changed.Put(), &source, LOCALE_USER_DEFAULT, 0, VT_DATE);
-            FAILED(status))
+        if (HRESULT status = kv::ChangeType(source, VT_DATE, LOCALE_USER_DEFAULT, 0, changed); FAILED(status))
             return Base::Refuse(status);
         return Add(name..., json::Value::Of(changed.Get().date, json::Kind::Date));
     } catch (...) {
@@ -226,13 +225,13 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
     STDMETHODIMP ToJSONString(IPropertySet* options, BSTR* text) noexcept override try {
         if (!text) return Base::Refuse(E_POINTER);
         *text = nullptr;
-        return values_.WriteText(options, text);
+        return values_.WriteText(options, this->Own(), text);
     } catch (...) {
         return CaughtStatus();
     }
     STDMETHODIMP ToJSON(BSTR name, IJSONWriter* writer) noexcept override try {
         if (!writer) return Base::Refuse(E_POINTER);
-        return values_.Write(name, writer);
+        return values_.Write(name, writer, this->Own());
     } catch (...) {
         return CaughtStatus();
     }

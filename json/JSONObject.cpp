@@ -5,7 +5,6 @@
 #include "containers/NameFold.h"
 #include "containers/SystemNames.h"
 #include "json/TreeLoader.h"
-#include "kvcore/CreateInstance.h"
 
 namespace mova {
 namespace {
@@ -125,10 +124,7 @@ STDMETHODIMP JSONObject::Translate(IPropertySet* options, IUnknown** object) noe
             (given.Get().vt == VT_UNKNOWN || given.Get().vt == VT_DISPATCH))
             translator = kv::Ptr<IUnknown>(given.Get().punkVal).As<IJSONTranslator>();
     }
-    if (!translator) {
-        const HRESULT status = kv::KvCreateInstance(__uuidof(::JSONConverter), translator);
-        if (FAILED(status)) return Refuse(status);
-    }
+    if (!translator) return Refuse<IJSONObject>(E_INVALIDARG, u"The options name no translator.");
     return translator->ToObject(type.Get(), this, options, object);
 } catch (...) {
     return CaughtStatus();

@@ -23,6 +23,11 @@ struct JSONValues {
     /// The same for a value that is to be a JSON object; null, and S_OK, for any other.
     HRESULT CopyOut(std::uint32_t i, kv::Ptr<IJSONObject>& target);
 
+    /// Writes the JSON text. @param options may be null. @param keeper what keeps this @throw std::bad_alloc
+    HRESULT WriteText(IPropertySet* options, IUnknown* keeper, BSTR* text);
+    /// Writes through a writer. @param name null for none. @throw std::bad_alloc
+    HRESULT Write(BSTR name, IJSONWriter* writer, IUnknown* keeper);
+
     /// Loads from a reader in place of what is held. @param depth how many are around this one
     HRESULT Load(IJSONReader* reader, LONG depth);
     /// Loads from a text in place of what is held; an empty text does nothing.
@@ -35,12 +40,18 @@ struct JSONValues {
 
  private:
     std::int8_t Flags() const noexcept;
-    HRESULT Finish(json::Loaded loaded, const json::ArenaPtr& arena, json::TreeBuilder& builder, HRESULT sourceStatus);
+    /// Reads a stream of JSON text, from its start, into a new object.
+    HRESULT ReadStream(const kv::Ptr<IStream>& stream, kv::Ptr<IUnknown>& object) const;
+    HRESULT WriteTextThroughWriter(bool formatted, LONG indent, LONG maximumDecimals, IUnknown* keeper, BSTR* text);
+    template <class Source, class Failure>
+    HRESULT LoadFrom(Source& source, LONG depth, Failure failure);
 };
 
-/// Answered by the JSON objects and arrays of this module.
+/// Answered by the JSON objects and arrays of this module, whose values others of it reach directly.
 struct IHoldsValues : IUnknown {
     virtual JSONValues& STDMETHODCALLTYPE Values() noexcept = 0;
 };
 
 }  // namespace mova
+
+__CRT_UUID_DECL(mova::IHoldsValues, 0x7609F483, 0xFD27, 0x43B3, 0xB0, 0x10, 0x11, 0xD9, 0x12, 0xD1, 0xFA, 0xE0)

@@ -145,6 +145,8 @@ class Scanner {
         const auto text = Text();
         return text.size() < 2 ? std::u16string_view() : text.substr(1, text.size() - 2);
     }
+    /// How much of the text lies in memory up to the current token's end.
+    std::size_t UnitsUpToTokenEnd() const noexcept { return static_cast<std::size_t>(scan_ - begin_); }
     /// Whether a string has escapes.
     bool HasEscapes() const noexcept { return hasEscapes_; }
     /// The value of a token that is a number, a boolean or null, which counts as not-a-number; else 0. Computed when
@@ -163,6 +165,8 @@ class Scanner {
     /// Where the last failure happened; all zero as long as there was none.
     const Position& FailurePosition() const noexcept { return failurePosition_; }
 
+    /// Whether the end was reported: nothing can be read any more.
+    bool IsPastEnd() const noexcept { return pastEnd_; }
     /// Whether the text is all there, and will not move any more.
     bool IsWhole() const noexcept { return exhausted_; }
     /// Where the scanner is in a whole text.

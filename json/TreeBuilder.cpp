@@ -9,21 +9,24 @@ constexpr std::size_t longestScanned = 16;
 }  // namespace
 
 void TreeBuilder::Begin(bool named) {
-    frames_.push_back({slots_.size(), ++serial_, 0, named, nullptr});
+    frames_.push_back({slots_.Size(), ++serial_, 0, named});
 }
 
 Value TreeBuilder::End() {
     const Frame& frame = frames_.back();
     Value value = Value::Of(frame.named ? Kind::Object : Kind::Array);
-    value.payload.entries = LayDown(frame.start, slots_.size(), frame.named);
+    value.payload.entries = LayDown(frame.start, slots_.Size(), frame.named);
     value.tag.detail = detail_;
-    slots_.resize(frame.start);
+    if (!places_.empty()) [[unlikely]]
+        places_.erase(frame.serial);
+    slots_.CutTo(frame.start);
     frames_.pop_back();
     return value;
 }
 
 Entries* TreeBuilder::Finish() {
-    return LayDown(0, frames_.size() > 1 ? frames_[1].start : slots_.size(), frames_.front().named);
+    if (frames_.empty()) return nullptr;
+    return LayDown(0, frames_.size() > 1 ? frames_[1].start : slots_.Size(), frames_.front().named);
 }
 
 Value TreeBuilder::CopyText(std::u16string_view text) {
@@ -34,16 +37,16 @@ Value TreeBuilder::CopyText(std::u16string_view text) {
 
 std::size_t TreeBuilder::PlaceOf(Frame& frame) {
     const Name* const name = names_.At(frame.name);
-    if (slots_.size() - frame.start <= longestScanned) {
+    if (slots_.Size() - frame.start <= longestScanned) {
         std::size_t place = frame.start;
-        while (place < slots_.size() && slots_[place].name != name) ++place;
+        while (place < slots_.Size() && slots_[place].name != name) ++place;
         return place;
     }
-    if (!frame.places) frame.places = std::make_unique<Places>();
-    for (std::size_t place = frame.start + frame.places->size(); place < slots_.size(); ++place)
-        frame.places->emplace(slots_[place].name, place);
-    const auto found = frame.places->find(name);
-    return found == frame.places->end() ? slots_.size() : found->second;
+    Places& places = places_[frame.serial];
+    for (std::size_t place = frame.start + places.size(); place < slots_.Size(); ++place)
+        places.emplace(slots_[place].name, place);
+    const auto found = places.find(name);
+    return found == places.end() ? slots_.Size() : found->second;
 }
 
 bool TreeBuilder::ReplaceFormer(Frame& frame, const Value& value) {
@@ -61,7 +64,7 @@ Entries* TreeBuilder::LayDown(std::size_t first, std::size_t last, bool named) {
     const std::size_t count = last - first;
     auto* const entries = ::new (arena_.Take(Entries::Size(count, named)))
         Entries{static_cast<std::uint32_t>(count), static_cast<std::uint32_t>(count)};
-    const Slot* const slots = slots_.data() + first;
+    const Slot* const slots = count == 0 ? nullptr : &slots_[first];
     for (std::size_t i = 0; i < count; ++i) entries->Payloads()[i] = slots[i].payload;
     if (named)
         for (std::size_t i = 0; i < count; ++i) entries->Names()[i] = NameRef(slots[i].name, false);

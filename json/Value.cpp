@@ -1,6 +1,7 @@
 #include "json/Value.h"
 
-#include <algorithm>
+#include <emmintrin.h>
+
 #include <new>
 
 #include "kvcore/BlockPool.h"
@@ -21,6 +22,25 @@ Kind TypeOf(Kind kind) noexcept {
     }
 }
 
+// Eight units in the lanes of a vector.
+constexpr std::ptrdiff_t lanes = 8;
+
+__m128i Load(const void* memory) noexcept {
+    return _mm_loadu_si128(static_cast<const __m128i*>(memory));
+}
+
+void Store(void* memory, __m128i block) noexcept {
+    _mm_storeu_si128(static_cast<__m128i*>(memory), block);
+}
+
+void Narrow(std::u16string_view text, char* bytes) noexcept {
+    const char16_t* units = text.data();
+    const char16_t* const end = units + text.size();
+    for (; end - units >= 2 * lanes; units += 2 * lanes, bytes += 2 * lanes)
+        Store(bytes, _mm_packus_epi16(Load(units), Load(units + lanes)));
+    while (units != end) *bytes++ = static_cast<char>(*units++);
+}
+
 }  // namespace
 
 bool SameType(Kind left, Kind right) noexcept {
@@ -28,20 +48,31 @@ bool SameType(Kind left, Kind right) noexcept {
 }
 
 bool IsAscii(std::u16string_view text) noexcept {
-    char16_t seen = 0;
-    for (const char16_t unit : text) seen |= unit;
-    return seen < 0x80;
+    const char16_t* units = text.data();
+    const char16_t* const end = units + text.size();
+    __m128i seen = _mm_setzero_si128();
+    for (; end - units >= lanes; units += lanes) seen = _mm_or_si128(seen, Load(units));
+    char16_t rest = 0;
+    for (; units != end; ++units) rest |= *units;
+    const __m128i beyond = _mm_and_si128(seen, _mm_set1_epi16(static_cast<short>(0xFF80)));
+    return rest < 0x80 && _mm_movemask_epi8(_mm_cmpeq_epi8(beyond, _mm_setzero_si128())) == 0xFFFF;
 }
 
 void Widen(std::string_view ascii, char16_t* units) noexcept {
-    for (std::size_t i = 0; i < ascii.size(); ++i) units[i] = static_cast<unsigned char>(ascii[i]);
+    const char* bytes = ascii.data();
+    const char* const end = bytes + ascii.size();
+    for (; end - bytes >= 2 * lanes; bytes += 2 * lanes, units += 2 * lanes) {
+        const __m128i block = Load(bytes);
+        Store(units, _mm_unpacklo_epi8(block, _mm_setzero_si128()));
+        Store(units + lanes, _mm_unpackhi_epi8(block, _mm_setzero_si128()));
+    }
+    while (bytes != end) *units++ = static_cast<unsigned char>(*bytes++);
 }
 
 Value WriteText(void* memory, std::u16string_view text, bool isAscii) noexcept {
     auto* const written = ::new (memory) Text{static_cast<std::uint32_t>(text.size())};
     if (isAscii) {
-        auto* const bytes = reinterpret_cast<char*>(written + 1);
-        for (std::size_t i = 0; i < text.size(); ++i) bytes[i] = static_cast<char>(text[i]);
+        Narrow(text, reinterpret_cast<char*>(written + 1));
     } else {
         std::memcpy(written + 1, text.data(), text.size() * sizeof(char16_t));
     }

@@ -2,6 +2,7 @@
 // where it lies.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -32,9 +33,16 @@ bool SameType(Kind left, Kind right) noexcept;
 
 /// What a value is, and one detail of it: the decimals of a number (-1 for none), the flags of an object or array, or
 /// whether a text belongs to the container alone.
-struct Tag {
+struct alignas(std::uint16_t) Tag {
     Kind kind = Kind::Empty;
     std::int8_t detail = 0;
+
+    /// Both at once: a tag that is written in parts cannot be read as a whole right behind that without a delay.
+    static Tag Make(Kind kind, std::int8_t detail) noexcept {
+        const auto bits =
+            static_cast<std::uint16_t>(static_cast<unsigned>(kind) | static_cast<std::uint8_t>(detail) << 8);
+        return std::bit_cast<Tag>(bits);
+    }
 };
 
 inline constexpr std::int8_t noDecimals = -1;
@@ -79,9 +87,9 @@ struct Value {
         return value;
     }
     static Value Of(double number, Kind kind, std::int8_t decimals = noDecimals) noexcept {
-        Value value = Of(kind);
+        Value value;
         value.payload.number = number;
-        value.tag.detail = decimals;
+        value.tag = Tag::Make(kind, decimals);
         return value;
     }
     static Value Of(void* held, Kind kind) noexcept {

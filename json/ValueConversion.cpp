@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <optional>
 
 #include "kvcore/DateText.h"
 #include "xml/XmlValues.h"
@@ -68,7 +69,7 @@ bool IsText(const Value& value, std::u16string_view expected) {
 bool Change(const Value& value, VARTYPE type, LCID locale, USHORT flags, kv::Variant& target) {
     if (IsContainer(value.tag.kind)) return false;
     const Borrowed source(value);
-    return SUCCEEDED(VariantChangeTypeEx(target.Put(), &source.Get(), locale, flags, type));
+    return SUCCEEDED(kv::ChangeType(source.Get(), type, locale, flags, target));
 }
 
 /// A number of a type as the user writes it.
@@ -286,11 +287,11 @@ bool ToText(const Value& value, kv::BString& target) {
 
 bool ToType(const Value& value, VARTYPE type, kv::Variant& target) {
     if (type == VT_DATE && TypeOf(value) == VT_BSTR) {
-        const double date = xml::DateStringToVariantDate(TextOf(value).View());
-        if (std::isnan(date)) return false;
+        const std::optional<double> date = xml::ReadDate(TextOf(value).View());
+        if (!date) return false;
         VARIANT made{};
         made.vt = VT_DATE;
-        made.date = date;
+        made.date = *date;
         target = kv::Variant::Attach(made);
         return true;
     }

@@ -5,8 +5,8 @@
 namespace kv {
 namespace {
 
-constexpr DATE beforeFirst = -657435.0;  ///< the day before 0100-01-01
-constexpr DATE afterLast = 2958466.0;    ///< 10000-01-01
+constexpr DATE beforeFirst = -657435.0;     ///< the day before 0100-01-01
+constexpr DATE afterLast = 2958466.0;       ///< 10000-01-01
 constexpr DATE firstFormatted = -109205.0;  ///< 1601-01-01, where the system's calendar begins
 constexpr int longestText = 128;
 
@@ -30,8 +30,7 @@ HRESULT DateText(DATE date, LCID locale, DWORD flags, BString& text) noexcept tr
         source.date = date;
         Variant changed;
         const USHORT changeFlags = flags ? VARIANT_NOUSEROVERRIDE : 0;
-        if (HRESULT status = VariantChangeTypeEx(changed.Put(), &source, locale, changeFlags, VT_BSTR); FAILED(status))
-            return status;
+        if (HRESULT status = ChangeType(source, VT_BSTR, locale, changeFlags, changed); FAILED(status)) return status;
         text = BString::Attach(changed.Detach().bstrVal);
         return S_OK;
     }
@@ -40,9 +39,8 @@ HRESULT DateText(DATE date, LCID locale, DWORD flags, BString& text) noexcept tr
     if (!VariantTimeToSystemTime(date, &fields) || !LCIDToLocaleName(locale, name, LOCALE_NAME_MAX_LENGTH, 0))
         return E_FAIL;
     wchar_t out[2 * longestText];
-    std::size_t length = Append(out, [&](wchar_t* to, int room) {
-        return GetDateFormatEx(name, flags, &fields, nullptr, to, room, nullptr);
-    });
+    std::size_t length = Append(
+        out, [&](wchar_t* to, int room) { return GetDateFormatEx(name, flags, &fields, nullptr, to, room, nullptr); });
     if (length == 0) return E_FAIL;
     if (fields.wHour || fields.wMinute || fields.wSecond) {
         out[length++] = L' ';

@@ -12,6 +12,9 @@ struct IdBits {
     std::uint64_t second = 0;
 
     friend constexpr bool operator==(const IdBits&, const IdBits&) noexcept = default;
+    friend constexpr bool operator<(const IdBits& left, const IdBits& right) noexcept {
+        return left.first != right.first ? left.first < right.first : left.second < right.second;
+    }
 };
 
 /// The halves of any 16-byte identifier structure.

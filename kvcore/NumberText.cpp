@@ -210,15 +210,16 @@ double WithSign(double value, bool isNegative) noexcept {
 
 std::optional<double> ToDouble(const DecimalText& parts) noexcept {
     if (FitsInteger(parts)) {
+        const std::int64_t scale = parts.Scale();
         if (parts.digits == 0) return WithSign(0.0, parts.isNegative);
-        const std::int64_t power = std::abs(parts.Scale());
-        if (power <= mostExactPower && parts.digits <= greatestExactInteger) {
-            const auto number = static_cast<double>(parts.digits);
-            const double scale = powersOfTen[static_cast<std::size_t>(power)];
-            return WithSign(parts.Scale() < 0 ? number / scale : number * scale, parts.isNegative);
+        if (scale < 0 && scale >= -mostFives)
+            return MakeDouble(parts.digits, static_cast<int>(-scale), parts.isNegative);
+        if (scale >= 0 && scale <= mostExactPower && parts.digits <= greatestExactInteger) {
+            const double power = powersOfTen[static_cast<std::size_t>(scale)];
+            return WithSign(static_cast<double>(parts.digits) * power, parts.isNegative);
         }
-        if (power <= mostFives)
-            return WithSign(ScaledDouble(parts.digits, static_cast<int>(parts.Scale())), parts.isNegative);
+        if (scale >= 0 && scale <= mostFives)
+            return WithSign(ScaledDouble(parts.digits, static_cast<int>(scale)), parts.isNegative);
     }
     const auto value = ReadLong<double>(parts);
     if (!value) return {};
@@ -510,6 +511,14 @@ std::optional<float> ReadXmlFloat(std::u16string_view text) noexcept {
     return parts->isNegative ? -*value : *value;
 }
 
+double MakeDouble(std::uint64_t digits, int decimals, bool isNegative) noexcept {
+    if (decimals <= mostExactPower && digits <= greatestExactInteger) {
+        const double magnitude = static_cast<double>(digits) / powersOfTen[static_cast<std::size_t>(decimals)];
+        return WithSign(magnitude, isNegative);
+    }
+    return WithSign(digits == 0 ? 0.0 : ScaledDouble(digits, -decimals), isNegative);
+}
+
 std::int64_t ReadInt64(std::u16string_view text) noexcept {
     constexpr std::uint64_t greatest = std::numeric_limits<std::int64_t>::max();
     bool isNegative = false;
@@ -525,11 +534,9 @@ std::uint64_t ReadUInt64(std::u16string_view text) noexcept {
 }
 
 char* FormatShortest(char* out, double value) noexcept {
+    const bool isNegative = std::signbit(value);
     if (!BeginNumber(out, value)) return out;
-    if (value == 0) {
-        *out = '0';
-        return out + 1;
-    }
+    if (value == 0) return PutText(out, isNegative ? "0.0" : "0");
     if (value < leastFixed || value >= leastWithExponent) return PutByLibrary(out, value);
     // Fifteen digits: no two such numbers read as the same double, so where they do as this one they are the fewest.
     const int exponent = DecimalExponent(value);

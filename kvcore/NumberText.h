@@ -24,6 +24,9 @@ std::optional<double> ReadXmlDouble(std::u16string_view text) noexcept;
 /// The nearest float, rounded once.
 std::optional<float> ReadXmlFloat(std::u16string_view text) noexcept;
 
+/// The nearest double to digits * 10^-decimals. @param decimals 0 to 27
+double MakeDouble(std::uint64_t digits, int decimals, bool isNegative) noexcept;
+
 /// Reads blanks, a sign and digits up to where they end; without digits it is 0. Beyond the range it is the greatest
 /// or the least number.
 std::int64_t ReadInt64(std::u16string_view text) noexcept;
@@ -32,7 +35,8 @@ std::uint64_t ReadUInt64(std::u16string_view text) noexcept;
 
 // Each writes a text without an ending NUL to memory with numberTextSize bytes, and returns the text's end.
 
-/// The fewest digits that read back as the same double, the nearest of those. From 0.000001 to below 1e15 without an
+/// The fewest digits that read back as the same double, the nearest of those; -0.0 keeps a point, for -0 is an
+/// integer. From 0.000001 to below 1e15 without an
 /// exponent, else as in 1.5e+21 or 1e-7. What is no number is NaN, INF or -INF.
 char* FormatShortest(char* out, double value) noexcept;
 /// The same text where it has no more than so many decimals, else the exact value rounded to that many, an exact tie to

@@ -6,6 +6,9 @@
 #include <ole2.h>
 #include <oleauto.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace kv {
@@ -27,9 +30,13 @@ inline wchar_t* Wide(char16_t* text) noexcept {
     return reinterpret_cast<wchar_t*>(text);
 }
 
-/// A BSTR over its whole length, NULs included; null is the empty text.
+/// A BSTR over its whole length, NULs included; null is the empty text. The length in bytes stands in front of the
+/// text, where it is read without a call of the platform's: that would take as long as many a use of the text does.
 inline std::u16string_view View(BSTR text) noexcept {
-    return text ? std::u16string_view(Narrow16(text), SysStringLen(text)) : std::u16string_view();
+    if (!text) return {};
+    std::uint32_t byteCount = 0;
+    std::memcpy(&byteCount, reinterpret_cast<const std::byte*>(text) - sizeof byteCount, sizeof byteCount);
+    return {Narrow16(text), byteCount / sizeof(wchar_t)};
 }
 
 }  // namespace kv

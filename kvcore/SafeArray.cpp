@@ -1,6 +1,8 @@
 #include "kvcore/SafeArray.h"
 
 #include <cstring>
+#include <span>
+#include <utility>
 
 #include "kvcore/ValueFormat.h"
 
@@ -42,6 +44,16 @@ SAFEARRAY* ArrayIn(const VARIANT& value) noexcept {
     return held->vt & VT_BYREF ? *held->pparray : held->parray;
 }
 
+/// The elements of an array of VARIANTs that may be taken from it; none where there are none, or not for us to take.
+std::span<VARIANT> ElementsOf(SAFEARRAY* array) noexcept {
+    const auto elements = ArrayView::Of(array, VT_VARIANT);
+    if (!elements || array->cLocks != 0) return {};
+    return {static_cast<VARIANT*>(array->pvData), elements->Count()};
+}
+std::span<VARIANT> ElementsIn(const VARIANT& value) noexcept {
+    return value.vt == (VT_ARRAY | VT_VARIANT) ? ElementsOf(value.parray) : std::span<VARIANT>();
+}
+
 }  // namespace
 
 std::optional<ArrayView> ArrayView::Of(SAFEARRAY* array, VARTYPE type) noexcept {
@@ -77,6 +89,25 @@ VARIANT ArrayView::Element(std::size_t index) const noexcept {
     }
     if (type_ != VT_VARIANT) element.vt = type_;
     return element;
+}
+
+void DestroyArray(SAFEARRAY* array) noexcept {
+    // Arrays that wait for their end are a list: the first element of each leads to the next. What that element held
+    // goes where the array was, and is looked at there.
+    SAFEARRAY* waiting = nullptr;
+    while (array) {
+        for (VARIANT& element : ElementsOf(array)) {
+            for (auto inner = ElementsIn(element); !inner.empty(); inner = ElementsIn(element)) {
+                SAFEARRAY* const next = std::exchange(waiting, element.parray);
+                element = inner.front();
+                inner.front() = {};
+                inner.front().byref = next;
+            }
+        }
+        SafeArrayDestroy(array);
+        array = waiting;
+        if (array) waiting = static_cast<SAFEARRAY*>(ElementsOf(array).front().byref);
+    }
 }
 
 ArrayBuilder::ArrayBuilder(VARTYPE type, std::size_t count)

@@ -38,14 +38,15 @@ bool IsArray(const VARIANT& value) noexcept;
 /// Whether an array is one of records, whose elements describe themselves.
 bool IsRecordArray(const SAFEARRAY& array, VARTYPE type) noexcept;
 
+/// Ends an array, or none. Arrays of VARIANTs inside it end one after the other: their nesting takes no stack.
+void DestroyArray(SAFEARRAY* array) noexcept;
+
 /// A new one-dimensional array from index 0, all elements empty.
 class ArrayBuilder {
  public:
     /// @throw std::bad_alloc where there is no memory.
     ArrayBuilder(VARTYPE type, std::size_t count);
-    ~ArrayBuilder() {
-        if (array_) SafeArrayDestroy(array_);
-    }
+    ~ArrayBuilder() { DestroyArray(array_); }
     ArrayBuilder(const ArrayBuilder&) = delete;
     ArrayBuilder& operator=(const ArrayBuilder&) = delete;
 

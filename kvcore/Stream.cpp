@@ -1,6 +1,7 @@
 #include "kvcore/Stream.h"
 
 #include <limits>
+#include <new>
 
 #include <movaSystem.h>
 #include "kvcore/CreateInstance.h"
@@ -102,6 +103,7 @@ bool StreamReader::HoldsBeyond(std::uint64_t size) noexcept {
 }
 
 bool StreamWriter::SaveObject(IUnknown* object) noexcept {
+    const Ptr<IUnknown> held(user_.Window() ? nullptr : object);  // the stream that is written to may let go of it
     if (FAILED(Finish())) return false;
     HRESULT status = E_FAIL;
     IObjectStream* objects = user_.Objects(status);
@@ -114,11 +116,17 @@ HRESULT StreamWriter::Finish() noexcept {
     return Failed() ? status_ : S_OK;
 }
 
-bool StreamWriter::WriteBeyond(const void* source, std::size_t size) noexcept {
+bool StreamWriter::WriteBeyond(const void* source, std::size_t size) noexcept try {
     if (user_.Window()) return WriteThrough(source, size);
-    if (!Flush()) return false;
-    if (size > buffer_.size()) return WriteThrough(source, size);
+    const std::size_t before = HeldSize();
+    const std::size_t room = std::max(before + size, 2 * before);
+    auto larger = std::make_unique_for_overwrite<std::byte[]>(room);
+    std::memcpy(larger.get(), Held(), before);
+    larger_ = std::move(larger);
+    own_ = {larger_.get() + before, larger_.get() + before, larger_.get() + room};
     return Write(source, size);
+} catch (const std::bad_alloc&) {
+    return FailWith(E_OUTOFMEMORY);
 }
 
 bool StreamWriter::WriteThrough(const void* source, std::size_t size) noexcept {
@@ -127,9 +135,9 @@ bool StreamWriter::WriteThrough(const void* source, std::size_t size) noexcept {
 }
 
 bool StreamWriter::Flush() noexcept {
-    const auto size = static_cast<std::size_t>(own_.position - buffer_.data());
-    own_.position = own_.readEnd = buffer_.data();
-    return size == 0 || WriteThrough(buffer_.data(), size);
+    const std::size_t size = HeldSize();
+    own_.position = own_.readEnd = Held();
+    return size == 0 || WriteThrough(Held(), size);
 }
 
 }  // namespace kv

@@ -3,6 +3,8 @@
 
 #include <objidl.h>
 
+#include <memory>
+
 #include "kvcore/ByteWindow.h"
 #include "kvcore/Ptr.h"
 
@@ -101,7 +103,8 @@ class StreamReader final : public ByteReader {
 };
 
 /// Writes a persisted object's fields to a stream, which must outlive it. To a stream that is not in memory they go
-/// together, when Finish is called.
+/// together, when Finish is called or an object saved: whoever writes them need not fear that the stream, which can be
+/// of any make, frees them meanwhile.
 class StreamWriter final : public ByteWriter {
  public:
     explicit StreamWriter(IStream* stream) noexcept : user_(stream) { Use(user_.Window() ? *user_.Window() : own_); }
@@ -123,9 +126,12 @@ class StreamWriter final : public ByteWriter {
     bool WriteBeyond(const void* source, std::size_t size) noexcept override;
     bool WriteThrough(const void* source, std::size_t size) noexcept;
     bool Flush() noexcept;
+    std::byte* Held() noexcept { return larger_ ? larger_.get() : buffer_.data(); }
+    std::size_t HeldSize() noexcept { return static_cast<std::size_t>(own_.position - Held()); }
 
     detail::StreamUser user_;
     std::array<std::byte, 256> buffer_;
+    std::unique_ptr<std::byte[]> larger_;  ///< in place of the buffer, once that is too small
     ByteWindow own_{buffer_.data(), buffer_.data(), buffer_.data() + buffer_.size()};
     HRESULT status_ = E_FAIL;
 };

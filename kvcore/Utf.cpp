@@ -18,9 +18,6 @@ constexpr bool IsHighSurrogate(char16_t unit) noexcept {
 constexpr bool IsLowSurrogate(char16_t unit) noexcept {
     return (unit & 0xFC00) == 0xDC00;
 }
-constexpr bool IsSurrogate(char32_t character) noexcept {
-    return (character & 0xFFFF'F800) == 0xD800;
-}
 
 /// What a first byte announces: how many bytes follow it, and the range of the first of them, which keeps out overlong
 /// forms, surrogates and what lies beyond U+10FFFF (The Unicode Standard, table 3-7).
@@ -61,60 +58,28 @@ char32_t TakeCharacter(std::string_view& text) noexcept {
     return character;
 }
 
-/// Reads one character, or a lone surrogate.
-char32_t TakeCharacter(const char16_t*& from, const char16_t* end) noexcept {
-    const char16_t first = *from++;
-    if (!IsHighSurrogate(first) || from == end || !IsLowSurrogate(*from)) return first;
-    return 0x10000 + ((first & 0x3FFu) << 10) + (*from++ & 0x3FFu);
-}
+/// What stands for each ASCII character in a text between quotation marks: the letter of its escape, which is u where
+/// it has no short one; NUL where it stands for itself.
+constexpr auto escapeLetters = [] {
+    std::array<char, 128> letters{};
+    for (std::size_t i = 0; i < 0x20; ++i) letters[i] = 'u';
+    letters['"'] = '"';
+    letters['\\'] = '\\';
+    letters['\b'] = 'b';
+    letters['\f'] = 'f';
+    letters['\n'] = 'n';
+    letters['\r'] = 'r';
+    letters['\t'] = 't';
+    return letters;
+}();
 
-/// A character as UTF-8.
-char* PutCharacter(char* out, char32_t character) noexcept {
-    const auto put = [&](char32_t byte) { *out++ = static_cast<char>(static_cast<unsigned char>(byte)); };
-    if (character < 0x80) {
-        put(character);
-    } else if (character < 0x800) {
-        put(0xC0 | character >> 6);
-        put(0x80 | (character & 0x3F));
-    } else if (character < 0x10000) {
-        put(0xE0 | character >> 12);
-        put(0x80 | (character >> 6 & 0x3F));
-        put(0x80 | (character & 0x3F));
-    } else {
-        put(0xF0 | character >> 18);
-        put(0x80 | (character >> 12 & 0x3F));
-        put(0x80 | (character >> 6 & 0x3F));
-        put(0x80 | (character & 0x3F));
-    }
-    return out;
-}
-
-/// The letter of a short escape; NUL where the character has none.
-constexpr char ShortEscape(char32_t character) noexcept {
-    switch (character) {
-        case U'"':
-        case U'\\':
-            return static_cast<char>(character);
-        case U'\b':
-            return 'b';
-        case U'\f':
-            return 'f';
-        case U'\n':
-            return 'n';
-        case U'\r':
-            return 'r';
-        case U'\t':
-            return 't';
-        default:
-            return '\0';
-    }
-}
-
-/// How a text becomes bytes: which ASCII characters stand for themselves, and what the others become.
+/// How a text becomes bytes: which bytes do not stand for themselves, and what is made of what UTF-8 is not.
 struct PlainText {
     static __m128i Differing(__m128i bytes) noexcept { return _mm_cmplt_epi8(bytes, _mm_set1_epi8(1)); }
-    static char* PutOther(char* out, char32_t character) noexcept {
-        return PutCharacter(out, IsSurrogate(character) ? replacement : character);
+    static bool IsEscaped(char16_t) noexcept { return false; }
+    static char* PutEscape(char* out, char16_t) noexcept {
+        for (const char byte : {'\xEF', '\xBF', '\xBD'}) *out++ = byte;  // U+FFFD
+        return out;
     }
 };
 struct EscapedText {
@@ -123,20 +88,47 @@ struct EscapedText {
             _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')), _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\')));
         return _mm_or_si128(_mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)), marks);
     }
-    static char* PutOther(char* out, char32_t character) noexcept {
+    static bool IsEscaped(char16_t ascii) noexcept { return escapeLetters[ascii] != 0; }
+    static char* PutEscape(char* out, char16_t unit) noexcept {
         constexpr std::string_view digits = "0123456789abcdef";
-        if (const char letter = ShortEscape(character)) {
-            *out++ = '\\';
-            *out++ = letter;
-            return out;
-        }
-        if (character >= 0x20 && !IsSurrogate(character)) return PutCharacter(out, character);
+        const char letter = unit < 0x80 ? escapeLetters[unit] : 'u';
         *out++ = '\\';
-        *out++ = 'u';
-        for (int shift = 12; shift >= 0; shift -= 4) *out++ = digits[character >> shift & 0xF];
+        *out++ = letter;
+        if (letter == 'u')
+            for (int shift = 12; shift >= 0; shift -= 4) *out++ = digits[unit >> shift & 0xF];
         return out;
     }
 };
+
+/// Writes one character, or a lone surrogate.
+template <class Kind>
+char* PutOne(char* out, const char16_t*& from, const char16_t* end) noexcept {
+    const auto put = [&](char32_t byte) { *out++ = static_cast<char>(static_cast<unsigned char>(byte)); };
+    const char32_t first = *from++;
+    if (first < 0x80) {
+        const auto ascii = static_cast<char16_t>(first);
+        if (Kind::IsEscaped(ascii)) return Kind::PutEscape(out, ascii);
+        put(first);
+        return out;
+    }
+    if (first < 0x800) {
+        put(0xC0 | first >> 6);
+    } else if ((first & 0xF800) != 0xD800) {
+        put(0xE0 | first >> 12);
+        put(0x80 | (first >> 6 & 0x3F));
+    } else if (from != end && first < 0xDC00 && IsLowSurrogate(*from)) {
+        const char32_t character = 0x10000 + ((first & 0x3FF) << 10) + (*from++ & 0x3FFu);
+        put(0xF0 | character >> 18);
+        put(0x80 | (character >> 12 & 0x3F));
+        put(0x80 | (character >> 6 & 0x3F));
+        put(0x80 | (character & 0x3F));
+        return out;
+    } else {
+        return Kind::PutEscape(out, static_cast<char16_t>(first));
+    }
+    put(0x80 | (first & 0x3F));
+    return out;
+}
 
 /// Writes the units up to the first that does not stand for itself, by bytes of which there are Count.
 /// @return whether they all did
@@ -160,16 +152,15 @@ template <class Kind>
 char* Put(char* out, std::u16string_view text) noexcept {
     const char16_t* from = text.data();
     const char16_t* const end = from + text.size();
-    for (;;) {
-        bool same = true;
-        while (end - from >= 8 && (same = PutSame<Kind, 8>(out, from))) {
-        }
-        if (same && end - from >= 4) same = PutSame<Kind, 4>(out, from);
-        if (from == end) return out;
-        // One by one what differs, and what the end has left.
-        do out = Kind::PutOther(out, TakeCharacter(from, end));
-        while (from != end && (*from >= 0x80 || end - from < 4));
+    while (end - from >= 8) {
+        if (PutSame<Kind, 8>(out, from)) continue;
+        const char16_t* const stop = end - from > 8 ? from + 8 : end;
+        do out = PutOne<Kind>(out, from, end);
+        while (from < stop);
     }
+    if (end - from >= 4) PutSame<Kind, 4>(out, from);
+    while (from != end) out = PutOne<Kind>(out, from, end);
+    return out;
 }
 
 /// As many units as are made bytes at once where there is no telling how many bytes they become.
@@ -220,6 +211,33 @@ char* PutEscaped(char* out, std::u16string_view text) noexcept {
     return Put<EscapedText>(out, text);
 }
 
+char* PutEscapedAscii(char* out, std::string_view text) noexcept {
+    constexpr int block = 16;
+    const char* from = text.data();
+    const char* const end = from + text.size();
+    const auto putOne = [&] {
+        const auto unit = static_cast<char16_t>(*from);
+        if (EscapedText::IsEscaped(unit)) {
+            out = EscapedText::PutEscape(out, unit);
+        } else {
+            *out++ = *from;
+        }
+        ++from;
+    };
+    while (end - from >= block) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
+        const auto different =
+            static_cast<unsigned>(_mm_movemask_epi8(EscapedText::Differing(bytes))) | 1u << block;  // one at the end
+        const int same = std::countr_zero(different);
+        out += same;
+        from += same;
+        if (same != block) putOne();
+    }
+    while (from != end) putOne();
+    return out;
+}
+
 std::u16string_view TakePiece(std::u16string_view& text, std::size_t most) noexcept {
     std::u16string_view piece = text.substr(0, most);
     if (piece.size() < text.size() && IsHighSurrogate(piece.back()) && IsLowSurrogate(text[piece.size()]))
@@ -230,9 +248,19 @@ std::u16string_view TakePiece(std::u16string_view& text, std::size_t most) noexc
 
 std::size_t Utf16Length(std::string_view text) noexcept {
     // A unit for each byte that begins a character, and another one where four bytes do.
-    std::size_t length = 0;
-    for (const char c : text) {
-        const auto byte = static_cast<std::uint8_t>(c);
+    const char* from = text.data();
+    const char* const end = from + text.size();
+    __m128i sums = _mm_setzero_si128();
+    for (; end - from >= 16; from += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+        const __m128i begins = _mm_cmpgt_epi8(bytes, _mm_set1_epi8('\xBF'));
+        const __m128i beginsFour = _mm_cmpeq_epi8(_mm_max_epu8(bytes, _mm_set1_epi8('\xF0')), bytes);
+        const __m128i counts = _mm_sub_epi8(_mm_setzero_si128(), _mm_add_epi8(begins, beginsFour));
+        sums = _mm_add_epi64(sums, _mm_sad_epu8(counts, _mm_setzero_si128()));
+    }
+    auto length = static_cast<std::size_t>(_mm_cvtsi128_si64(_mm_add_epi64(sums, _mm_unpackhi_epi64(sums, sums))));
+    for (; from != end; ++from) {
+        const auto byte = static_cast<std::uint8_t>(*from);
         length += static_cast<std::size_t>((byte & 0xC0) != 0x80) + static_cast<std::size_t>(byte >= 0xF0);
     }
     return length;

@@ -29,6 +29,8 @@ char* PutUtf8(char* out, std::u16string_view text) noexcept;
 /// Hexadecimal digits are in lower case.
 /// @param out has room for escapedUnitSize bytes a unit. @return the end of what was written
 char* PutEscaped(char* out, std::u16string_view text) noexcept;
+/// The same for a text of ASCII.
+char* PutEscapedAscii(char* out, std::string_view text) noexcept;
 /// Takes so many units from the front of a text, or one less where that would part a character; all that there are of
 /// fewer. What is put piece by piece is what the whole would be.
 /// @param most at least 2

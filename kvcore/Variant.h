@@ -34,6 +34,7 @@ class Variant {
     ///     nesting beyond maxNesting, a type that VARIANTs do not have; E_OUTOFMEMORY.
     HRESULT Assign(const VARIANT& source) noexcept;
     /// Hands out a deep copy. @param target is overwritten unread and is empty where that fails.
+    /// @return as Assign
     HRESULT CopyTo(VARIANT* target) const noexcept;
 
     /// Writes the value with its type to a stream. @param keepsObjects whether objects are saved, else null is written.
@@ -51,15 +52,22 @@ class Variant {
         return &value_;
     }
     void Clear() noexcept {
-        if (value_.vt > VT_DATE) VariantClear(&value_);  // the types up to there own nothing
+        if (value_.vt > VT_DATE) Free();  // the types up to there own nothing
         value_.vt = VT_EMPTY;
     }
 
     const VARIANT& Get() const noexcept { return value_; }
 
  private:
+    void Free() noexcept;
+
     VARIANT value_;
 };
+
+/// Converts a value to another type. @param target is empty where that fails
+inline HRESULT ChangeType(const VARIANT& source, VARTYPE type, LCID locale, USHORT flags, Variant& target) noexcept {
+    return VariantChangeTypeEx(target.Put(), const_cast<VARIANT*>(&source), locale, flags, type);
+}
 
 /// Whether the parameters of a call have the arrays that their counts promise.
 bool IsComplete(const DISPPARAMS& parameters) noexcept;
@@ -69,7 +77,7 @@ bool IsComplete(const DISPPARAMS& parameters) noexcept;
 const VARIANT* Referred(const VARIANT& value) noexcept;
 
 /// Whether two values are of one type and hold the same: texts, arrays by bounds and elements, objects by identity;
-/// not-a-number equals itself. References are never the same.
-bool SameValue(const VARIANT& left, const VARIANT& right) noexcept;
+/// not-a-number equals itself. References are never the same. @throw std::bad_alloc
+bool SameValue(const VARIANT& left, const VARIANT& right);
 
 }  // namespace kv

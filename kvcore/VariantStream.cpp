@@ -171,7 +171,7 @@ class ArrayElements {
     ArrayElements(StreamReader& in, Objects objects, Slot target, ValueType type,
                   std::span<const ArrayBound> bounds) noexcept
         : in_(in), objects_(objects), target_(target), type_(type), size_(ShapeOf(type).memorySize), bounds_(bounds) {}
-    ~ArrayElements() { SafeArrayDestroy(array_); }
+    ~ArrayElements() { DestroyArray(array_); }
     ArrayElements(const ArrayElements&) = delete;
     ArrayElements& operator=(const ArrayElements&) = delete;
 

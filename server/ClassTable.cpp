@@ -5,6 +5,8 @@
 #include "containers/PropertySetProperty.h"
 #include "containers/StrArray.h"
 #include "containers/UID.h"
+#include "json/JSONArray.h"
+#include "json/JSONObject.h"
 #include "json/JSONReader.h"
 #include "json/JSONWriter.h"
 #include "server/ClassFactory.h"
@@ -60,6 +62,8 @@ constinit const ClassEntry classTable[] = {
     ThreadSingleton<XMLTypeMapper>(u"XMLTypeMapper"),
     NewObject<JSONWriter>(u"JSONWriter"),
     NewObject<JSONReader>(u"JSONReader"),
+    NewObject<JSONArray>(u"JSONArray"),
+    NewObject<JSONObject>(u"JSONObject"),
     NewObject<CombinedStream>(u"CombinedStream"),
     {},
 };

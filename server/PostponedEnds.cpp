@@ -7,7 +7,7 @@
 namespace mova {
 
 bool PostponedEnds::StackIsShort() noexcept {
-    constexpr std::size_t enough = 512 * 1024;  // one object can hold 500 arrays inside one another
+    constexpr std::size_t enough = 512 * 1024;  // what an object holds may be of another maker, and end as it likes
     return kv::StackLeft() < enough;
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "kvcore/Stack.h"
+
 namespace mova {
 namespace {
 
@@ -143,6 +145,9 @@ CombinedStream::Piece CombinedStream::PieceAt(std::uint64_t position, ULONG size
 
 template <class Operation>
 HRESULT CombinedStream::Use(Operation operation) const noexcept {
+    constexpr std::size_t enoughStack = 32 * 1024;
+    if (kv::StackLeft() < enoughStack)
+        return Refuse<ICombinedStream>(E_FAIL, u"Too many streams are parts of each other.");
     if (std::exchange(parts_->busy, true)) return Refuse(STG_E_INUSE);
     const HRESULT status = operation();
     parts_->busy = false;

@@ -230,20 +230,26 @@ HRESULT MemoryBlobStream::MakeClone(kv::Ptr<MemoryBlobStream>& clone) {
     return S_OK;
 }
 
-HRESULT MemoryBlobStream::CopyBytes(IStream* target, std::uint64_t count, std::uint64_t& read,
-                                    std::uint64_t& written) noexcept {
+HRESULT MemoryBlobStream::CopyBytes(IStream* target, std::uint64_t count, std::uint64_t& read, std::uint64_t& written) {
+    const auto readAt = [this](std::uint64_t position, void* piece, ULONG size, ULONG& came) {
+        const std::span<std::byte> content = Content();
+        came = position < content.size() ? static_cast<ULONG>(std::min<std::uint64_t>(size, content.size() - position))
+                                         : 0;
+        if (came != 0) std::memcpy(piece, content.data() + position, came);
+        return S_OK;
+    };
+    // Only a stream in memory is known to take the bytes in one step; any other may change them while it takes them.
+    const auto windowed = kv::Ptr<IStream>(target).As<kv::IWindowedStream>();
+    if (!windowed || !windowed->Window(nullptr)) return CopyPieces(target, count, read, written, readAt);
     constexpr std::uint64_t pieceSize = 1U << 30;
     HRESULT status = S_OK;
     const std::uint64_t from = Position();
     const std::uint64_t size = Content().size();
     const std::uint64_t most = std::min(count, size > from ? size - from : 0);  // what the target adds is not followed
     while (SUCCEEDED(status) && written < most) {
-        // Looked up for each piece: the target may be this stream or a clone, and writing to it may move the bytes.
-        const std::span<std::byte> content = Content();
-        if (from + written >= content.size()) break;
-        const std::uint64_t piece = std::min({most - written, content.size() - (from + written), pieceSize});
-        std::size_t went = 0;
-        status = kv::KvStreamWrite(target, content.data() + from + written, static_cast<std::size_t>(piece), &went);
+        const std::byte* const source = Content().data() + from + written;  // the target may have moved it
+        ULONG went = 0;
+        status = target->Write(source, static_cast<ULONG>(std::min(most - written, pieceSize)), &went);
         written += went;
     }
     read = written;

@@ -40,7 +40,7 @@ class MemoryBlobStream final : public ByteStream<MemoryBlobStream, ::MemoryBlobS
     HRESULT Resize(std::uint64_t size) noexcept;
     HRESULT Flush() noexcept { return S_OK; }
     HRESULT MakeClone(kv::Ptr<MemoryBlobStream>& clone);
-    HRESULT CopyBytes(IStream* target, std::uint64_t count, std::uint64_t& read, std::uint64_t& written) noexcept;
+    HRESULT CopyBytes(IStream* target, std::uint64_t count, std::uint64_t& read, std::uint64_t& written);
     void Describe(STATSTG& stat, bool withName);
     HRESULT RefuseSeek() const noexcept { return Refuse(STG_E_INVALIDFUNCTION); }
 

@@ -31,12 +31,6 @@ class NumberTable {
             sparse_.emplace(number, std::move(value));
         }
     }
-    template <class Visit>
-    void ForEach(Visit visit) const {
-        for (const Value& value : dense_)
-            if (value) visit(value);
-        for (const auto& [number, value] : sparse_) visit(value);
-    }
     void Clear() noexcept {
         std::vector<Value, Allocator> dense;  // whoever ends with its last reference may come back
         std::map<std::uint32_t, Value> sparse;

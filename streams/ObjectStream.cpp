@@ -37,9 +37,8 @@ std::optional<SavedObjects::SavedAs> SavedObjects::Find(IUnknown* identity) cons
 }
 
 void SavedObjects::Add(kv::Ptr<IUnknown> identity, const SavedAs& saved) {
-    for (Entry& entry : few_) {
-        if (entry.identity) continue;
-        entry = {std::move(identity), saved};
+    if (count_ < few_.size()) {
+        few_[count_++] = {std::move(identity), saved};
         return;
     }
     constexpr std::size_t pieceSize = 512;
@@ -51,21 +50,41 @@ void SavedObjects::Add(kv::Ptr<IUnknown> identity, const SavedAs& saved) {
     }
     byIdentity_.Add(identity.Get(), {saved.number, classPosition});
     held_.back().push_back(std::move(identity));
+    ++count_;
+}
+
+void SavedObjects::TakeBack(std::size_t count) noexcept {
+    while (count_ > count) {
+        kv::Ptr<IUnknown> latest;  // whoever ends with its last reference may come back
+        if (--count_ < few_.size()) {
+            latest = std::exchange(few_[count_], {}).identity;
+            continue;
+        }
+        while (held_.back().empty()) held_.pop_back();
+        latest = std::move(held_.back().back());
+        held_.back().pop_back();
+        byIdentity_.Remove(latest.Get());
+    }
 }
 
 void SavedObjects::Clear() noexcept {
     byIdentity_.Clear();
     classes_.clear();
+    positions_.clear();
+    count_ = 0;
     const auto few = std::exchange(few_, {});  // whoever ends with its last reference may come back
     std::vector<Piece> held;
     held_.swap(held);
 }
 
 std::uint32_t SavedObjects::PositionOf(REFCLSID clsid) {
-    const auto known = std::find(classes_.rbegin(), classes_.rend(), clsid);  // mostly the latest
-    if (known != classes_.rend()) return static_cast<std::uint32_t>(classes_.rend() - known) - 1;
+    if (latestPosition_ < classes_.size() && classes_[latestPosition_] == clsid) return latestPosition_;
+    const auto known = positions_.find(kv::BitsOf(clsid));
+    if (known != positions_.end()) return latestPosition_ = known->second;
     classes_.push_back(clsid);
-    return static_cast<std::uint32_t>(classes_.size()) - 1;
+    const auto position = static_cast<std::uint32_t>(classes_.size()) - 1;
+    positions_.emplace(kv::BitsOf(clsid), position);
+    return latestPosition_ = position;
 }
 
 /// One object inside another, for the length of saving or loading it.
@@ -99,8 +118,11 @@ STDMETHODIMP ObjectStream::Read(void* target, ULONG size, ULONG* read) noexcept 
 
 STDMETHODIMP ObjectStream::put_Stream(IStream* stream) noexcept {
     if (stream == Inner().Get()) return S_OK;
+    if (depth_ != 0 || loading_)
+        return Refuse<IObjectStream>(E_UNEXPECTED, u"An object is just being saved to the stream or loaded from it.");
     if (HRESULT status = SetInner(stream); FAILED(status)) return status;
-    windowed_ = Inner().As<kv::IWindowedStream>();
+    // Not through another stream over a stream: of these any number can be laid over each other.
+    windowed_ = IsOverAnother() ? kv::Ptr<kv::IWindowedStream>() : Inner().As<kv::IWindowedStream>();
     return S_OK;
 }
 
@@ -158,17 +180,35 @@ HRESULT ObjectStream::SaveNew(kv::Ptr<IUnknown> object, kv::Ptr<IUnknown> origin
     } else {
         return SaveNull();
     }
+    // Whoever was asked may have saved it meanwhile.
+    if (const auto saved = saved_.Find(object.Get())) return SaveRepeated(*saved);
     const Nesting nesting(*this);
     if (nesting.IsTooDeep()) return Refuse<IObjectStream>(E_FAIL, tooDeep);
+    const bool outermost = !std::exchange(saving_, true);
+    if (outermost) before_ = {saved_.Count(), nextNumber_};
+    const HRESULT status = SaveBody(clsid, std::move(object), std::move(original), byValues.Get(), byBytes.Get());
+    if (!outermost) return status;
+    if (FAILED(status)) {  // what was not written completely must not be referred to
+        saved_.TakeBack(before_.count);
+        nextNumber_ = before_.nextNumber;
+    }
+    saving_ = false;
+    return status;
+}
+
+HRESULT ObjectStream::SaveBody(REFCLSID clsid, kv::Ptr<IUnknown> object, kv::Ptr<IUnknown> original,
+                               IPersistVariant* byValues, IPersistStream* byBytes) noexcept try {
     const ULONG number = nextNumber_;
     saved_.Add(std::move(object), {clsid, number});
     ++nextNumber_;
-    if (original) saved_.Add(std::move(original), {clsid, number});
+    if (original && !saved_.Find(original.Get())) saved_.Add(std::move(original), {clsid, number});
     if (HRESULT status = WriteReference(clsid, number); FAILED(status)) return status;
     if (sink_) TraceSaved(sink_.Get(), clsid);
     const HRESULT status = byBytes ? byBytes->Save(this, FALSE)  // only the stream's keeper knows if it is the document
                                    : byValues->Save(VariantStream(this).Get());
     return FAILED(status) ? status : S_OK;
+} catch (...) {
+    return CaughtStatus();
 }
 
 STDMETHODIMP ObjectStream::LoadObject(REFIID iid, IUnknown* outer, void** object) noexcept try {
@@ -180,7 +220,7 @@ STDMETHODIMP ObjectStream::LoadObject(REFIID iid, IUnknown* outer, void** object
     const bool outermost = !loading_;
     if (outermost) {
         loading_ = true;
-        ++load_;
+        created_ = 0;
         counts_ = sizeLimit_ != 0;
         sizeLeft_ = sizeLimit_;
     }
@@ -217,12 +257,14 @@ HRESULT ObjectStream::LoadReference(IUnknown* outer, kv::Ptr<IUnknown>& object) 
 HRESULT ObjectStream::LoadNew(REFCLSID clsid, ULONG number, IUnknown* outer, kv::Ptr<IUnknown>& object) {
     const Nesting nesting(*this);
     if (nesting.IsTooDeep()) return Refuse<IObjectStream>(E_FAIL, tooDeep);
-    if (allowed_ && std::find(allowed_->begin(), allowed_->end(), clsid) == allowed_->end())
+    if (allowed_ && !allowed_->contains(kv::BitsOf(clsid)))
         return RefuseClass(E_ACCESSDENIED, clsid, u" may not be created from this stream.");
     if (HRESULT status = creator_.Create(clsid, outer, __uuidof(IUnknown), object.PutVoid()); FAILED(status))
         return RefuseClass(status, clsid, u" cannot be created.");
     if (!object) return RefuseClass(E_FAIL, clsid, u" cannot be created.");
-    loaded_.Add(number, {outer ? kv::Ptr<IUnknown>(outer) : object, load_});
+    loaded_.Add(number, {outer ? kv::Ptr<IUnknown>(outer) : object, latest_});
+    latest_ = number;
+    ++created_;
     if (sink_) TraceLoaded(sink_.Get(), number, clsid);
     if (const auto byValues = object.As<IPersistVariant>()) {
         const HRESULT status = byValues->Load(VariantStream(this).Get());
@@ -236,13 +278,13 @@ HRESULT ObjectStream::LoadNew(REFCLSID clsid, ULONG number, IUnknown* outer, kv:
 }
 
 void ObjectStream::DropLoaded() noexcept {
-    auto loaded = std::move(loaded_);  // what is let go of may call back
-    loaded_.Clear();
-    loaded.ForEach([this](const Loaded& one) {
-        if (one.load != load_) return;
-        if (const auto holder = one.object.As<IHoldsObjects>()) holder->DropObjects();
-    });
-    loaded_ = std::move(loaded);
+    for (; created_ != 0; --created_) {  // which grows again where what is let go of calls back
+        const Loaded* const loaded = loaded_.Find(latest_);
+        if (!loaded) return;
+        const auto object = loaded->object;
+        latest_ = loaded->previous;
+        if (const auto holder = object.As<IHoldsObjects>()) holder->DropObjects();
+    }
 }
 
 HRESULT ObjectStream::RefuseClass(HRESULT status, REFCLSID clsid, std::u16string_view what) const {
@@ -333,6 +375,7 @@ STDMETHODIMP ObjectStream::ForgetReferences() noexcept {
     saved_.Clear();
     loaded_.Clear();
     nextNumber_ = 1;
+    before_ = {};
     return S_OK;
 }
 
@@ -363,8 +406,8 @@ STDMETHODIMP ObjectStream::get_SizeLimit(LONGLONG* limit) noexcept {
 
 STDMETHODIMP ObjectStream::AllowClass(REFCLSID clsid) noexcept try {
     if (kv::IsNull(&clsid)) return Refuse(E_INVALIDARG);
-    if (!allowed_) allowed_.emplace();
-    allowed_->push_back(clsid);
+    if (!allowed_) allowed_ = std::make_unique<std::set<kv::IdBits>>();
+    allowed_->insert(kv::BitsOf(clsid));
     return S_OK;
 } catch (...) {
     return CaughtStatus();

@@ -3,11 +3,15 @@
 #include <movaSystem.h>
 
 #include <array>
+#include <map>
+#include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "kvcore/BlockPool.h"
 #include "kvcore/CreateInstance.h"
+#include "kvcore/IdBits.h"
 #include "streams/ForwardingStream.h"
 #include "streams/NumberTable.h"
 #include "streams/PointerMap.h"
@@ -26,6 +30,9 @@ class SavedObjects {
     std::optional<SavedAs> Find(IUnknown* identity) const noexcept;
     /// @throw std::bad_alloc, nothing being changed
     void Add(kv::Ptr<IUnknown> identity, const SavedAs& saved);
+    std::size_t Count() const noexcept { return count_; }
+    /// Forgets those that were added when there were so many.
+    void TakeBack(std::size_t count) noexcept;
     void Clear() noexcept;
 
  private:
@@ -45,7 +52,10 @@ class SavedObjects {
     std::array<Entry, 2> few_;  ///< most streams hold one object; what there is more of is in the map
     PointerMap<Position> byIdentity_;
     std::vector<Piece> held_;
+    std::size_t count_ = 0;
     std::vector<CLSID> classes_;
+    std::map<kv::IdBits, std::uint32_t> positions_;  ///< of the classes
+    std::uint32_t latestPosition_ = 0;
 };
 
 /// A stream that object graphs are saved to and loaded from; the layout of a reference is in docs/formats.md.
@@ -91,17 +101,26 @@ class ObjectStream final
     };
     static_assert(sizeof(Reference) == 20);
 
-    /// An object and the outermost load that has created it.
+    /// An object, and the number that the same outermost load has created before it.
     struct Loaded {
         kv::Ptr<IUnknown> object;
-        ULONG load = 0;
+        ULONG previous = 0;
         explicit operator bool() const noexcept { return static_cast<bool>(object); }
+    };
+
+    /// What was saved before a save began.
+    struct Before {
+        std::size_t count = 0;
+        ULONG nextNumber = 1;
     };
 
     HRESULT SaveRepeated(const SavedObjects::SavedAs& saved) noexcept;
     HRESULT SaveNull() noexcept;
     /// @param original what the object is saved in the place of; null for nothing
     HRESULT SaveNew(kv::Ptr<IUnknown> object, kv::Ptr<IUnknown> original);
+    /// Records an object and writes it: by values or by bytes, one of which is null.
+    HRESULT SaveBody(REFCLSID clsid, kv::Ptr<IUnknown> object, kv::Ptr<IUnknown> original, IPersistVariant* byValues,
+                     IPersistStream* byBytes) noexcept;
     HRESULT LoadReference(IUnknown* outer, kv::Ptr<IUnknown>& object) noexcept;
     HRESULT LoadNew(REFCLSID clsid, ULONG number, IUnknown* outer, kv::Ptr<IUnknown>& object);
     /// After a failure nobody has the objects that were created: what they hold of each other is let go.
@@ -115,14 +134,17 @@ class ObjectStream final
     kv::Ptr<kv::IWindowedStream> windowed_;  ///< the inner stream, where it is one
     SavedObjects saved_;
     NumberTable<Loaded, kv::BlockAllocator<Loaded>> loaded_;
-    std::optional<std::vector<CLSID>> allowed_;
+    std::unique_ptr<std::set<kv::IdBits>> allowed_;  ///< the classes that may be created; null for all
     kv::Creator creator_;
     kv::Ptr<IObjectStreamDebug> sink_;
     ULONG nextNumber_ = 1;
-    ULONG load_ = 0;  ///< counts outermost loads
+    Before before_;      ///< the outermost save
+    ULONG created_ = 0;  ///< how many objects the outermost load has created
+    ULONG latest_ = 0;   ///< the number of the latest of these
     LONG documentVersion_ = kv::currentDocumentVersion;
     LONG nestingLimit_ = 1000;
     LONG depth_ = 0;
+    bool saving_ = false;
     bool loading_ = false;
     bool counts_ = false;  ///< the bytes that the outermost load reads
     LONGLONG sizeLimit_ = 0;

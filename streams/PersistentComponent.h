@@ -37,18 +37,8 @@ class PersistentComponent : public Component<Self, Coclass, Items..., Generation
         return S_OK;
     }
     STDMETHODIMP IsDirty() noexcept override { return dirty_ ? S_OK : S_FALSE; }
-    STDMETHODIMP Load(IStream* stream) noexcept override try {
-        if (!stream) return Base::Refuse(E_POINTER);
-        kv::StreamReader in(stream);
-        const HRESULT status = static_cast<Self*>(this)->ReadFields(in);
-        if (SUCCEEDED(status)) {
-            dirty_ = false;
-        } else if (in.Failed() && !in.PassesOn()) {
-            return this->template Refuse<IPersistStream>(status, damagedStream);
-        }
-        return status;
-    } catch (...) {
-        return CaughtStatus();
+    STDMETHODIMP Load(IStream* stream) noexcept override {
+        return LoadBy(stream, [this](kv::StreamReader& in) { return static_cast<Self*>(this)->ReadFields(in); });
     }
     STDMETHODIMP Save(IStream* stream, BOOL clearDirty) noexcept override try {
         if (!stream) return Base::Refuse(E_POINTER);
@@ -72,6 +62,21 @@ class PersistentComponent : public Component<Self, Coclass, Items..., Generation
     }
 
  protected:
+    /// Loads as ReadFields or something like it reads. @param read HRESULT(kv::StreamReader& in); may throw
+    template <class ReadAll>
+    HRESULT LoadBy(IStream* stream, ReadAll read) noexcept try {
+        if (!stream) return Base::Refuse(E_POINTER);
+        kv::StreamReader in(stream);
+        const HRESULT status = read(in);
+        if (SUCCEEDED(status)) {
+            dirty_ = false;
+        } else if (in.Failed() && !in.PassesOn()) {
+            return this->template Refuse<IPersistStream>(status, damagedStream);
+        }
+        return status;
+    } catch (...) {
+        return CaughtStatus();
+    }
     /// What IClone answers: another object with the same content.
     HRESULT CloneBySaving(IUnknown** copy) noexcept {
         return copy ? CopyBySaving(Base::Own(), copy) : Base::Refuse(E_POINTER);

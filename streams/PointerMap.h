@@ -4,13 +4,14 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace mova {
 
-/// A map from addresses to small values that only ever grows: open addressing in one piece of memory. Addresses that
-/// are near each other have their places near each other, since objects are mostly met in the order in which they were
-/// allocated, and a large table is otherwise a cache miss for each.
+/// A map from addresses to small values whose memory only ever grows: open addressing in one piece of it. Addresses
+/// that are near each other have their places near each other, since objects are mostly met in the order in which they
+/// were allocated, and a large table is otherwise a cache miss for each.
 template <class Value>
 class PointerMap {
  public:
@@ -27,6 +28,18 @@ class PointerMap {
         if (5 * (count_ + 1) > 4 * places_.size()) Grow();  // fuller than that, every search would take long
         Put({address, value});
         ++count_;
+    }
+    /// Removes an address that is there.
+    void Remove(const void* address) noexcept {
+        std::size_t gap = Home(address);
+        while (places_[gap].address != address) gap = (gap + 1) & Mask();
+        // What stands behind the gap and was to be nearer to its home closes it, and leaves one itself.
+        for (std::size_t i = gap; places_[i = (i + 1) & Mask()].address;) {
+            const std::size_t way = (i - Home(places_[i].address)) & Mask();
+            if (way >= ((i - gap) & Mask())) places_[std::exchange(gap, i)] = places_[i];
+        }
+        places_[gap].address = nullptr;
+        --count_;
     }
     void Clear() noexcept {
         std::vector<Place>().swap(places_);

@@ -86,7 +86,7 @@ TEST(NumberText, HasTheFewestDigits) {
         double value;
         std::string_view text;
     } rows[] = {{0, "0"},
-                {-0.0, "-0"},
+                {-0.0, "-0.0"},
                 {1, "1"},
                 {-1.25, "-1.25"},
                 {0.1, "0.1"},

@@ -79,12 +79,37 @@ TEST(ByteSwapStreamIO, IsNothingWithoutItsInnerStream) {
     EXPECT_EQ(swap->get_Stream(nullptr), E_POINTER);
     const auto memory = MemoryStream("abc");
     ASSERT_EQ(swap->put_Stream(memory.Get()), S_OK);
-    EXPECT_EQ(swap->put_Stream(stream.Get()), E_INVALIDARG) << "itself";
     ASSERT_EQ(swap->get_Stream(inner.Put()), S_OK);
     EXPECT_EQ(inner.Get(), memory.Get());
     EXPECT_EQ(ContentOf(stream.Get()), "abc");
     EXPECT_EQ(swap->put_Stream(nullptr), S_OK);
     EXPECT_EQ(stream->Commit(STGC_DEFAULT), E_FAIL);
+}
+
+TEST(ByteSwapStreamIO, IsNotLaidOverItself) {
+    const auto swap = New<IByteSwapStreamIO>(u"ByteSwapStreamIO");
+    const auto objects = New<IObjectStream>(u"ObjectStream");
+    const auto moreObjects = New<IObjectStream>(u"ObjectStream");
+    ASSERT_EQ(objects->put_Stream(swap.As<IStream>().Get()), S_OK);
+    ASSERT_EQ(moreObjects->put_Stream(objects.Get()), S_OK);
+    for (const auto& over : {swap.As<IStream>(), objects.As<IStream>(), moreObjects.As<IStream>()}) {
+        EXPECT_EQ(swap->put_Stream(over.Get()), E_INVALIDARG);
+        EXPECT_EQ(TakeErrorInfo(), Refusal<IStream>("ByteSwapStreamIO", "A stream cannot be laid over itself."));
+    }
+    kv::Ptr<IClassFactory> factory;
+    ASSERT_EQ(CoGetClassObject(__uuidof(::ByteSwapStreamIO), CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
+                               factory.PutVoid()),
+              S_OK);
+    auto lowest = swap;
+    for (int i = 0; i < 200'000; ++i) {
+        kv::Ptr<IByteSwapStreamIO> lower;
+        ASSERT_EQ(factory->CreateInstance(nullptr, __uuidof(IByteSwapStreamIO), lower.PutVoid()), S_OK);
+        ASSERT_EQ(lowest->put_Stream(lower.As<IStream>().Get()), S_OK);
+        lowest = lower;
+    }
+    ASSERT_EQ(lowest->put_Stream(MemoryStream("abc").Get()), S_OK);
+    EXPECT_EQ(moreObjects->Commit(STGC_DEFAULT), E_FAIL);
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IStream>("ByteSwapStreamIO", "Too many streams are laid over each other."));
 }
 
 }  // namespace mova::test

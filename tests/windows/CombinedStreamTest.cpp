@@ -5,18 +5,11 @@ namespace mova::test {
 namespace {
 
 /// A stream over another one whose operations fail once so many were called.
-class FailingStream final : public IStream {
+class FailingStream final : public LocalStream {
  public:
     explicit FailingStream(std::string_view content) : inner_(MemoryStream(content)) {}
     virtual ~FailingStream() = default;
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        const bool found = iid == __uuidof(IUnknown) || iid == __uuidof(ISequentialStream) || iid == __uuidof(IStream);
-        *object = found ? this : nullptr;
-        return found ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return 1; }  // it lives where the test puts it
-    STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
     STDMETHODIMP Read(void* target, ULONG size, ULONG* read) noexcept override {
         return Fails() ? STG_E_READFAULT : inner_->Read(target, size, read);
     }
@@ -29,15 +22,7 @@ class FailingStream final : public IStream {
     STDMETHODIMP SetSize(ULARGE_INTEGER size) noexcept override {
         return Fails() ? STG_E_MEDIUMFULL : inner_->SetSize(size);
     }
-    STDMETHODIMP CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) noexcept override {
-        return E_NOTIMPL;
-    }
     STDMETHODIMP Commit(DWORD) noexcept override { return Fails() ? STG_E_CANTSAVE : S_OK; }
-    STDMETHODIMP Revert() noexcept override { return S_OK; }
-    STDMETHODIMP LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP Stat(STATSTG*, DWORD) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP Clone(IStream**) noexcept override { return E_NOTIMPL; }
 
     int callsLeft = INT_MAX;
 

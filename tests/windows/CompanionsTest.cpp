@@ -87,17 +87,9 @@ TEST(PropertySetArrays, KeepElementsInOrder) {
 
 TEST(PropertySetArrays, SurviveAnElementThatChangesThemWhileItIsCopied) {
     /// A set of another maker, which when it is saved empties the array that it is in, and is loaded as one of ours.
-    class Visitor final : public IPropertySet, public IPersistStream {
+    class Visitor final : public Local<IPropertySet, IPersistStream> {
      public:
         explicit Visitor(IPropertySetArray* array) : array_(array) {}
-        STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-            *object = nullptr;
-            if (iid == __uuidof(IPropertySet) || iid == __uuidof(IUnknown)) *object = static_cast<IPropertySet*>(this);
-            if (iid == __uuidof(IPersistStream)) *object = static_cast<IPersistStream*>(this);
-            return *object ? S_OK : E_NOINTERFACE;
-        }
-        STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
-        STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
         STDMETHODIMP GetClassID(CLSID* classId) noexcept override {
             *classId = __uuidof(::PropertySet);
             return S_OK;

@@ -27,16 +27,8 @@ class Reporter final : public Unknown {
 };
 
 /// An error-lookup service, which is its own class factory; a status of E_ABORT is one that it fails for.
-class Lookup final : public IClassFactory, public IErrorLookup {
+class Lookup final : public Local<IClassFactory, IErrorLookup> {
  public:
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        *object = nullptr;
-        if (iid == __uuidof(IErrorLookup)) *object = static_cast<IErrorLookup*>(this);
-        if (iid == __uuidof(IClassFactory) || iid == __uuidof(IUnknown)) *object = static_cast<IClassFactory*>(this);
-        return *object ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
-    STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
     STDMETHODIMP CreateInstance(IUnknown*, REFIID iid, void** object) noexcept override {
         return QueryInterface(iid, object);
     }

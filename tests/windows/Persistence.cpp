@@ -151,6 +151,7 @@ STDMETHODIMP Trickle::Read(void* target, ULONG size, ULONG* read) noexcept {
 
 STDMETHODIMP Trickle::Write(const void* source, ULONG size, ULONG* written) noexcept {
     if (Fails()) return STG_E_MEDIUMFULL;
+    if (const auto once = std::exchange(visit, {})) once();
     const ULONG went = std::min(size, atOnce_);
     const auto* from = static_cast<const std::uint8_t*>(source);
     bytes.insert(bytes.end(), from, from + went);

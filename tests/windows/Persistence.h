@@ -43,34 +43,17 @@ void Dissolve(const kv::Ptr<IUnknown>& object);
 void ForEveryDamage(const Bytes& good, const std::function<void(const Bytes& damaged)>& check);
 
 /// A stream of another maker that gives and takes few bytes at a time and cannot tell its size.
-class Trickle final : public IStream {
+class Trickle final : public LocalStream {
  public:
     explicit Trickle(Bytes content = {}, ULONG atOnce = 3) : bytes(std::move(content)), atOnce_(atOnce) {}
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        const bool isOne = iid == __uuidof(IUnknown) || iid == __uuidof(ISequentialStream) || iid == __uuidof(IStream);
-        *object = isOne ? static_cast<IStream*>(this) : nullptr;
-        return isOne ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
-    STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
     STDMETHODIMP Read(void* target, ULONG size, ULONG* read) noexcept override;
     STDMETHODIMP Write(const void* source, ULONG size, ULONG* written) noexcept override;
-    STDMETHODIMP Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP SetSize(ULARGE_INTEGER) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) noexcept override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP Commit(DWORD) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP Revert() noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP Stat(STATSTG*, DWORD) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP Clone(IStream**) noexcept override { return E_NOTIMPL; }
 
     Bytes bytes;
     std::size_t position = 0;
     int callsLeft = -1;  ///< so many reads or writes succeed, the next one is STG_E_MEDIUMFULL; below 0: all
     int calls = 0;
+    std::function<void()> visit;  ///< done once, when it is written to and has not yet taken the bytes
 
  private:
     bool Fails() noexcept { return ++calls, callsLeft >= 0 && callsLeft-- == 0; }
@@ -115,8 +98,22 @@ class Foreign : public IPersistStream {
     ULONG references_ = 1;
 };
 
+/// One that offers another interface, too.
+template <class I>
+class ForeignWith : public Foreign, public I {
+ public:
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
+        return Foreign::QueryInterface(iid, object);
+    }
+    STDMETHODIMP_(ULONG) AddRef() noexcept override { return Foreign::AddRef(); }
+    STDMETHODIMP_(ULONG) Release() noexcept override { return Foreign::Release(); }
+
+ protected:
+    void* Find(REFIID iid) noexcept override { return iid == __uuidof(I) ? static_cast<I*>(this) : Foreign::Find(iid); }
+};
+
 /// Serves a class in this process for as long as it lives.
-class Served final : public IClassFactory {
+class Served final : public Local<IClassFactory> {
  public:
     Served(REFCLSID classId, std::function<IUnknown*()> make) : make_(std::move(make)) {
         EXPECT_EQ(CoRegisterClassObject(classId, this, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie_), S_OK);
@@ -125,13 +122,6 @@ class Served final : public IClassFactory {
     Served(const Served&) = delete;
     Served& operator=(const Served&) = delete;
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        const bool isOne = iid == __uuidof(IUnknown) || iid == __uuidof(IClassFactory);
-        *object = isOne ? this : nullptr;
-        return isOne ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
-    STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** object) noexcept override {
         *object = nullptr;
         if (outer) return CLASS_E_NOAGGREGATION;

@@ -99,6 +99,33 @@ TEST(PropertySetStream, IsDirtyUntilSavedOrLoaded) {
     EXPECT_EQ(persist->IsDirty(), S_OK) << "a copy is no document";
     EXPECT_EQ(Load(set, duplicates), S_OK);
     EXPECT_EQ(persist->IsDirty(), S_FALSE);
+    EXPECT_EQ(Load(set, {2, 0}), E_FAIL);
+    EXPECT_EQ(persist->IsDirty(), S_FALSE) << "refused as it was";
+    EXPECT_EQ(Load(set, {1, 0, 1}), E_FAIL);
+    EXPECT_EQ(persist->IsDirty(), S_OK) << "emptied";
+}
+
+TEST(PropertySetStream, SavesToAStreamThatChangesWhatIsSaved) {
+    const auto set = NewSet();
+    const auto property = New<IPropertySetProperty>(u"PropertySetProperty");
+    for (const bool isSet : {true, false}) {
+        const std::u16string longText(1000, u'x');
+        EXPECT_EQ(set->SetProperty(Bstr(longText), Value(longText).Get()), S_OK);
+        EXPECT_EQ(set->SetProperty(Bstr(u"bytes"), Array(VT_UI1, {{1000, 0}}).Get()), S_OK);
+        EXPECT_EQ(property->put_Key(Bstr(longText)), S_OK);
+        EXPECT_EQ(property->put_Value(Value(longText).Get()), S_OK);
+        const auto persist = isSet ? set.As<IPersistStream>() : property.As<IPersistStream>();
+        Trickle stream;
+        Trickle undisturbed;
+        stream.visit = [&] {
+            set->RemoveAllProperties();
+            property->put_Key(nullptr);
+            property->put_Value(kv::Variant().Get());
+        };
+        EXPECT_EQ(persist->Save(&undisturbed, FALSE), S_OK);
+        EXPECT_EQ(persist->Save(&stream, FALSE), S_OK);
+        EXPECT_TRUE(stream.bytes == undisturbed.bytes);
+    }
 }
 
 TEST(PropertySetStream, KeepsObjectsInAPlainStream) {
@@ -153,6 +180,11 @@ TEST(PropertySetStream, TransfersByValueWithoutWhatCannotFollow) {
     EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySetImpl>("PropertySet", "No property set stands here in the stream."));
     EXPECT_EQ(receiver->LoadByValue(StreamOf(Bytes(15, 1)).Get(), 15), E_FAIL);
     EXPECT_EQ(Names(other.Get()), "A");
+    const auto withObject = StreamOf({});
+    EXPECT_EQ(set.As<IPersistStream>()->Save(withObject.Get(), FALSE), S_OK);
+    EXPECT_EQ(kv::KvStreamSeek(withObject.Get(), 0), S_OK);
+    EXPECT_EQ(receiver->LoadByValue(withObject.Get(), 0), E_FAIL) << "by value there are no objects";
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IPersistStream>("PropertySet", damaged));
     EXPECT_EQ(receiver->LoadByValue(nullptr, 0), E_POINTER);
     EXPECT_EQ(receiver->SaveByValue(nullptr, 0), E_POINTER);
 }

@@ -2,6 +2,7 @@
 
 #include "containers/PropertyList.h"
 #include "kvcore/SafeArray.h"
+#include "kvcore/Stack.h"
 #include "tests/windows/Support.h"
 
 namespace mova::test {
@@ -120,7 +121,7 @@ TEST(PropertySet, ReadsTheLastOfDuplicatesAndWritesTheFirst) {
 TEST(PropertySet, KeepsDeepCopiesOfEveryType) {
     const auto set = NewSet();
     auto values = EveryValue();
-    values.push_back(Value(New<IUnknown>(u"PropertySet").Get()));
+    for (const char16_t* name : {u"PropertySet", u"ObjectCopy"}) values.push_back(Value(New<IUnknown>(name).Get()));
     values.push_back(Nested(kv::maxNesting));
     for (std::size_t i = 0; i < values.size(); ++i) {
         const auto name = u"v" + std::u16string(1, static_cast<char16_t>(u'\u0100' + i));
@@ -137,6 +138,28 @@ TEST(PropertySet, KeepsDeepCopiesOfEveryType) {
         ASSERT_EQ(set->GetProperty(Bstr(name), again.Put()), S_OK);
         EXPECT_TRUE(kv::SameValue(again.Get(), value)) << "by reference, row " << i;
     }
+    kv::Ptr<IUnknown> copy;
+    ASSERT_EQ(set.As<IClone>()->Clone(copy.Put()), S_OK);
+    EXPECT_TRUE(Equal(set.Get(), copy.As<IPropertySet>().Get()));
+    EXPECT_EQ(Names(set.Get()), Names(copy.As<IPropertySet>().Get()));
+}
+
+TEST(PropertySet, TakesNoStackForArraysInArrays) {
+    const auto set = NewSet();
+    const auto leaveLittleStack = [&](const auto& work) {
+        *static_cast<volatile char*>(__builtin_alloca(kv::StackLeft() - 40 * 1024)) = 0;
+        work();
+    };
+    leaveLittleStack([&] {
+        kv::ArrayBuilder pair(VT_VARIANT, 2);
+        for (int i = 0; i < 2; ++i) pair.Elements<VARIANT>()[i] = Nested(kv::maxNesting - 1).Detach();
+        const kv::Variant nested = pair.Finish();
+        kv::Variant held;
+        EXPECT_EQ(set->SetProperty(Bstr(u"A"), nested.Get()), S_OK);
+        EXPECT_EQ(set->GetProperty(Bstr(u"A"), held.Put()), S_OK);
+        EXPECT_TRUE(kv::SameValue(held.Get(), nested.Get()));
+        EXPECT_EQ(set->RemoveAllProperties(), S_OK);
+    });
 }
 
 TEST(PropertySet, RefusesWhatItCannotKeepAndStaysAsItWas) {

@@ -3,6 +3,7 @@
 #include <random>
 #include <sstream>
 
+#include "tests/windows/Persistence.h"
 #include "tests/windows/StreamSupport.h"
 
 namespace mova::test {
@@ -346,6 +347,14 @@ TEST_P(EveryStream, CopiesToItselfWithoutFollowingWhatItAdds) {
     EXPECT_EQ(stream->CopyTo(end.Get(), Size(UINT64_MAX), &read, nullptr), S_OK);
     EXPECT_EQ(read.QuadPart, alphabet.size());
     EXPECT_EQ(ContentOf(stream.Get()), std::string(alphabet) + std::string(alphabet));
+}
+
+TEST_P(EveryStream, CopiesToAStreamThatChangesIt) {
+    const auto stream = Make();
+    Trickle target;
+    target.visit = [&] { EXPECT_EQ(stream->SetSize(Size(100'000)), S_OK); };  // its memory moves
+    EXPECT_EQ(stream->CopyTo(&target, Size(UINT64_MAX), nullptr, nullptr), S_OK);
+    EXPECT_EQ(std::string(target.bytes.begin(), target.bytes.end()), alphabet);
 }
 
 TEST_P(EveryStream, AgreesWithAPlainModel) {

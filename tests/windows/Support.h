@@ -26,6 +26,39 @@ kv::Ptr<I> New(std::u16string_view className) {
     return object;
 }
 
+/// An object of another maker, which lives where a test puts it. @tparam Interfaces what it answers beside IUnknown
+template <class... Interfaces>
+class Local : public Interfaces... {
+ public:
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
+        *object = nullptr;
+        const auto offer = [&](const IID& offered, auto* found) { *object = iid == offered ? found : *object; };
+        (offer(__uuidof(IUnknown), static_cast<Interfaces*>(this)), ...);
+        (offer(__uuidof(Interfaces), static_cast<Interfaces*>(this)), ...);
+        return *object ? S_OK : E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
+    STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
+};
+
+/// A stream of another maker that does no more than a test says.
+class LocalStream : public Local<IStream> {
+ public:
+    STDMETHODIMP Read(void*, ULONG, ULONG*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP Write(const void*, ULONG, ULONG*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP SetSize(ULARGE_INTEGER) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) noexcept override {
+        return E_NOTIMPL;
+    }
+    STDMETHODIMP Commit(DWORD) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP Revert() noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP Stat(STATSTG*, DWORD) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP Clone(IStream**) noexcept override { return E_NOTIMPL; }
+};
+
 /// A BSTR for the length of a call.
 class Bstr {
  public:

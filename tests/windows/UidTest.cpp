@@ -3,7 +3,7 @@
 
 #include "kvcore/RegistryKey.h"
 #include "kvcore/TrelCore.h"
-#include "tests/windows/Support.h"
+#include "tests/windows/Persistence.h"
 
 namespace mova::test {
 namespace {
@@ -94,7 +94,7 @@ class Setting {
 };
 
 /// An add-in manager, which is its own class factory and can be created while it lives. It notes what it is asked.
-class Manager final : public IClassFactory, public IAddInManager {
+class Manager final : public Local<IClassFactory, IAddInManager> {
  public:
     Manager() {
         EXPECT_EQ(CoRegisterClassObject(managerClass, static_cast<IClassFactory*>(this), CLSCTX_INPROC_SERVER,
@@ -105,14 +105,6 @@ class Manager final : public IClassFactory, public IAddInManager {
     Manager(const Manager&) = delete;
     Manager& operator=(const Manager&) = delete;
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        *object = nullptr;
-        if (iid == __uuidof(IAddInManager)) *object = static_cast<IAddInManager*>(this);
-        if (iid == __uuidof(IClassFactory) || iid == __uuidof(IUnknown)) *object = static_cast<IClassFactory*>(this);
-        return *object ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
-    STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
     STDMETHODIMP CreateInstance(IUnknown*, REFIID iid, void** object) noexcept override {
         return QueryInterface(iid, object);
     }
@@ -132,15 +124,9 @@ class Manager final : public IClassFactory, public IAddInManager {
 };
 
 /// An identifier object of another maker.
-class Foreign final : public IIdentifierExchange {
+class Other final : public Local<IIdentifierExchange> {
  public:
-    explicit Foreign(LONG subtype, HRESULT status = S_OK) : subtype_(subtype), status_(status) {}
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        *object = iid == __uuidof(IUnknown) || iid == __uuidof(IIdentifierExchange) ? this : nullptr;
-        return *object ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
-    STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
+    explicit Other(LONG subtype, HRESULT status = S_OK) : subtype_(subtype), status_(status) {}
     STDMETHODIMP SetIdentifier(const GUID*, LONG) noexcept override { return E_NOTIMPL; }
     STDMETHODIMP GetIdentifier(GUID* identifier, LONG* subtype) noexcept override {
         *identifier = probe;
@@ -254,9 +240,9 @@ TEST(Uid, TakesValuesByReferenceAndOtherIdentifiers) {
     EXPECT_EQ(source.As<IIdentifierExchange>()->SetIdentifier(&probe, 8), S_OK);
     const auto empty = NewUid();
     const auto stranger = New<IUnknown>(u"PropertySet");
-    Foreign foreign(9);
-    Foreign negative(-9);
-    Foreign failing(9, E_FAIL);
+    Other foreign(9);
+    Other negative(-9);
+    Other failing(9, E_FAIL);
     Bstr text(u"{00112233-4455-6677-8899-AABBCCDDEEFF}:8");
     BSTR bstr = text;
     IUnknown* unknown = source.Get();
@@ -438,8 +424,8 @@ TEST(Uid, ComparesBothHalvesAndTheSubtype) {
         EXPECT_EQ(Equal(other, uid), row.equal) << State(other);
     }
     VARIANT_BOOL equal = VARIANT_TRUE;
-    Foreign failing(3, E_FAIL);
-    Foreign foreign(3);
+    Other failing(3, E_FAIL);
+    Other foreign(3);
     const auto stranger = New<IUnknown>(u"PropertySet");
     // Whatever the pointer is to, it is asked for the interface that counts.
     for (IUnknown* none : {static_cast<IUnknown*>(nullptr), stranger.Get(), static_cast<IUnknown*>(&failing)}) {
@@ -506,19 +492,15 @@ TEST(Uid, LoadsWholeRecordsOnly) {
 }
 
 TEST(Uid, FailsAsAStreamDoesThatFails) {
-    kv::Ptr<IStorage> storage;
-    kv::Ptr<IStream> stream;
-    ASSERT_EQ(StgCreateDocfile(nullptr, STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE | STGM_DELETEONRELEASE, 0,
-                               storage.Put()),
-              S_OK);
-    ASSERT_EQ(storage->CreateStream(L"uid", STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE, 0, 0, stream.Put()),
-              S_OK);
-    storage = {};  // its streams fail from here on
     const auto uid = NewUid();
     EXPECT_EQ(uid.As<IIdentifierExchange>()->SetIdentifier(&otherProbe, 5), S_OK);
-    EXPECT_EQ(uid.As<IPersistStream>()->Load(stream.Get()), E_FAIL);
-    EXPECT_EQ(uid.As<IPersistStream>()->Save(stream.Get(), TRUE), STG_E_REVERTED);
-    EXPECT_EQ(State(uid), State(otherProbe, 5) + "*");
+    for (const bool saves : {false, true}) {
+        Trickle failing(Bytes(23));
+        failing.callsLeft = 1;
+        const auto persist = uid.As<IPersistStream>();
+        EXPECT_EQ(saves ? persist->Save(&failing, TRUE) : persist->Load(&failing), saves ? STG_E_MEDIUMFULL : E_FAIL);
+        EXPECT_EQ(State(uid), State(otherProbe, 5) + "*");
+    }
 }
 
 TEST(Uid, FormatsIntoTheRoomThereIs) {

@@ -44,6 +44,14 @@ constexpr Command commands[] = {
      "Its last line is \"end\", \"unknown: ...\" at an object that only its class can read, or \"broken: ...\".\n"
      "Its exit status is 1 where the stream is broken.",
      &RunStream},
+    {"json",
+     "tokens FILE|- | tokens --text TEXT | format [--formatted] [--indent N] [--max-decimals N] FILE|- | get FILE|- "
+     "PATH",
+     "tokens walks through JSON text, one token a line; a number with its text and as double, int64 and uint64.\n"
+     "format reads a document and prints it: on lines of their own with --formatted, N blanks a level, and with N\n"
+     "decimals at most.\n"
+     "get prints the value at a path of member names and array indices, joined by /.",
+     &RunJson},
 };
 
 /// The text with line breaks and other control characters escaped, so that it stays one line.

@@ -4,7 +4,10 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 namespace mova::tool {
@@ -20,6 +23,14 @@ void AppendNumber(std::string& out, Number number) {
     }
     std::array<char, 64> text;
     out.append(text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr);
+}
+
+/// Reads a whole text as an integer; nothing where it is none.
+inline std::optional<std::int64_t> ReadInteger(std::string_view text) noexcept {
+    std::int64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) return {};
+    return number;
 }
 
 }  // namespace mova::tool

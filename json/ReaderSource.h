@@ -1,0 +1,35 @@
+#pragma once
+
+#include <movaJSONReader.h>
+
+#include "json/TreeLoader.h"
+#include "kvcore/BString.h"
+
+namespace mova {
+
+/// Loads a document from any reader, through its operations.
+class ReaderSource {
+ public:
+    explicit ReaderSource(IJSONReader4& reader) noexcept : reader_(reader) {}
+
+    json::Token Current() noexcept;
+    bool Advance() noexcept { return Went(reader_.ReadNext()); }
+    bool TakeName(json::TreeBuilder& builder);
+    bool TakeScalar(json::TreeBuilder& builder, json::Value& value);
+
+    /// Whether nothing is left to read, for a source without a token.
+    bool IsAtEnd() noexcept { return reader_.ReadNext() != S_OK; }
+    /// What it failed with.
+    HRESULT Status() const noexcept { return status_; }
+
+ private:
+    bool Went(HRESULT status) noexcept {
+        status_ = status;
+        return SUCCEEDED(status);
+    }
+
+    IJSONReader4& reader_;
+    HRESULT status_ = S_OK;
+};
+
+}  // namespace mova

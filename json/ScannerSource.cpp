@@ -1,0 +1,47 @@
+#include "json/ScannerSource.h"
+
+#include <limits>
+
+#include "json/PlainNumber.h"
+#include "json/Unescape.h"
+#include "kvcore/NumberText.h"
+
+namespace json {
+
+std::u16string_view ScannerSource::Unescaped(std::u16string_view between) {
+    if (!scanner_.HasEscapes()) return between;
+    if (unescaped_.size() < between.size()) unescaped_.resize(between.size() * 2);
+    return {unescaped_.data(), Unescape(between, unescaped_.data())};
+}
+
+Value ScannerSource::Number() const noexcept {
+    const std::u16string_view text = scanner_.Text();
+    PlainNumber plain;
+    if (text.size() <= longestPlainNumber && scanner_.UnitsUpToTokenEnd() >= 16 && TakeApart(text, plain)) {
+        if (plain.decimals >= 0)
+            return Value::Of(kv::MakeDouble(plain.digits, plain.decimals, plain.isNegative), Kind::Double,
+                             TaggedDecimals(plain.decimals + 1));
+        if (plain.digits <= std::numeric_limits<std::int64_t>::max()) {
+            const auto number = static_cast<std::int64_t>(plain.digits);
+            return Integer(plain.isNegative ? -number : number);
+        }
+    }
+    std::size_t point = text.npos;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == u'.') point = i;
+        if ((text[i] | 0x20) == u'e' || (text[i] | 0x20) == u'n') return Value::Of(scanner_.Double(), Kind::Double);
+    }
+    if (point == text.npos) return Integer(scanner_.Int64());
+    return Value::Of(scanner_.Double(), Kind::Double, TaggedDecimals(static_cast<std::int64_t>(text.size() - point)));
+}
+
+Value Integer(std::int64_t number) noexcept {
+    using Short = std::numeric_limits<std::int32_t>;
+    return Value::Of(number, number >= Short::min() && number <= Short::max() ? Kind::Int32 : Kind::Int64);
+}
+
+std::int8_t TaggedDecimals(std::int64_t decimals) noexcept {
+    return decimals > std::numeric_limits<std::int8_t>::max() ? noDecimals : static_cast<std::int8_t>(decimals);
+}
+
+}  // namespace json

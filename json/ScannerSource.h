@@ -1,0 +1,61 @@
+#pragma once
+
+#include <vector>
+
+#include "json/Scanner.h"
+#include "json/TreeLoader.h"
+
+namespace json {
+
+/// Loads a document from a scanner that stands on its start.
+class ScannerSource {
+ public:
+    explicit ScannerSource(Scanner& scanner) noexcept : scanner_(scanner) {}
+
+    Token Current() const noexcept { return scanner_.token(); }
+    bool Advance() { return scanner_.Next() != Outcome::Failed; }
+    bool TakeName(TreeBuilder& builder) {
+        const auto between = scanner_.Between();
+        lacksName_ = scanner_.state() != State::InPropertyName || between.empty();
+        if (lacksName_) return false;
+        builder.SetName(Unescaped(between));
+        return Advance();
+    }
+    bool TakeScalar(TreeBuilder& builder, Value& value) {
+        switch (scanner_.token()) {
+            case Token::String:
+                value = builder.CopyText(Unescaped(scanner_.Between()));
+                break;
+            case Token::Number:
+                value = Number();
+                break;
+            case Token::Boolean:
+                value = Value::Of(scanner_.Int64() != 0);
+                break;
+            default:
+                break;  // null is the empty value
+        }
+        return Advance();
+    }
+
+    /// Whether nothing is left to read, for a source without a token.
+    bool IsAtEnd() { return scanner_.IsPastEnd() || scanner_.Next() == Outcome::End; }
+    /// Whether it failed for want of a name, and not because the scanner did.
+    bool LacksName() const noexcept { return lacksName_; }
+
+ private:
+    /// The text between the quotes; the next one overwrites it.
+    std::u16string_view Unescaped(std::u16string_view between);
+    Value Number() const noexcept;
+
+    Scanner& scanner_;
+    std::vector<char16_t> unescaped_;
+    bool lacksName_ = false;
+};
+
+/// A whole number as a value: of 32 bits where it fits.
+Value Integer(std::int64_t number) noexcept;
+/// A count of decimals as a tag keeps it.
+std::int8_t TaggedDecimals(std::int64_t decimals) noexcept;
+
+}  // namespace json
