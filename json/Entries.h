@@ -29,7 +29,9 @@ class NameRef {
     NameRef() noexcept = default;
     NameRef(const Name* name, bool own) noexcept : bits_(reinterpret_cast<std::uintptr_t>(name) | (own ? 1 : 0)) {}
 
-    const Name* Get() const noexcept { return reinterpret_cast<const Name*>(bits_ & ~std::uintptr_t{1}); }
+    const Name* Get() const noexcept {
+        return reinterpret_cast<const Name*>(bits_ & ~std::uintptr_t{1});  // NOLINT(performance-no-int-to-ptr): its own
+    }
     bool IsOwn() const noexcept { return (bits_ & 1) != 0; }
 
  private:

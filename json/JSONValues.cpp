@@ -180,8 +180,9 @@ class WriterSink {
 
     HRESULT Start(const std::u16string_view* name, bool isObject) {
         const kv::BString held = name ? kv::BString(*name) : kv::BString();
-        BSTR const given = std::exchange(hasRoot_, true) ? held.Get() : rootName_;
-        return isObject ? writer_.StartObject(given) : writer_.StartArray(given);
+        const bool isRoot = !std::exchange(hasRoot_, true);
+        return isObject ? writer_.StartObject(isRoot ? rootName_ : held.Get())
+                        : writer_.StartArray(isRoot ? rootName_ : held.Get());
     }
     HRESULT End(bool isObject) noexcept { return isObject ? writer_.EndObject() : writer_.EndArray(); }
     HRESULT Put(const std::u16string_view* name, const Value& value) {

@@ -41,13 +41,13 @@ bool TakeApart(std::u16string_view text, PlainNumber& number) noexcept {
     const auto length = static_cast<int>(text.size());
     const char16_t* const end = text.data() + length;
     const __m128i units = _mm_packus_epi16(Load(end - width), Load(end - width / 2));
-    const unsigned points = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(units, _mm_set1_epi8('.'))));
+    const auto points = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(units, _mm_set1_epi8('.'))));
     const bool isNegative = text.front() == u'-';
     const int within = std::min(length, width);
     // The point, if there is one, is the last in sight, and within the number.
-    const int behind = width - std::bit_width(points);
+    const int behind = width - static_cast<int>(std::bit_width(points));
     const bool hasPoint = points != 0 && behind < within;
-    if (!hasPoint && length > width && text.find(u'.') != text.npos) return false;
+    if (!hasPoint && length > width && text.find(u'.') != std::u16string_view::npos) return false;
 
     __m128i digits = _mm_sub_epi8(units, _mm_set1_epi8('0'));
     int count = within - (isNegative && length <= width ? 1 : 0);

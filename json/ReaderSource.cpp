@@ -20,7 +20,7 @@ bool ReaderSource::TakeName(json::TreeBuilder& builder) {
 
 bool ReaderSource::TakeScalar(json::TreeBuilder& builder, json::Value& value) {
     kv::Variant read;
-    LONG decimals = json::noDecimals;
+    LONG decimals = -1;
     if (!Went(reader_.ReadValueEx(read.Put(), &decimals))) return false;
     const VARIANT& given = read.Get();
     switch (given.vt) {

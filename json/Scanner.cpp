@@ -76,8 +76,8 @@ enum class Kind : std::uint8_t {
 
 constexpr auto kinds = [] {
     std::array<Kind, 128> table{};
-    for (char16_t unit = 0; unit < table.size(); ++unit)
-        if (IsSpace(unit)) table[unit] = Kind::space;
+    for (std::size_t unit = 0; unit < table.size(); ++unit)
+        if (IsSpace(static_cast<char16_t>(unit))) table[unit] = Kind::space;
     table[u'\0'] = Kind::end;
     table[u'"'] = table[u'\''] = Kind::quote;
     table[u','] = Kind::comma;

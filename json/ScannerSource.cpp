@@ -26,12 +26,13 @@ Value ScannerSource::Number() const noexcept {
             return Integer(plain.isNegative ? -number : number);
         }
     }
-    std::size_t point = text.npos;
+    constexpr std::size_t nowhere = std::u16string_view::npos;
+    std::size_t point = nowhere;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == u'.') point = i;
         if ((text[i] | 0x20) == u'e' || (text[i] | 0x20) == u'n') return Value::Of(scanner_.Double(), Kind::Double);
     }
-    if (point == text.npos) return Integer(scanner_.Int64());
+    if (point == nowhere) return Integer(scanner_.Int64());
     return Value::Of(scanner_.Double(), Kind::Double, TaggedDecimals(static_cast<std::int64_t>(text.size() - point)));
 }
 

@@ -40,7 +40,7 @@ struct alignas(std::uint16_t) Tag {
     /// Both at once: a tag that is written in parts cannot be read as a whole right behind that without a delay.
     static Tag Make(Kind kind, std::int8_t detail) noexcept {
         const auto bits =
-            static_cast<std::uint16_t>(static_cast<unsigned>(kind) | static_cast<std::uint8_t>(detail) << 8);
+            static_cast<std::uint16_t>(static_cast<unsigned>(kind) | unsigned{static_cast<std::uint8_t>(detail)} << 8);
         return std::bit_cast<Tag>(bits);
     }
 };

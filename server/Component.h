@@ -87,7 +87,7 @@ class Component : public Unknown, public detail::Offer<Items>::Base... {
         *object = nullptr;
         if (kv::IsNull(&iid)) return E_INVALIDARG;
         const kv::IdBits id = kv::BitsOf(iid);
-        void* const found = Find(id);
+        void* const found = FindInterface(id);
         if (!found) return QueryFrame(id.first, id.second, object);
         AddReference();
         *object = found;
@@ -95,7 +95,7 @@ class Component : public Unknown, public detail::Offer<Items>::Base... {
     }
 
     /// The interface of the class with that identifier, uncounted; null where it has none.
-    void* Find(const kv::IdBits& id) noexcept {
+    void* FindInterface(const kv::IdBits& id) noexcept {
         void* found = nullptr;
         (void)((detail::Offer<Items>::Has(id) &&
                 (found = static_cast<typename detail::Offer<Items>::Base*>(this), true)) ||

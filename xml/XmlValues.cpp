@@ -85,7 +85,6 @@ constexpr Civil FromDay(std::int64_t day) noexcept {
             inYear - (153 * marchMonth + 2) / 5 + 1};
 }
 
-constexpr double millisecondsPerSecond = 1'000.0;
 constexpr double earliest = static_cast<double>(ToDay(100, 1, 1)) * kv::millisecondsPerDay;
 constexpr double latest = static_cast<double>(ToDay(10'000, 1, 1)) * kv::millisecondsPerDay;  // which is too late
 

@@ -20,7 +20,7 @@ using namespace std::string_view_literals;
 
 /// What a scanner is at, as a line of a trace.
 std::string TraceOf(const Scanner& scanner) {
-    const std::string text = kv::Utf8(scanner.Text());
+    std::string text = kv::Utf8(scanner.Text());
     switch (scanner.token()) {
         case Token::String:
             return (scanner.state() == State::InPropertyName ? "name " : "string ") + text;
@@ -99,7 +99,7 @@ TEST(Scanner, ReadsTokensAndSaysWhatIsWrong) {
          "string "
          "\"'\" | ] | end"},
         {u"{\"a\" : \"b\" , \"c\" : [ 1 , 2 ] }",
-         "{ | name \"a\" | string \"b\" | name \"c\" | [ | number 1 | number 2 | ] | } | end"},
+         R"({ | name "a" | string "b" | name "c" | [ | number 1 | number 2 | ] | } | end)"},
         {u"[{}}", "[ | { | } | } | end"},  // a brace may close an array whose last element was a container
         {u"[", "[ | end"},
         {u"[1 ", "[ | number 1 | end"},
@@ -123,14 +123,14 @@ TEST(Scanner, ReadsTokensAndSaysWhatIsWrong) {
         {u"{},{", "{ | } | Unexpected ','; state : Empty; buffer : },"},
         {u"[[],,", "[ | [ | ] | Unexpected ','; state : inArrayValueDelimiter; buffer : ,"},
         {u"[,1]", "[ | Unexpected ','; state : startOfArray; buffer : [,1"},
-        {u"{\"a\",", "{ | name \"a\" | Unexpected ','; state : inPropertyName; buffer : \""},
+        {u"{\"a\",", R"({ | name "a" | Unexpected ','; state : inPropertyName; buffer : ")"},
         {u"[:", "[ | Unexpected ':'; state : startOfArray; buffer : ["},
         {u"{\"a\"::", "{ | name \"a\" | Unexpected ':'; state : inPropertyNameDelimiter; buffer : :"},
         {u"{}{", "{ | } | Unexpected '{'; state : endOfObject; buffer : }"},
         {u"{{", "{ | Unexpected '{'; state : startOfObject; buffer : {"},
         {u"{}[", "{ | } | Unexpected '['; state : endOfObject; buffer : }"},
         {u"\"a\"", "Unexpected single or double quote; state : Empty; buffer : \"a\""},
-        {u"{\"a\" 'b'", "{ | name \"a\" | Unexpected single or double quote; state : inPropertyName; buffer : \" '"},
+        {u"{\"a\" 'b'", R"({ | name "a" | Unexpected single or double quote; state : inPropertyName; buffer : " ')"},
         {u"{\"a\":1 2",
          "{ | name \"a\" | number 1 | Expected to find comma, colon or start of array; state : "
          "inPropertyValue; buffer : 1"},
@@ -182,9 +182,8 @@ TEST(Scanner, ReadsTokensAndSaysWhatIsWrong) {
 /// Texts whose tokens are at every distance from the end, so that each is found the fast and the slow way.
 TEST(Scanner, ReadsTheSameNearTheEndAndFarFromIt) {
     const std::u16string_view texts[] = {
-        u"[1,-2.5,true,null,\"a\\\\b\",'c',{\"d\":[]},[{}],\"long enough to be more than "
-        u"sixteen\",123456789012345678901,"
-        u"0.12345678901234567,-1.2345678901234567e+300,nan]",
+        u"[1,-2.5,true,null,\"a\\\\b\",'c',{\"d\":[]},[{}],\"long enough to be more than sixteen\"]",
+        u"[123456789012345678901,0.12345678901234567,-1.2345678901234567e+300,nan]",
         u"{\"a\":{\"b\":{\"c\":[1,2,3]}},\"d\":\"\\u0041\\\"\",\"e\":1e5,\"f\":-0}",
         u"[1,01]",
         u"[[],x]",
@@ -299,7 +298,7 @@ TEST(Scanner, SkipsAsReadingDoes) {
                                          u"[",
                                          u"[[],x]"};
     for (const auto text : texts) {
-        for (const std::size_t room : {0, 100}) {
+        for (const std::size_t room : {std::size_t{0}, std::size_t{100}}) {
             const std::u16string padded = std::u16string(text) + std::u16string(room, u' ');
             Scanner plain;
             Scanner scanner;

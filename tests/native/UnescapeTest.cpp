@@ -19,6 +19,10 @@ std::u16string Unescaped(std::u16string_view text) {
     return {out.get(), Unescape({exact.get(), text.size()}, out.get())};
 }
 
+std::u16string Between(std::u16string front, std::u16string_view text, std::u16string_view back) {
+    return front.append(text).append(back);
+}
+
 TEST(Unescape, ResolvesWhatJsonHasAndDropsOtherBackslashes) {
     const struct {
         std::u16string_view text;
@@ -37,12 +41,12 @@ TEST(Unescape, ResolvesWhatJsonHasAndDropsOtherBackslashes) {
                 {u"a\\\\", u"a\\"},
                 {u"\\u004\\n", u"u004\n"}};
     for (const auto& row : rows) {
-        for (const std::size_t before : {0, 1, 13, 15, 16, 17, 40}) {
-            for (const std::size_t after : {0, 1, 15, 16, 33}) {
+        for (const std::size_t before : std::initializer_list<std::size_t>{0, 1, 13, 15, 16, 17, 40}) {
+            for (const std::size_t after : std::initializer_list<std::size_t>{0, 1, 15, 16, 33}) {
                 const std::u16string front(before, u'<');
                 const std::u16string back(row.text.ends_with(u"\\") && after != 0 && row.plain == u"\\" ? 0 : after,
                                           u'>');
-                EXPECT_EQ(Unescaped(front + std::u16string(row.text) + back), front + std::u16string(row.plain) + back)
+                EXPECT_EQ(Unescaped(Between(front, row.text, back)), Between(front, row.plain, back))
                     << kv::Utf8(row.text) << " behind " << before;
             }
         }

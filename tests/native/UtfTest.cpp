@@ -90,8 +90,8 @@ TEST(Utf, FindsWhatDiffersAtEveryPlace) {
         for (std::size_t length = 0; length <= 40; ++length) {
             for (std::size_t place = 0; place <= length; ++place) {
                 const std::u16string before = letters.substr(0, place), after = letters.substr(place, length - place);
-                const std::u16string whole = before + std::u16string(text) + after;
-                ASSERT_EQ(Utf8(whole), Utf8(before) + std::string(utf8) + Utf8(after));
+                const std::u16string whole = std::u16string(before).append(text).append(after);
+                ASSERT_EQ(Utf8(whole), Utf8(before).append(utf8).append(Utf8(after)));
                 std::string quoted;
                 AppendQuoted(quoted, whole);
                 ASSERT_EQ(quoted, '"' + Utf8(before) + std::string(escaped) + Utf8(after) + '"');

@@ -1,4 +1,4 @@
-#include <wctype.h>
+#include <cwctype>
 
 #include <cmath>
 #include <cstring>
