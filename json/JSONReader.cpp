@@ -23,9 +23,6 @@ using json::Outcome;
 using json::State;
 using json::Token;
 
-constexpr CLSID objectClassId = {0xDB25E387, 0x8D9F, 0x4D79, {0xB1, 0xDF, 0x8F, 0x65, 0x69, 0x44, 0x65, 0xF0}};
-constexpr CLSID arrayClassId = {0x7F763998, 0x814E, 0x45BD, {0x9E, 0xBD, 0x28, 0xCD, 0xA2, 0xA1, 0x0F, 0xC6}};
-
 /// How a fault of the text or its source is told.
 HRESULT StatusOfFault(json::Fault fault, std::int32_t code) noexcept {
     switch (fault) {
@@ -557,10 +554,10 @@ STDMETHODIMP JSONReader::ReadValueEx(VARIANT* value, LONG* decimals) noexcept tr
             status = GoOn(true);
             break;
         case Token::StartOfObject:
-            status = ReadContainer<IJSONObject>(objectClassId, read.Put());
+            status = ReadContainer<IJSONObject>(__uuidof(::JSONObject), read.Put());
             break;
         case Token::StartOfArray:
-            status = ReadContainer<IJSONArray>(arrayClassId, read.Put());
+            status = ReadContainer<IJSONArray>(__uuidof(::JSONArray), read.Put());
             break;
         default:
             break;
@@ -585,9 +582,9 @@ STDMETHODIMP JSONReader::ParseText(BSTR text, IUnknown** object) noexcept try {
     if (HRESULT status = reader->ReadFromString(text); FAILED(status)) return status;
     switch (reader->scanner_.token()) {
         case Token::StartOfObject:
-            return Load<IJSONObject>(objectClassId, reader.Get(), object);
+            return Load<IJSONObject>(__uuidof(::JSONObject), reader.Get(), object);
         case Token::StartOfArray:
-            return Load<IJSONArray>(arrayClassId, reader.Get(), object);
+            return Load<IJSONArray>(__uuidof(::JSONArray), reader.Get(), object);
         default:
             return Refuse(E_FAIL);
     }

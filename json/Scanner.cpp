@@ -191,6 +191,25 @@ inline std::ptrdiff_t PlainNumberLength(const char16_t* text) noexcept {
     return EndsScalar(text[length]) ? static_cast<std::ptrdiff_t>(length) : 0;
 }
 
+/// The length of a keyword in its usual spelling; 0 where it is none, or something else than a delimiter follows. Eight
+/// units must be there.
+inline std::ptrdiff_t KeywordLength(const char16_t* text, Token& token) noexcept {
+    std::uint64_t four;
+    std::memcpy(&four, text, sizeof four);
+    std::ptrdiff_t length = 4;
+    if (four == FourUnits(u"true")) {
+        token = Token::Boolean;
+    } else if (four == FourUnits(u"null")) {
+        token = Token::Null;
+    } else if (four == FourUnits(u"fals") && text[4] == u'e') {
+        token = Token::Boolean;
+        length = 5;
+    } else {
+        return 0;
+    }
+    return EndsScalar(text[length]) ? length : 0;
+}
+
 constexpr double notANumber = std::bit_cast<double>(0x7FF8'0000'0000'0001);
 
 }  // namespace
@@ -250,18 +269,11 @@ void Scanner::Use(const char16_t* begin, std::size_t size) noexcept {
     end_ = begin_ + size;
 }
 
-Outcome Scanner::Next() {
-    return Advance<Mode::reading>();
-}
-
-/// What follows most often is recognised here: a delimiter, if any, and a token that is not near the text's end. The
-/// rest is left to Scan, which begins anew.
-template <Scanner::Mode mode>
-Outcome Scanner::Advance() {
-    const char16_t* p = scan_;
+/// What follows most often: a delimiter, if any, and a token that is not near the text's end. Where it is something
+/// else, nothing is changed.
+inline Scanner::Met Scanner::Recognise(const char16_t* p, State state, Place& at) {
     if (end_ - p < farFromEnd) [[unlikely]]
-        return p >= end_ ? NextAtEnd() : Scan<mode>(p);
-    State state = state_;
+        return Met::other;
     if (*p == u',') {
         if (state == State::InArrayValue) {
             state = State::InArrayValueDelimiter;
@@ -270,63 +282,75 @@ Outcome Scanner::Advance() {
         } else if (state >= State::EndOfObject && !containers_.IsEmpty()) {
             state = containers_.Top() ? State::InArrayValueDelimiter : State::InPropertyValueDelimiter;
         } else {
-            return Scan<mode>(p);
+            return Met::other;
         }
         ++p;
     } else if (*p == u':') {
-        if (state != State::InPropertyName) return Scan<mode>(p);
+        if (state != State::InPropertyName) return Met::other;
         state = State::InPropertyNameDelimiter;
         ++p;
     }
 
     const char16_t unit = *p;
+    const char16_t* next = p + 1;
+    Token token = Token::Number;
     if (static_cast<char16_t>(unit - u'-') <= u'9' - u'-') {
         state = afterScalar[static_cast<std::size_t>(state)];
-        if (state == State::Empty) return Scan<mode>(scan_);
         const std::ptrdiff_t length = PlainNumberLength(p);
-        if (length == 0) return Scan<mode>(scan_);
-        token_ = Token::Number;
-        scan_ = p + length;
+        if (state == State::Empty || length == 0) return Met::other;
+        next = p + length;
     } else if (unit == u'"') {
         state = afterString[static_cast<std::size_t>(state)];
-        if (state == State::Empty) return Scan<mode>(scan_);
-        const Units first(p + 1);
+        if (state == State::Empty) return Met::other;
+        token = Token::String;
+        const Units first(next);
         const unsigned quotes = first.Equal('"');
         const unsigned others = (quotes - 1) & ~quotes;  // the units in front of the first quote
         if (quotes == 0 || (first.Equal('\\') & others) != 0) {
-            state_ = state;
-            return ScanString(p, unit);
+            at = {p, next, state, token_};
+            return Met::longString;
         }
         hasEscapes_ = false;
-        token_ = Token::String;
-        scan_ = p + 2 + std::countr_zero(quotes);
+        next += std::countr_zero(quotes) + 1;
     } else if (unit == u'[' || unit == u'{') {
-        if (!MayOpen(state)) return Scan<mode>(scan_);
+        if (!MayOpen(state)) return Met::other;
         const bool isArray = unit == u'[';
         containers_.Push(isArray);
         state = isArray ? State::StartOfArray : State::StartOfObject;
-        token_ = isArray ? Token::StartOfArray : Token::StartOfObject;
-        scan_ = p + 1;
+        token = isArray ? Token::StartOfArray : Token::StartOfObject;
     } else if (unit == u']') {
         if (state != State::InArrayValue && (state < State::EndOfObject || Container() != State::StartOfArray))
-            return Scan<mode>(scan_);
+            return Met::other;
         containers_.Pop();
         state = State::EndOfArray;
-        token_ = Token::EndOfArray;
-        scan_ = p + 1;
+        token = Token::EndOfArray;
     } else if (unit == u'}') {
-        if (state != State::InPropertyValue && (state < State::EndOfObject || containers_.IsEmpty()))
-            return Scan<mode>(scan_);
+        if (state != State::InPropertyValue && (state < State::EndOfObject || containers_.IsEmpty())) return Met::other;
         containers_.Pop();
         state = State::EndOfObject;
-        token_ = Token::EndOfObject;
-        scan_ = p + 1;
+        token = Token::EndOfObject;
     } else {
-        return Scan<mode>(scan_);
+        const std::ptrdiff_t length = KeywordLength(p, token);
+        state = afterScalar[static_cast<std::size_t>(state)];
+        if (state == State::Empty || length == 0) return Met::other;
+        next = p + length;
     }
-    tokenStart_ = p;
-    state_ = state;
-    return Outcome::Token;
+    at = {p, next, state, token};
+    return Met::token;
+}
+
+Outcome Scanner::Next() {
+    Place at;
+    const Met met = Recognise(scan_, state_, at);
+    if (met == Met::other) [[unlikely]]
+        return ScanOn<Mode::reading>();
+    Leave(at);
+    return met == Met::token ? Outcome::Token : ScanString(at.start, u'"');
+}
+
+template <Scanner::Mode mode>
+Outcome Scanner::ScanOn() {
+    return scan_ >= end_ ? NextAtEnd() : Scan<mode>(scan_);
 }
 
 Outcome Scanner::NextAtEnd() {
@@ -603,27 +627,33 @@ Outcome Scanner::Fail(Fault fault, const char16_t* tokenStart, const char16_t* s
 Outcome Scanner::Skip(State end, bool advance, NameSearch* search) {
     skipped_.Clear();
     skipped_.Push(end == State::EndOfArray);
-    Outcome outcome = Outcome::Token;
-    const auto opened = [](bool isArray) { return isArray ? State::StartOfArray : State::StartOfObject; };
-    if (state_ == opened(skipped_.Top()) && (outcome = Next()) == Outcome::Failed) return outcome;
-    for (;;) {
-        const State target = skipped_.Top() ? State::EndOfArray : State::EndOfObject;
-        if (state_ == target) {
-            skipped_.Pop();
-            if (skipped_.IsEmpty()) return advance ? Next() : Outcome::Token;
-            outcome = Next();
-        } else if (state_ == State::InPropertyName && search && skipped_.Height() == 1) {
-            if (Between().empty()) return Fail(Fault::BadToken, tokenStart_, scan_);
-            const bool found = search->Meets(Between(), hasEscapes_);
-            outcome = Next();
-            if (found) return outcome;
-        } else if (state_ == State::StartOfObject || state_ == State::StartOfArray) {
-            skipped_.Push(state_ == State::StartOfArray);
-            outcome = Next();
-        } else {
-            outcome = Advance<Mode::skipping>();
+    Place at = Here();
+    // Whether the next token is looked into: the first one of a container is, and the one behind its end.
+    bool looks = at.state == (end == State::EndOfArray ? State::StartOfArray : State::StartOfObject);
+    for (bool isInside = looks;; isInside = false) {
+        Leave(at);  // so that whatever throws finds the scanner at a token
+        if (!isInside) {
+            looks = true;
+            if (at.state == (skipped_.Top() ? State::EndOfArray : State::EndOfObject)) {
+                skipped_.Pop();
+                if (skipped_.IsEmpty()) return advance ? Next() : Outcome::Token;
+            } else if (at.state == State::StartOfObject || at.state == State::StartOfArray) {
+                skipped_.Push(at.state == State::StartOfArray);
+            } else if (search && at.state == State::InPropertyName && skipped_.Height() == 1) {
+                if (Between().empty()) return Fail(Fault::BadToken, tokenStart_, scan_);
+                if (search->Meets(Between(), hasEscapes_)) return Next();
+            } else {
+                looks = false;
+            }
         }
+        const Met met = Recognise(at.next, at.state, at);
+        if (met == Met::token) continue;
+        Leave(at);
+        const Outcome outcome = met == Met::longString ? ScanString(at.start, u'"')
+                                : looks                ? ScanOn<Mode::reading>()
+                                                       : ScanOn<Mode::skipping>();
         if (outcome == Outcome::Failed) return outcome;
+        at = Here();
     }
 }
 

@@ -184,8 +184,28 @@ class Scanner {
  private:
     enum class Mode : std::uint8_t { reading, skipping };
 
+    /// A token, with the state behind it and where the next one begins.
+    struct Place {
+        const char16_t* start;
+        const char16_t* next;
+        State state;
+        Token token;
+    };
+    enum class Met : std::uint8_t {
+        token,
+        longString,  ///< the beginning of a string in double quotes
+        other
+    };
+    Place Here() const noexcept { return {tokenStart_, scan_, state_, token_}; }
+    void Leave(const Place& at) noexcept {
+        tokenStart_ = at.start;
+        scan_ = at.next;
+        state_ = at.state;
+        token_ = at.token;
+    }
+    Met Recognise(const char16_t* p, State state, Place& at);
     template <Mode mode>
-    Outcome Advance();
+    Outcome ScanOn();
     Outcome NextAtEnd();
     template <Mode mode>
     Outcome Scan(const char16_t* p);
@@ -204,10 +224,11 @@ class Scanner {
     Outcome Fail(Fault fault, const char16_t* tokenStart, const char16_t* scan) noexcept;
     void Use(const char16_t* begin, std::size_t size) noexcept;
 
-    // The text in memory, which ends in a NUL, and in it the current token.
-    const char16_t* tokenStart_ = &noText;
+    // The text in memory, which ends in a NUL, and in it the current token. Its two ends do not stand side by side:
+    // they would be stored as one, and loading one of them would wait for that.
     const char16_t* scan_ = &noText;
     const char16_t* end_ = &noText;
+    const char16_t* tokenStart_ = &noText;
     State state_ = State::Empty;
     bool exhausted_ = false;
     bool pastEnd_ = false;

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <span>
 
 namespace json {
 namespace {
@@ -17,27 +18,33 @@ constexpr bool recycles = false;
 #endif
 
 constexpr std::size_t smallestKept = 64 * 1024;  // smaller ones the heap recycles by itself
-constexpr std::size_t largestKept = 32 * 1024 * 1024;
+constexpr std::size_t largest = 32 * 1024 * 1024;
+constexpr std::size_t ofAChunk = 2 * 1024 * 1024;  ///< what reading a stream takes is below this
 
 /// What stands at the beginning of a block that is kept, which whoever takes it off its place may read.
 struct Kept {
     std::size_t size;
 };
-constinit std::array<std::atomic<Kept*>, 2> kept{};
+/// Two places for reading streams, and one for a whole text.
+constinit std::array<std::atomic<Kept*>, 3> kept{};
+
+std::span<std::atomic<Kept*>> PlacesFor(std::size_t size) noexcept {
+    const std::span places(kept);
+    return size <= ofAChunk ? places.first(2) : places.last(1);
+}
 
 }  // namespace
 
 void* TakeTextMemory(std::size_t& size) {
-    if (recycles && size >= smallestKept) {
-        for (auto& place : kept) {
+    if (recycles && size >= smallestKept && size <= largest) {
+        for (auto& place : PlacesFor(size)) {
             if (!place.load(std::memory_order_relaxed)) continue;
             Kept* const block = place.exchange(nullptr, std::memory_order_acquire);
-            if (!block) continue;
-            if (block->size >= size && block->size / 8 <= size) {  // not a large one for a small need
+            if (block && block->size >= size) {
                 size = block->size;
                 return block;
             }
-            GiveTextMemory(block, block->size);
+            std::free(block);
         }
     }
     void* const block = std::malloc(size);
@@ -46,14 +53,14 @@ void* TakeTextMemory(std::size_t& size) {
 }
 
 void GiveTextMemory(void* block, std::size_t size) noexcept {
-    if (!recycles || size < smallestKept || size > largestKept) return std::free(block);
-    auto* given = static_cast<Kept*>(block);
+    if (!recycles || size < smallestKept || size > largest) return std::free(block);
+    auto* const given = static_cast<Kept*>(block);
     given->size = size;
-    for (auto& place : kept) {
+    for (auto& place : PlacesFor(size)) {
         Kept* none = nullptr;
         if (place.compare_exchange_strong(none, given, std::memory_order_release, std::memory_order_relaxed)) return;
     }
-    std::free(kept.front().exchange(given, std::memory_order_acq_rel));
+    std::free(PlacesFor(size).front().exchange(given, std::memory_order_acq_rel));
 }
 
 void FreeTextMemory() noexcept {

@@ -1,6 +1,8 @@
 #include "json/Unescape.h"
 
+#include <array>
 #include <bit>
+#include <cstdint>
 #include <cstring>
 
 #include "json/Units.h"
@@ -8,18 +10,20 @@
 namespace json {
 namespace {
 
-/// The value of a hexadecimal digit; -1 for another character.
-constexpr int HexDigit(char16_t unit) noexcept {
-    if (unit >= u'0' && unit <= u'9') return unit - u'0';
-    const auto lower = static_cast<char16_t>(unit | 0x20);
-    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : -1;
-}
+/// The values of hexadecimal digits; -1 for other characters.
+constexpr auto hexDigits = [] {
+    std::array<std::int8_t, 128> values{};
+    values.fill(-1);
+    for (std::size_t i = 0; i < 10; ++i) values[u'0' + i] = static_cast<std::int8_t>(i);
+    for (std::size_t i = 10; i < 16; ++i) values[u'A' + i - 10] = values[u'a' + i - 10] = static_cast<std::int8_t>(i);
+    return values;
+}();
 
-/// The unit that four hexadecimal digits stand for; -1 where they are none.
-constexpr int FourDigits(const char16_t* text) noexcept {
-    return HexDigit(text[0]) < 0 || HexDigit(text[1]) < 0 || HexDigit(text[2]) < 0 || HexDigit(text[3]) < 0
-               ? -1
-               : HexDigit(text[0]) << 12 | HexDigit(text[1]) << 8 | HexDigit(text[2]) << 4 | HexDigit(text[3]);
+/// The unit that four hexadecimal digits stand for; below 0 where they are none.
+int FourDigits(const char16_t* text) noexcept {
+    if ((text[0] | text[1] | text[2] | text[3]) >= static_cast<int>(hexDigits.size())) return -1;
+    const auto digit = [&](int at) { return static_cast<int>(hexDigits[text[at]]); };
+    return digit(0) * 0x1000 | digit(1) * 0x100 | digit(2) * 0x10 | digit(3);
 }
 
 /// What the character behind a backslash stands for, but for u.
@@ -60,9 +64,11 @@ std::size_t Unescape(std::u16string_view between, char16_t* out) noexcept {
     const char16_t* from = between.data();
     const char16_t* const end = from + between.size();
     char16_t* const begin = out;
-    for (;;) {
-        from = CopyPlain(from, end, out);
-        if (from == end) break;
+    while (from != end) {
+        if (*from != u'\\') {
+            from = CopyPlain(from, end, out);
+            continue;
+        }
         if (end - from == 1) {
             *out++ = *from;
             break;

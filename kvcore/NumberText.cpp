@@ -1,5 +1,7 @@
 #include "kvcore/NumberText.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -19,6 +21,9 @@ constexpr std::array<double, 23> powersOfTen{1e0,  1e1,  1e2,  1e3,  1e4,  1e5, 
 constexpr int mostExactPower = static_cast<int>(powersOfTen.size()) - 1;
 constexpr std::uint64_t greatestExactInteger = std::uint64_t{1} << 53;  // all up to it are doubles
 
+constexpr std::uint64_t tenTo8 = 100'000'000;
+constexpr std::uint64_t tenTo16 = tenTo8 * tenTo8;
+
 /// Powers of five that have 64 bits at most.
 constexpr auto powersOfFive = [] {
     std::array<std::uint64_t, 28> powers{1};
@@ -26,6 +31,15 @@ constexpr auto powersOfFive = [] {
     return powers;
 }();
 constexpr int mostFives = static_cast<int>(powersOfFive.size()) - 1;
+
+/// 2^(63 + width) / 5^i, where the width is that of 5^i in bits: its reciprocal in 64 bits, the rest cut off. There is
+/// none for the first.
+constexpr auto reciprocals = [] {
+    std::array<std::uint64_t, powersOfFive.size()> all{};
+    for (std::size_t i = 1; i < all.size(); ++i)
+        all[i] = static_cast<std::uint64_t>((Wide{1} << (63 + std::bit_width(powersOfFive[i]))) / powersOfFive[i]);
+    return all;
+}();
 
 constexpr bool IsDigit(char16_t unit) noexcept {
     return unit >= u'0' && unit <= u'9';
@@ -131,9 +145,20 @@ double ScaledDouble(std::uint64_t digits, int exponent) noexcept {
         const bool hasMore = (product & ((Wide{1} << shift) - 1)) != 0;
         return static_cast<double>(seen | hasMore) * PowerOfTwo(exponent + shift);
     }
-    // Both in 64 bits, so that the quotient of one shifted by 63 has 62 bits at least.
     const int digitShift = std::countl_zero(digits);
     const int fiveShift = std::countl_zero(fives);
+    // The product with the reciprocal: its upper half is right, or one too small. That decides, unless what is beyond
+    // 53 bits is the half of what counts, or is just below it.
+    const auto high = static_cast<std::uint64_t>(
+        (static_cast<Wide>(digits << digitShift) * reciprocals[static_cast<std::size_t>(-exponent)]) >> 64);
+    const int dropped = 11 - std::countl_zero(high);
+    const std::uint64_t half = std::uint64_t{1} << (dropped - 1);
+    const std::uint64_t beyond = high & (2 * half - 1);
+    if (beyond != half && beyond != half - 1) [[likely]] {
+        const std::uint64_t nearest = (high >> dropped) + (beyond > half);
+        return static_cast<double>(nearest) * PowerOfTwo(exponent + 1 + dropped - digitShift - (64 - fiveShift));
+    }
+    // Both in 64 bits, so that the quotient of one shifted by 63 has 62 bits at least.
     const Wide dividend = static_cast<Wide>(digits << digitShift) << 63;
     const std::uint64_t divisor = fives << fiveShift;
     const auto quotient = static_cast<std::uint64_t>(dividend / divisor);
@@ -201,6 +226,69 @@ std::optional<double> ToDouble(const DecimalText& parts) noexcept {
     return WithSign(*value, parts.isNegative);
 }
 
+/// Eight units, each narrowed to a byte and without the bits that all digits have, the first one lowest. A digit is its
+/// value then, and what is none is above nine.
+std::uint64_t LoadEight(const char16_t* text) noexcept {
+    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+    const __m128i bytes = _mm_packus_epi16(units, units);
+    return static_cast<std::uint64_t>(_mm_cvtsi128_si64(bytes)) ^ 0x3030'3030'3030'3030;
+}
+
+/// How many of them are digits, up to the first that is none.
+int CountDigits(std::uint64_t eight) noexcept {
+    const std::uint64_t above = ((eight & 0x7F7F'7F7F'7F7F'7F7F) + 0x7676'7676'7676'7676) | eight;
+    return std::countr_zero(above & 0x8080'8080'8080'8080) / 8;
+}
+
+/// The number that the first so many of them are, of which there is one at least. Neighbours are put together to pairs,
+/// those to fours, and those to one number.
+std::uint64_t NumberOf(std::uint64_t eight, int count) noexcept {
+    std::uint64_t digits = eight << (64 - 8 * count);  // zeros in front
+    digits = digits * 10 + (digits >> 8);
+    constexpr std::uint64_t mask = 0x0000'00FF'0000'00FF;
+    return ((digits & mask) * 0x000F'4240'0000'0064 + (digits >> 16 & mask) * 0x0000'2710'0000'0001) >> 32;
+}
+
+constexpr std::array<std::uint64_t, 9> smallPowersOfTen{1,       10,        100,        1'000,      10'000,
+                                                        100'000, 1'000'000, 10'000'000, 100'000'000};
+
+constexpr int atOnce = 8;
+
+/// Reads what most numbers are: of JSON's form, with a point, up to eight digits before it and up to sixteen behind it,
+/// nineteen in all, and eight characters at least. Their number decides no branch, since lengths come in no order.
+/// @return false where it is none of these
+bool ReadPlain(std::u16string_view text, double& value) noexcept {
+    constexpr std::ptrdiff_t mostDigits = 19;  // that many are in 64 bits
+    const char16_t* const end = text.data() + text.size();
+    const bool isNegative = !text.empty() && text.front() == u'-';
+    const char16_t* const begin = text.data() + isNegative;
+    const std::ptrdiff_t size = end - begin;
+    if (size < atOnce || size > mostDigits + 1) return false;
+    const std::uint64_t front = LoadEight(begin);
+    const int whole = CountDigits(front);
+    if (whole == 0 || whole >= size - 1 || begin[whole] != u'.' || (*begin == u'0' && whole != 1)) return false;
+
+    const int decimals = static_cast<int>(size) - whole - 1;
+    if (decimals > 2 * atOnce) return false;
+    std::uint64_t number = NumberOf(front, whole);
+    int last = decimals;
+    if (decimals > atOnce) {
+        const std::uint64_t middle = LoadEight(begin + whole + 1);
+        if (CountDigits(middle) != atOnce) return false;
+        number = number * tenTo8 + NumberOf(middle, atOnce);
+        last -= atOnce;
+    }
+    const std::uint64_t back = LoadEight(end - atOnce) >> 8 * (atOnce - last);
+    if (CountDigits(back) != atOnce) return false;
+    number = number * smallPowersOfTen[static_cast<std::size_t>(last)] + NumberOf(back, last);
+
+    const double magnitude = number <= greatestExactInteger
+                                 ? static_cast<double>(number) / powersOfTen[static_cast<std::size_t>(decimals)]
+                                 : ScaledDouble(number, -decimals);
+    value = std::bit_cast<double>(std::bit_cast<std::uint64_t>(magnitude) | std::uint64_t{isNegative} << 63);
+    return true;
+}
+
 /// The digits behind blanks and a sign, read until they end. @return the number; the greatest where it is beyond
 std::uint64_t ReadDigits(std::u16string_view text, bool& isNegative) noexcept {
     const auto isBlank = [](char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); };
@@ -219,8 +307,6 @@ std::uint64_t ReadDigits(std::u16string_view text, bool& isNegative) noexcept {
 
 // ---- Writing
 
-constexpr std::uint64_t tenTo8 = 100'000'000;
-constexpr std::uint64_t tenTo16 = tenTo8 * tenTo8;
 constexpr std::uint64_t zeros = 0x3030'3030'3030'3030;
 
 /// Eight digits of a number below 10^8, a byte each, the first one lowest. All are found at once, in lanes: of four
@@ -403,6 +489,9 @@ char* DropZeros(char* begin, char* end) noexcept {
 }  // namespace
 
 std::optional<double> ReadDouble(std::u16string_view text) noexcept {
+    double plain = 0;
+    if (ReadPlain(text, plain)) [[likely]]
+        return plain;
     const auto parts = TakeApart(text, false);
     if (!parts) return {};
     return ToDouble(*parts);

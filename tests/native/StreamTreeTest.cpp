@@ -104,6 +104,12 @@ TEST(StreamTree, ShowsWhatStandsOneAfterTheOther) {
 000000E5  end
 )");
     EXPECT_EQ(Print("").lines, "00000000  end\n");
+    EXPECT_EQ(Print(Golden("texts.bin")).lines, R"(00000000  StrArray #1 v1, 3 elements
+0000001A    [0] = "first"
+00000028    [1] = ""
+0000002C    [2] = "ä\u0000東"
+00000036  end
+)");
 }
 
 TEST(StreamTree, ReadsEveryValueThatTheLibraryWrites) {

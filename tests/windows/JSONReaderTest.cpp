@@ -314,6 +314,40 @@ TEST(JSONReader, ReadsValuesByTheirKind) {
     EXPECT_EQ(reader->ReadValue(value.Put()), E_UNEXPECTED);
 }
 
+TEST(JSONReader, MakesObjectsOfTexts) {
+    const auto reader = Open(u"[1]");
+    kv::Ptr<IUnknown> made;
+    ASSERT_EQ(reader->ParseText(Bstr(u"{\"a\":[1,2]}"), made.Put()), S_OK);
+    VARIANT_BOOL exists = VARIANT_FALSE;
+    EXPECT_EQ(made.As<IJSONObject>()->MemberExists(Bstr(u"a"), &exists), S_OK);
+    EXPECT_EQ(exists, VARIANT_TRUE);
+    ASSERT_EQ(reader->ParseText(Bstr(u" [true] "), made.Put()), S_OK);
+    EXPECT_TRUE(made.As<IJSONArray>());
+    EXPECT_EQ(reader->ParseText(Bstr(u""), made.Put()), E_FAIL);
+    EXPECT_FALSE(made);
+    EXPECT_EQ(reader->ParseText(Bstr(u"[1,x]"), made.Put()), E_UNEXPECTED);
+    EXPECT_EQ(TakeErrorInfo(), ReaderRefusal("Unrecognized token type; state : inArrayValue; buffer : ,x]"));
+    EXPECT_EQ(reader->ParseText(Bstr(std::u16string(100'000, u'[')), made.Put()), E_FAIL);
+    EXPECT_EQ(reader->ParseText(nullptr, made.Put()), E_POINTER);
+    EXPECT_EQ(reader->ParseText(Bstr(u"{}"), nullptr), E_POINTER);
+    EXPECT_EQ(TokenOf(reader), movaJSONTokenStartOfArray) << "the reader itself has not moved";
+}
+
+TEST(JSONReader, ReadsContainersAsText) {
+    const auto reader = OpenAt(u"[ {\"a\" : [1, {}]} , [ ] , 5 ]", 1);
+    kv::Variant value;
+    EXPECT_EQ(reader->SetReadContainersAsText(1), S_OK);
+    EXPECT_EQ(reader->ReadValue(value.Put()), E_UNEXPECTED) << "1 is not true";
+    EXPECT_EQ(reader->SetReadContainersAsText(VARIANT_TRUE), S_OK);
+    EXPECT_EQ(reader->SetReadContainersAsText(VARIANT_FALSE), S_OK);
+    EXPECT_EQ(reader->ReadValue(value.Put()), S_OK);
+    EXPECT_EQ(value.Get().vt, VT_BSTR);
+    EXPECT_EQ(kv::View(value.Get().bstrVal), u"{\"a\":[1,{}]}");
+    EXPECT_EQ(reader->ReadValue(value.Put()), S_OK);
+    EXPECT_EQ(kv::View(value.Get().bstrVal), u"[]");
+    EXPECT_EQ(TextOf(reader), u"5");
+}
+
 TEST(JSONReader, FindsPropertiesByTheirNames) {
     constexpr auto text = u"{\"skip\":{\"b\":0,\"x\":[{}]},\"A\\u0062c\":1,\"\u00E4\":2,\"b\":[3],\"last\":4} ";
     const struct {

@@ -245,6 +245,7 @@ class StreamPrinter {
     bool PrintPropertySet();
     bool PrintProperty();
     bool PrintObjects();
+    bool PrintTexts();
     bool PrintUid();
 
  private:
@@ -315,6 +316,8 @@ constexpr ClassRow classes[] = {
      &StreamPrinter::PrintObjects},
     {{0x4FAEB515, 0x22D6, 0x4FF8, {0x8D, 0x3C, 0x10, 0x88, 0x58, 0x85, 0x6D, 0x6A}}, "PropertySetPropertyArray", 1,
      &StreamPrinter::PrintObjects},
+    {{0xA7F92065, 0x36CE, 0x47B6, {0xA4, 0x63, 0x47, 0x63, 0xDA, 0x94, 0x7C, 0xC2}}, "StrArray", 1,
+     &StreamPrinter::PrintTexts},
     {{0x78FF7FA1, 0xFB2F, 0x11D1, {0x94, 0xA2, 0x08, 0x00, 0x09, 0xEE, 0xBE, 0xCB}}, "UID", anyVersion,
      &StreamPrinter::PrintUid},
 };
@@ -603,6 +606,22 @@ bool StreamPrinter::PrintObjects() {
         BeginElement(offset, static_cast<std::uint32_t>(i));
         if (!PrintReference(element)) return false;
         if (element.IsNull()) return Stop(offset, "null is no element of the array");
+    }
+    return true;
+}
+
+bool StreamPrinter::PrintTexts() {
+    std::int32_t count = 0;
+    if (!in_.Read(count)) return false;
+    Out() += ", ";
+    AppendNumber(Out(), count);
+    Out() += count == 1 ? " element" : " elements";
+    for (std::int32_t i = 0; i < count; ++i) {
+        const std::size_t offset = in_.Offset();
+        std::span<const std::byte> text;
+        if (!TakeText(text)) return false;
+        BeginElement(offset, static_cast<std::uint32_t>(i));
+        AppendText(Out(), text);
     }
     return true;
 }

@@ -1,0 +1,113 @@
+#include "tests/windows/Persistence.h"
+#include "tests/windows/Support.h"
+
+namespace mova::test {
+namespace {
+
+using namespace std::string_view_literals;
+using Texts = kv::Ptr<IStringArray>;
+
+Texts Split(std::u16string_view text, std::u16string_view delimiter) {
+    auto texts = New<IStringArray>(u"StrArray");
+    EXPECT_EQ(texts->Split(Bstr(text), Bstr(delimiter)), S_OK);
+    return texts;
+}
+/// All elements, each behind its index.
+std::string ElementsOf(const Texts& texts) {
+    LONG count = -1;
+    EXPECT_EQ(texts->get_Count(&count), S_OK);
+    std::string all;
+    for (LONG i = 0; i < count; ++i) {
+        kv::BString element;
+        EXPECT_EQ(texts->get_Element(i, element.Put()), S_OK);
+        all += std::to_string(i) + kv::Utf8(element.View()) + " ";
+    }
+    return all;
+}
+
+}  // namespace
+
+TEST(StrArray, HoldsTextsInOrder) {
+    const auto texts = New<IStringArray>(u"StrArray");
+    EXPECT_EQ(texts->Add(Bstr(u"b")), S_OK);
+    EXPECT_EQ(texts->Insert(0, Bstr(u"a")), S_OK);
+    EXPECT_EQ(texts->Insert(2, nullptr), S_OK);
+    EXPECT_EQ(texts->put_Element(1, Bstr(u"B")), S_OK);
+    EXPECT_EQ(ElementsOf(texts), "0a 1B 2 ");
+    for (const LONG outside : {-1L, 3L, 2147483647L}) {
+        BSTR untouched = reinterpret_cast<BSTR>(1);
+        EXPECT_EQ(texts->get_Element(outside, &untouched), E_INVALIDARG);
+        EXPECT_EQ(untouched, nullptr);
+        EXPECT_EQ(texts->put_Element(outside, nullptr), E_INVALIDARG);
+        EXPECT_EQ(texts->Remove(outside), E_INVALIDARG);
+        EXPECT_EQ(texts->Insert(outside == 3 ? 4 : outside, nullptr), E_INVALIDARG);
+        EXPECT_EQ(TakeErrorInfo(), Refusal<IStringArray>("StrArray", "The index is outside the array."));
+    }
+    LONG index = 7;
+    EXPECT_EQ(texts->Find(Bstr(u"b"), VARIANT_FALSE, &index), S_OK);
+    EXPECT_EQ(index, -1);
+    EXPECT_EQ(texts->Find(Bstr(u"b"), VARIANT_TRUE, &index), S_OK);
+    EXPECT_EQ(index, 1);
+    EXPECT_EQ(texts->Find(nullptr, VARIANT_FALSE, &index), S_OK);
+    EXPECT_EQ(index, 2);
+    EXPECT_EQ(texts->Remove(0), S_OK);
+    EXPECT_EQ(ElementsOf(texts), "0B 1 ");
+    EXPECT_EQ(texts->RemoveAll(), S_OK);
+    EXPECT_EQ(ElementsOf(texts), "");
+    EXPECT_EQ(texts->get_Count(nullptr), E_POINTER);
+    EXPECT_EQ(texts->get_Element(0, nullptr), E_POINTER);
+    EXPECT_EQ(texts->Find(nullptr, VARIANT_FALSE, nullptr), E_POINTER);
+    EXPECT_EQ(texts->Join(nullptr, nullptr), E_POINTER);
+    EXPECT_EQ(texts->get_Values(nullptr), E_POINTER);
+}
+
+TEST(StrArray, SplitsAndJoins) {
+    const struct {
+        std::u16string_view text, delimiter;
+        std::string_view elements;
+    } rows[] = {
+        {u"", u",", ""},      {u"a", u",", "0a "},    {u"a,,b,", u",", "0a 1 2b 3 "}, {u"a, b", u", ", "0a 1b "},
+        {u",", u",", "0 1 "}, {u"abc", u"", "0abc "}, {u"aaa", u"aa", "0 1a "}};
+    for (const auto& row : rows) {
+        const auto texts = Split(row.text, row.delimiter);
+        EXPECT_EQ(ElementsOf(texts), row.elements) << kv::Utf8(row.text);
+        kv::BString joined;
+        EXPECT_EQ(texts->Join(Bstr(row.delimiter), joined.Put()), S_OK);
+        EXPECT_EQ(joined.View(), row.text);
+    }
+}
+
+TEST(StrArray, TakesAndGivesArraysOfValues) {
+    const auto texts = Split(u"old", u"");
+    EXPECT_EQ(texts->put_Values(ArrayOf({1, 2}).Get()), E_INVALIDARG);
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IStringArray>("StrArray", "The values must be an array of strings."));
+    EXPECT_EQ(texts->put_Values(Value(u"text").Get()), E_INVALIDARG);
+    EXPECT_EQ(ElementsOf(texts), "0old ");
+    EXPECT_EQ(texts->put_Values(ArrayOf({u"x", u"y"}).Get()), S_OK);
+    EXPECT_EQ(ElementsOf(texts), "0x 1y ");
+    kv::Variant values;
+    EXPECT_EQ(texts->get_Values(values.Put()), S_OK);
+    EXPECT_TRUE(kv::SameValue(values.Get(), ArrayOf({u"x", u"y"}).Get()));
+}
+
+TEST(StrArray, IsSavedClonedAndReadHoweverDamaged) {
+    const auto texts = Split(u"first||\u00E4\0\u6771"sv, u"|");
+    const Bytes saved = Saved(texts.Get());
+    ExpectGolden(saved, "texts.bin");
+    EXPECT_EQ(ElementsOf(Loaded(ReadGolden("texts.bin")).As<IStringArray>()), ElementsOf(texts));
+    kv::Ptr<IUnknown> copy;
+    ASSERT_EQ(texts.As<IClone>()->Clone(copy.Put()), S_OK);
+    EXPECT_EQ(texts->RemoveAll(), S_OK);
+    EXPECT_EQ(ElementsOf(copy.As<IStringArray>()).substr(0, 10), "0first 1 2");
+    Loader loader;
+    ForEveryDamage(saved, [&](const Bytes& damaged) {
+        kv::Ptr<IUnknown> object;
+        const HRESULT status = loader.Load(damaged, object);
+        if (const auto loaded = object.As<IStringArray>()) {
+            EXPECT_EQ(status, S_OK);
+            ElementsOf(loaded);
+        }
+    });
+}
+
+}  // namespace mova::test
