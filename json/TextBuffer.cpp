@@ -81,8 +81,8 @@ void TextBuffer::Free() noexcept {
 }
 
 void TextBuffer::Grow(std::size_t units, std::size_t most) {
-    constexpr std::size_t largest = std::numeric_limits<std::size_t>::max() / (2 * sizeof *units_);
-    if (units > largest - size_) throw std::bad_alloc();
+    constexpr std::size_t mostUnits = std::numeric_limits<std::size_t>::max() / (2 * sizeof *units_);
+    if (units > mostUnits - size_) throw std::bad_alloc();
     const std::size_t needed = size_ + units;
     const std::size_t capacity = size_ == 0 ? needed : std::max(needed, std::min(needed + needed / 2, most));
     std::size_t bytes = (capacity + 1) * sizeof *units_;
