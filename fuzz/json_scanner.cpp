@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/Documents.h"
 #include "fuzz/Input.h"
-#include "json/ChunkedText.h"
 #include "json/Unescape.h"
 #include "json/Utf8.h"
 #include "kvcore/Utf.h"
@@ -17,20 +17,6 @@ using json::Outcome;
 using json::Scanner;
 using json::State;
 using json::Token;
-
-class Bytes final : public json::ByteSource {
- public:
-    explicit Bytes(std::string_view bytes) : bytes_(bytes) {}
-    std::int32_t Read(std::byte* target, std::size_t size, std::size_t& read) noexcept override {
-        read = std::min(size, bytes_.size());
-        if (read != 0) std::memcpy(target, bytes_.data(), read);
-        bytes_.remove_prefix(read);
-        return 0;
-    }
-
- private:
-    std::string_view bytes_;
-};
 
 struct Step {
     Outcome outcome;
@@ -154,7 +140,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     // What ends a text only where that is known at once, and a NUL, which ends what is in memory, may differ.
     const std::size_t least = detected->mark + 4;
-    Bytes source(bytes);
+    fuzz::TextBytes source(bytes);
     json::ChunkedText chunks;
     chunks.Open(source, std::max<std::uint64_t>(data[0], least));
     Scanner pieces;
