@@ -358,7 +358,7 @@ Outcome Scanner::NextAtEnd() {
     if (exhausted_) return ReportEnd();
     if (tokenStart_ >= end_) return Fail(Fault::EndOfFile, tokenStart_, scan_);
     tokenStart_ = scan_;
-    if (!Refill()) return Fail(Fault::ReadChunk, tokenStart_, scan_);
+    if (!Refill()) return FailToRefill();
     return scan_ >= end_ ? ReportEnd() : Scan<Mode::reading>(scan_);
 }
 
@@ -482,7 +482,7 @@ Outcome Scanner::ScanTextEnd(const char16_t* p, bool& goesOn) {
     }
     tokenStart_ = scan_ = p;
     if (!exhausted_) {
-        if (!Refill()) return Fail(Fault::ReadChunk, tokenStart_, scan_);
+        if (!Refill()) return FailToRefill();
         goesOn = true;
         return Outcome::Token;
     }
@@ -529,7 +529,7 @@ Outcome Scanner::ScanString(const char16_t* p, char16_t quote) {
         const std::ptrdiff_t length = p - tokenStart_;  // one beyond the text where its last unit is a backslash
         scan_ = end_;
         if (exhausted_) return Fail(Fault::EndInString, tokenStart_, scan_);
-        if (!Refill()) return Fail(Fault::ReadChunk, tokenStart_, scan_);
+        if (!Refill()) return FailToRefill();
         p = tokenStart_ + length;
     }
 }
@@ -554,13 +554,7 @@ Outcome Scanner::ScanScalar(const char16_t* p) {
         const std::ptrdiff_t length = p - tokenStart_;
         scan_ = end_;
         if (exhausted_) return Fail(Fault::EndOfFile, tokenStart_, scan_);
-        if (!Refill()) {
-            const Failure cause = failure_;
-            Fail(Fault::ReadChunk, tokenStart_, scan_);
-            failure_.cause = cause.fault;
-            failure_.code = cause.code;
-            return Outcome::Failed;
-        }
+        if (!Refill()) return FailToRefill();
         p = tokenStart_ + length;
     }
 }
@@ -585,6 +579,15 @@ Outcome Scanner::Classify(std::u16string_view text) {
     if (!kv::ReadDouble(text)) return Fail(Fault::BadNumber, tokenStart_, scan_);
     token_ = Token::Number;
     return Outcome::Token;
+}
+
+/// After getting more text has failed: the failure says why.
+Outcome Scanner::FailToRefill() noexcept {
+    const Failure cause = failure_;
+    Fail(Fault::ReadChunk, tokenStart_, scan_);
+    failure_.cause = cause.fault;
+    failure_.code = cause.code;
+    return Outcome::Failed;
 }
 
 /// Gets more text; the current token moves to the front. @return false, the failure set, where that fails

@@ -462,15 +462,19 @@ TEST(ChunkedText, PassesFailuresOn) {
     EXPECT_EQ(TraceOfBytes("[1, ", 3, -5), "[ | number 1 | ReadChunk failed; state : inArrayValueDelimiter; buffer : ");
     EXPECT_EQ(TraceOfBytes("[\"ab", 3, -5), "[ | ReadChunk failed; state : inArrayValue; buffer : \"ab");
     EXPECT_EQ(TraceOfBytes("[1]\xC3", 2), "[ | number 1 | ] | ReadChunk failed; state : endOfArray; buffer : ");
-    Bytes source("[12", -5);
-    ChunkedText chunks;
-    chunks.Open(source, 2);
-    Scanner scanner;
-    EXPECT_EQ(scanner.OpenSource(chunks).fault, Fault::None);
-    EXPECT_EQ(scanner.Next(), Outcome::Token);
-    EXPECT_EQ(scanner.Next(), Outcome::Failed);
-    EXPECT_EQ(scanner.failure().cause, Fault::SourceFailed);
-    EXPECT_EQ(scanner.failure().code, -5);
+    for (const std::string_view text : {"[12", "[\"a", "[ \n", "[1,"}) {
+        SCOPED_TRACE(text);
+        Bytes source(text, -5);
+        ChunkedText chunks;
+        chunks.Open(source, 2);
+        Scanner scanner;
+        EXPECT_EQ(scanner.OpenSource(chunks).fault, Fault::None);
+        Outcome outcome = Outcome::Token;
+        while (outcome == Outcome::Token) outcome = scanner.Next();
+        EXPECT_EQ(outcome, Outcome::Failed);
+        EXPECT_EQ(scanner.failure().cause, Fault::SourceFailed);
+        EXPECT_EQ(scanner.failure().code, -5);
+    }
 }
 
 /// Elements without end, one more each time that bytes are asked for.
