@@ -166,6 +166,11 @@ target_compile_definitions(
 target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uuid ntdll version psapi z)
 add_dependencies(windows-tests movaSystem mova first-client mova-idl)
 add_test(NAME windows-tests COMMAND windows-tests)
+# Wine takes the user's locale from the environment.
+foreach(locale de_DE tr_TR)
+  add_test(NAME windows-tests-${locale} COMMAND windows-tests --gtest_filter=JSONLocales.*)
+  set_tests_properties(windows-tests-${locale} PROPERTIES ENVIRONMENT LC_ALL=${locale}.UTF-8)
+endforeach()
 add_custom_command(
   TARGET windows-tests
   POST_BUILD

@@ -1,0 +1,371 @@
+// What the JSON classes do at their limits: documents without end or bottom, and streams that fail.
+#include <movaJSON.h>
+#include <movaJSONReader.h>
+#include <movaJSONWriter.h>
+#include <psapi.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+
+#include "kvcore/Stream.h"
+#include "tests/windows/StreamSupport.h"
+
+namespace mova::test {
+namespace {
+
+using Object = kv::Ptr<IJSONObjectEx>;
+using Reader = kv::Ptr<IJSONReaderPosition>;
+
+constexpr int deepest = 501;  // the most objects and arrays that may be in one another
+
+/// Calls a function on a thread with as little stack as the system grants: Wine makes it a megabyte.
+void OnSmallStack(const std::function<void()>& body) {
+    const auto run = [](void* argument) -> DWORD {
+        EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+        (*static_cast<const std::function<void()>*>(argument))();
+        CoUninitialize();
+        return 0;
+    };
+    const HANDLE thread = CreateThread(nullptr, 64 * 1024, run, const_cast<std::function<void()>*>(&body),
+                                       STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+    ASSERT_NE(thread, nullptr);
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+}
+
+/// What is nested, the outermost first; and the next ones are as the first ones again.
+struct Nesting {
+    std::u16string_view kinds;
+
+    bool IsObject(int level) const { return kinds[static_cast<std::size_t>(level) % kinds.size()] == u'{'; }
+    /// A document of so many levels.
+    std::u16string Text(int levels) const {
+        std::u16string text;
+        for (int level = 0; level < levels; ++level) {
+            text += IsObject(level) ? u"{" : u"[";
+            if (IsObject(level) && level + 1 < levels) text += u"\"a\":";
+        }
+        for (int level = levels; level-- > 0;) text += IsObject(level) ? u'}' : u']';
+        return text;
+    }
+};
+
+kv::Ptr<IStream> StreamOf(std::u16string_view text) {
+    return MemoryStream(kv::Utf8(text));
+}
+
+Reader ReaderOf(std::u16string_view text) {
+    auto reader = New<IJSONReaderPosition>(u"JSONReader");
+    EXPECT_EQ(reader->ReadFromString(Bstr(text)), S_OK);
+    return reader;
+}
+
+/// A way to load a document. @return how that went
+struct Door {
+    const char* name;
+    std::function<HRESULT(std::u16string_view text, bool isObject)> load;
+    bool takesArrays = true;
+};
+
+const Door doors[] = {
+    {"FromJSONString",
+     [](std::u16string_view text, bool isObject) {
+         return isObject ? New<IJSONObject>(u"JSONObject")->FromJSONString(Bstr(text))
+                         : New<IJSONArray>(u"JSONArray")->FromJSONString(Bstr(text));
+     }},
+    {"ParseJSON",
+     [](std::u16string_view text, bool isObject) {
+         const auto reader = New<IJSONReader>(u"JSONReader");
+         EXPECT_EQ(reader->ReadFromStream(StreamOf(text).Get()), S_OK);
+         return isObject ? New<IJSONObject>(u"JSONObject")->ParseJSON(reader.Get())
+                         : New<IJSONArray>(u"JSONArray")->ParseJSON(reader.Get());
+     }},
+    {"a stream that is a member",
+     [](std::u16string_view text, bool) {
+         const auto object = New<IJSONObject>(u"JSONObject");
+         EXPECT_EQ(object->AddVariant(Bstr(u"s"), Value(StreamOf(text).As<IUnknown>().Get()).Get()), S_OK);
+         kv::Ptr<IJSONObject> read;
+         VARIANT_BOOL found = VARIANT_FALSE;
+         return object->GetJSONObject(Bstr(u"s"), read.Put(), &found);
+     },
+     false},
+    {"ParseText",
+     [](std::u16string_view text, bool) {
+         kv::Ptr<IUnknown> made;
+         return New<IJSONReader>(u"JSONReader")->ParseText(Bstr(text), made.Put());
+     }},
+    {"containers as text",
+     [](std::u16string_view text, bool) {
+         const auto reader = ReaderOf(text);
+         reader->SetReadContainersAsText(VARIANT_TRUE);
+         kv::Variant value;
+         const HRESULT status = reader->ReadValue(value.Put());
+         if (SUCCEEDED(status)) {
+             EXPECT_EQ(kv::View(value.Get().bstrVal), text);
+         }
+         return status;
+     }},
+};
+
+/// Bytes from a function, and what a stream can do wrong with them.
+class FaultyStream final : public LocalStream {
+ public:
+    FaultyStream(ULONGLONG size, std::function<void(ULONGLONG, std::byte*, ULONG)> fill)
+        : size_(size), fill_(std::move(fill)) {}
+    explicit FaultyStream(std::string_view text)
+        : FaultyStream(text.size(), [text](ULONGLONG from, std::byte* target, ULONG count) {
+              std::memcpy(target, text.data() + from, count);
+          }) {}
+
+    HRESULT stat = S_OK;
+    ULONGLONG statedSize = 0;
+    ULONG most = ~ULONG{0};     ///< bytes a call
+    int failing = 0;            ///< the call that fails, from 1
+    ULONGLONG position = 0;
+
+    STDMETHODIMP Read(void* target, ULONG count, ULONG* read) noexcept override {
+        *read = 0;
+        if (++calls_ == failing) return STG_E_READFAULT;
+        const auto came = static_cast<ULONG>(std::min<ULONGLONG>({count, most, size_ - position}));
+        if (came != 0) fill_(position, static_cast<std::byte*>(target), came);
+        position += came;
+        *read = came;
+        return S_OK;
+    }
+    STDMETHODIMP Stat(STATSTG* target, DWORD) noexcept override {
+        *target = {};
+        target->cbSize.QuadPart = statedSize;
+        return stat;
+    }
+
+ private:
+    ULONGLONG size_;
+    std::function<void(ULONGLONG, std::byte*, ULONG)> fill_;
+    int calls_ = 0;
+};
+
+/// All tokens from the current one on, a line each. @param status receives what ended them
+std::string TokensOf(const Reader& reader, HRESULT& status) {
+    std::string tokens;
+    do {
+        LONG token = 0;
+        kv::BString text;
+        EXPECT_EQ(reader->GetTokenType(&token), S_OK);
+        reader->GetString(VARIANT_FALSE, text.Put());
+        tokens += std::to_string(token) + " " + kv::Utf8(text.View()) + "\n";
+        status = reader->ReadNext();
+    } while (status == S_OK);
+    return tokens;
+}
+
+std::size_t PrivateBytes() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return counters.PagefileUsage;
+}
+
+/// Reads an array of short numbers between much white space, so many mebibytes of it.
+void ReadLongArray(ULONGLONG mebibytes) {
+    constexpr ULONGLONG period = 64 * 1024;  // a number and a comma at the end of so many blanks
+    const ULONGLONG size = mebibytes << 20;
+    FaultyStream stream(size, [size](ULONGLONG from, std::byte* target, ULONG count) {
+        std::memset(target, ' ', count);
+        const auto put = [&](ULONGLONG at, char byte) {
+            if (at >= from && at - from < count) target[at - from] = static_cast<std::byte>(byte);
+        };
+        for (ULONGLONG end = (from / period + 1) * period; end <= from + count + 2; end += period) {
+            put(end - 2, '7');
+            put(end - 1, end == size ? ']' : ',');
+        }
+        put(0, '[');
+    });
+    stream.statedSize = size;
+    const auto reader = New<IJSONReader>(u"JSONReader");
+    ASSERT_EQ(reader->ReadFromStream(&stream), S_OK);
+    ASSERT_EQ(reader->ReadNext(), S_OK);
+    const std::size_t before = PrivateBytes();
+    LONG number = 0;
+    for (ULONGLONG count = size / period; count > 0; --count) {
+        ASSERT_EQ(reader->ReadInteger(&number), S_OK);
+        ASSERT_EQ(number, 7);
+    }
+    constexpr std::size_t mostGrowth = 16u << 20;
+    EXPECT_LT(PrivateBytes(), before + mostGrowth);
+    LONG token = 0;
+    EXPECT_EQ(reader->GetTokenType(&token), S_OK);
+    EXPECT_EQ(token, movaJSONTokenEndOfArray);
+    EXPECT_EQ(reader->ReadNext(), S_FALSE);
+    EXPECT_EQ(stream.position, size);
+}
+
+}  // namespace
+
+TEST(JSONLimits, DocumentsLoadToADepthThroughEveryDoor) {
+    OnSmallStack([] {
+        for (const Nesting& nesting : {Nesting{u"{"}, Nesting{u"["}, Nesting{u"{["}, Nesting{u"[{"}}) {
+            const bool isObject = nesting.IsObject(0);
+            for (const int levels : {1, deepest, deepest + 1, 10'000, 1'000'000}) {
+                const std::u16string text = nesting.Text(levels);
+                for (const Door& door : doors) {
+                    if (!isObject && !door.takesArrays) continue;
+                    EXPECT_EQ(door.load(text, isObject), levels <= deepest ? S_OK : E_FAIL)
+                        << door.name << " " << levels << " " << kv::Utf8(nesting.kinds);
+                }
+            }
+        }
+    });
+}
+
+TEST(JSONLimits, ReadersAndWritersNestWithoutABottom) {
+    static constexpr int levels = 1'000'000;
+    OnSmallStack([] {
+        for (const Nesting& nesting : {Nesting{u"{"}, Nesting{u"["}, Nesting{u"{["}, Nesting{u"[{"}}) {
+            SCOPED_TRACE(kv::Utf8(nesting.kinds));
+            const std::u16string text = nesting.Text(levels);
+            const auto skipped = ReaderOf(text);
+            EXPECT_EQ(nesting.IsObject(0) ? skipped->SkipObject() : skipped->SkipArray(), S_FALSE);
+            const auto walked = ReaderOf(text);
+            LONGLONG most = 0;
+            LONGLONG depth = 0;
+            while (walked->ReadNext() == S_OK) {
+                EXPECT_EQ(walked->get_Depth(&depth), S_OK);
+                most = std::max(most, depth);
+            }
+            EXPECT_EQ(most, levels);
+            EXPECT_EQ(depth, 0);
+
+            const auto writer = New<IJSONWriter4>(u"JSONWriter");
+            EXPECT_EQ(writer->WriteToMemory(), S_OK);
+            const Bstr a(u"a");
+            for (int level = 0; level < levels; ++level) {
+                const BSTR name = level > 0 && nesting.IsObject(level - 1) ? static_cast<BSTR>(a) : nullptr;
+                ASSERT_EQ(nesting.IsObject(level) ? writer->StartObject(name) : writer->StartArray(name), S_OK);
+            }
+            for (int level = levels; level-- > 0;)
+                ASSERT_EQ(nesting.IsObject(level) ? writer->EndObject() : writer->EndArray(), S_OK);
+            kv::BString written;
+            EXPECT_EQ(writer->GetText(written.Put()), S_OK);
+            EXPECT_TRUE(written.View() == text);
+        }
+    });
+}
+
+TEST(JSONLimits, TreesThatAreMadeEndHoweverDeepTheyAre) {
+    OnSmallStack([] {
+        for (const int levels : {deepest, deepest + 1, 100'000}) {
+            for (const Nesting& nesting : {Nesting{u"{"}, Nesting{u"{["}}) {
+                SCOPED_TRACE(std::to_string(levels) + " " + kv::Utf8(nesting.kinds));
+                const auto root = New<IJSONObject>(u"JSONObject");
+                kv::Ptr<IJSONObject> object = root;
+                kv::Ptr<IJSONArray> array;
+                const Bstr name(u"a");
+                for (int level = 1; level < levels; ++level) {
+                    kv::Ptr<IJSONObject> nextObject;
+                    kv::Ptr<IJSONArray> nextArray;
+                    if (nesting.IsObject(level)) {
+                        ASSERT_EQ(object ? object->CreateJSONObject(name, nextObject.Put())
+                                         : array->CreateJSONObject(nextObject.Put()),
+                                  S_OK);
+                    } else {
+                        ASSERT_EQ(object ? object->CreateJSONArray(name, nextArray.Put())
+                                         : array->CreateJSONArray(nextArray.Put()),
+                                  S_OK);
+                    }
+                    object = nextObject;
+                    array = nextArray;
+                }
+                object = {};
+                array = {};
+                const HRESULT expected = levels <= deepest ? S_OK : E_FAIL;
+                kv::BString text;
+                EXPECT_EQ(root->ToJSONString(nullptr, text.Put()), expected);
+                if (expected == S_OK) {
+                    EXPECT_EQ(text.View(), nesting.Text(levels));
+                }
+                const auto outer = New<IJSONObject>(u"JSONObject");
+                EXPECT_EQ(outer->AddObject(name, root.Get()), S_OK);
+                EXPECT_EQ(outer->ToJSONString(nullptr, text.Put()), E_FAIL);
+                const auto writer = New<IJSONWriter>(u"JSONWriter");
+                EXPECT_EQ(writer->WriteToMemory(), S_OK);
+                EXPECT_EQ(root->ToJSON(nullptr, writer.Get()), expected);
+            }
+        }
+    });
+}
+
+TEST(JSONLimits, StreamsThatFailOrLieGiveTheirTokensOrTheirStatus) {
+    const std::string text = "{\"list\" : [ 1, -2.5e3, \"\xC3\xA4\xE2\x82\xAC \\u00e4\", true, null ],\n \"o\":{\"\":\"\"}} ";
+    HRESULT end = E_FAIL;
+    const std::string whole = TokensOf(ReaderOf(kv::Utf16(text)), end);
+    ASSERT_EQ(end, S_FALSE);
+    const struct {
+        HRESULT stat;
+        ULONGLONG size;
+    } sizes[] = {{S_OK, 0},          {S_OK, 1},         {S_OK, 2},         {S_OK, text.size() - 1},
+                 {S_OK, text.size()}, {S_OK, 1ull << 32}, {S_OK, 1ull << 63}, {E_NOTIMPL, 0}};
+    for (const auto& [stat, size] : sizes) {
+        for (const ULONG most : {1u, 3u, ~0u}) {
+            for (int failing = 0; failing < 40; ++failing) {
+                SCOPED_TRACE(std::to_string(size) + " " + std::to_string(most) + " " + std::to_string(failing));
+                FaultyStream stream(text);
+                stream.stat = stat;
+                stream.statedSize = size;
+                stream.most = most;
+                stream.failing = failing;
+                const auto reader = New<IJSONReaderPosition>(u"JSONReader");
+                const HRESULT opened = reader->ReadFromStream(&stream);
+                if (opened != S_OK) {
+                    EXPECT_EQ(opened, STG_E_READFAULT);
+                    EXPECT_NE(failing, 0);
+                    continue;
+                }
+                const std::string tokens = TokensOf(reader, end);
+                EXPECT_TRUE(whole.starts_with(tokens)) << tokens;
+                if (end == S_FALSE) {
+                    EXPECT_EQ(tokens, whole);
+                } else {
+                    EXPECT_EQ(end, STG_E_READFAULT);
+                    EXPECT_NE(failing, 0);
+                }
+            }
+        }
+    }
+    FaultyStream unknown(text);
+    unknown.stat = E_FAIL;
+    EXPECT_EQ(New<IJSONReader>(u"JSONReader")->ReadFromStream(&unknown), E_FAIL);
+}
+
+TEST(JSONLimits, DocumentsOfFailingStreamsFailWithTheirStatus) {
+    const std::string text = "{\"a\":[1,2,{\"b\":\"text\"}],\"c\":3} ";
+    int loaded = 0;
+    for (int failing = 0; failing < 60; ++failing) {
+        FaultyStream stream(text);
+        stream.statedSize = 1;  // so that it is read in small pieces
+        stream.failing = failing;
+        const auto reader = New<IJSONReader>(u"JSONReader");
+        HRESULT status = reader->ReadFromStream(&stream);
+        const auto object = New<IJSONObject>(u"JSONObject");
+        if (status == S_OK) status = object->ParseJSON(reader.Get());
+        kv::BString written;
+        EXPECT_EQ(object->ToJSONString(nullptr, written.Put()), S_OK);
+        if (status == S_OK) {
+            ++loaded;
+            EXPECT_EQ(kv::Utf8(written.View()) + " ", text);
+        } else {
+            EXPECT_EQ(status, STG_E_READFAULT) << failing;
+        }
+    }
+    EXPECT_GT(loaded, 1);
+    EXPECT_LT(loaded, 59);
+}
+
+TEST(JSONLimits, LongStreamsAreReadInConstantMemory) {
+    ReadLongArray(64);
+}
+
+TEST(JSONLimits, StreamsOfMoreThan32BitsAreReadInConstantMemory) {
+    ReadLongArray(4160);
+}
+
+}  // namespace mova::test
