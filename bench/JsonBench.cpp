@@ -135,7 +135,7 @@ void CompareGrowth(const Session& session) {
     constexpr std::size_t smallest = 1'000'000;
     double loadOfSmallest = 0;
     double saveOfSmallest = 0;
-    for (const std::size_t times : {1, 10, 100}) {
+    for (const std::size_t times : {1U, 10U, 100U}) {
         const JsonSubject subject(MakeFeatures(smallest * times));
         const Loader<IJSONObject> loader("JSONObject", __uuidof(::JSONObject));
         const double load = session.Time({{loader.Name(), Loading(loader, subject)}}, subject.KiB()).front();

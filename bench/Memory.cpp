@@ -7,6 +7,7 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "bench/Bench.h"
 
@@ -19,20 +20,17 @@ PROCESS_MEMORY_COUNTERS Counters() {
     return counters;
 }
 
-/// Pages that are in memory.
-class Ballast {
- public:
-    explicit Ballast(std::size_t size) : pages_(VirtualAlloc(nullptr, size, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE)) {
-        Require(pages_ != nullptr, "There is no memory for the ballast.");
-        std::memset(pages_, 1, size);
-    }
-    ~Ballast() { VirtualFree(pages_, 0, MEM_RELEASE); }
-    Ballast(const Ballast&) = delete;
-    Ballast& operator=(const Ballast&) = delete;
-
- private:
-    void* pages_;
+struct FreePages {
+    void operator()(void* pages) const { VirtualFree(pages, 0, MEM_RELEASE); }
 };
+
+/// Pages that are in memory.
+std::unique_ptr<void, FreePages> TakePages(std::size_t size) {
+    std::unique_ptr<void, FreePages> pages(VirtualAlloc(nullptr, size, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+    if (!pages) throw std::bad_alloc();
+    std::memset(pages.get(), 1, size);
+    return pages;
+}
 
 }  // namespace
 
@@ -55,7 +53,7 @@ std::size_t PeakGrowth(const std::function<void()>& work) {
     // The peak cannot be set back, so the process is brought up to it: what comes on top then is the work's.
     constexpr std::size_t more = std::size_t{1} << 20;
     const PROCESS_MEMORY_COUNTERS now = Counters();
-    const Ballast ballast(now.PeakWorkingSetSize - now.WorkingSetSize + more);
+    const auto ballast = TakePages(now.PeakWorkingSetSize - now.WorkingSetSize + more);
     const std::size_t before = Counters().PeakWorkingSetSize;
     work();
     return Counters().PeakWorkingSetSize - before;
