@@ -132,6 +132,7 @@ add_executable(
   tools/mova/Classes.cpp
   tools/mova/Client.cpp
   tools/mova/Demo.cpp
+  tools/mova/DemoDocument.cpp
   tools/mova/Json.cpp
   tools/mova/Main.cpp
   tools/mova/PropertyFile.cpp

@@ -51,9 +51,13 @@ kv::Ptr<IJSONObject> NewObject(std::u16string_view type) {
     return object;
 }
 
-kv::Ptr<IUnknown> AsUnknown(const kv::Ptr<IJSONObject>& object) noexcept { return kv::Ptr<IUnknown>(object.Get()); }
+kv::Ptr<IUnknown> AsUnknown(const kv::Ptr<IJSONObject>& object) noexcept {
+    return kv::Ptr<IUnknown>(object.Get());
+}
 
-bool IsObject(const VARIANT& value) noexcept { return value.vt == VT_UNKNOWN || value.vt == VT_DISPATCH; }
+bool IsObject(const VARIANT& value) noexcept {
+    return value.vt == VT_UNKNOWN || value.vt == VT_DISPATCH;
+}
 
 /// The text of a member; empty where it has none.
 kv::BString TextOf(IJSONObject& object, std::u16string_view key) {
@@ -64,8 +68,8 @@ kv::BString TextOf(IJSONObject& object, std::u16string_view key) {
 }
 
 bool IsNumber(VARTYPE type) noexcept {
-    static constexpr VARTYPE numbers[] = {VT_I1, VT_UI1, VT_I2,  VT_UI2, VT_I4, VT_UI4, VT_I8,
-                                          VT_UI8, VT_INT, VT_UINT, VT_R4,  VT_R8, VT_CY,  VT_DECIMAL, VT_DATE};
+    static constexpr VARTYPE numbers[] = {VT_I1,  VT_UI1,  VT_I2, VT_UI2, VT_I4, VT_UI4,     VT_I8,  VT_UI8,
+                                          VT_INT, VT_UINT, VT_R4, VT_R8,  VT_CY, VT_DECIMAL, VT_DATE};
     return std::find(std::begin(numbers), std::end(numbers), type) != std::end(numbers);
 }
 
@@ -236,7 +240,7 @@ HRESULT ValueDecoder::DecodeValue(std::u16string_view name, const VARIANT& json,
         return kv::IsArray(json) ? Fail(E_INVALIDARG, name, u"is neither a scalar nor JSON.") : value.Assign(json);
     }
     const kv::Ptr<IUnknown> held(json.punkVal);
-    if (const auto object = held.As<IJSONObject>()) 
+    if (const auto object = held.As<IJSONObject>())
         return DecodeObject(name, TextOf(*object.Get(), typeKey).View(), object, depth, value);
     if (!held.As<IJSONArray>()) return Fail(E_INVALIDARG, name, u"is neither a scalar nor JSON.");
     if (!keepsUnknown_) return Fail(E_INVALIDARG, name, u"is an array that does not say what it is of.");
@@ -329,7 +333,8 @@ HRESULT ValueDecoder::DecodeProperties(const Level& level) {
         kv::Variant json;
         if (HRESULT status = level.items->GetMemberAt(i, name.Put(), json.Put()); FAILED(status)) return status;
         kv::Variant value;
-        if (HRESULT status = DecodeValue(name.View(), json.Get(), level.depth + 1, value); FAILED(status)) return status;
+        if (HRESULT status = DecodeValue(name.View(), json.Get(), level.depth + 1, value); FAILED(status))
+            return status;
         if (HRESULT status = level.set->SetProperty(name.Get(), value.Get()); FAILED(status)) return status;
     }
     return S_OK;

@@ -62,7 +62,9 @@ TEST(JSONReentry, WhatIsBeingWrittenStaysWhatItWas) {
         auto writer = New<IJSONWriter>(u"JSONWriter");
         ASSERT_EQ(writer->WriteToStream(&target), S_OK);
         EXPECT_EQ(object->ToJSON(nullptr, writer.Get()), S_OK);
-        EXPECT_EQ(target.content, at == 1 ? "{}" : at < 8 ? kv::Utf8(text.substr(0, text.size() - 7)) + "}" : kv::Utf8(text))
+        EXPECT_EQ(target.content, at == 1  ? "{}"
+                                  : at < 8 ? kv::Utf8(text.substr(0, text.size() - 7)) + "}"
+                                           : kv::Utf8(text))
             << at;
     }
 }
