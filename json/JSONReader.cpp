@@ -144,11 +144,12 @@ class JSONReader::NamesFound final : public json::NameSearch {
 
 STDMETHODIMP JSONReader::ReadFromStream(IStream* stream) noexcept try {
     if (!stream) return Refuse(E_POINTER);
+    if (callsOut_) return RefuseCalledOut();
     const kv::Ptr<IStream> held(stream);
     Close();
     stream_ = held;
     STATSTG stat{};
-    const HRESULT stated = stream->Stat(&stat, STATFLAG_NONAME);
+    const HRESULT stated = CallOut([&] { return stream->Stat(&stat, STATFLAG_NONAME); });
     if (FAILED(stated) && stated != E_NOTIMPL) return stated;
     const bool isKnown = SUCCEEDED(stated) && stat.cbSize.HighPart == 0;
     chunks_.Open(*this, isKnown ? std::optional<std::uint64_t>(stat.cbSize.LowPart) : std::nullopt);
@@ -157,7 +158,7 @@ STDMETHODIMP JSONReader::ReadFromStream(IStream* stream) noexcept try {
         // A stream that says itself that there is nothing is no failure.
         std::byte none{};
         ULONG read = 0;
-        if (stream->Read(&none, 1, &read) == S_FALSE) {
+        if (CallOut([&] { return stream->Read(&none, 1, &read); }) == S_FALSE) {
             scanner_.OpenNothing();
             return S_OK;
         }
@@ -172,6 +173,7 @@ STDMETHODIMP JSONReader::ReadFromStream(IStream* stream) noexcept try {
 
 STDMETHODIMP JSONReader::ReadFromString(BSTR text) noexcept try {
     if (!text) return Refuse(E_POINTER);
+    if (callsOut_) return RefuseCalledOut();
     auto view = kv::View(text);
     if (view.starts_with(u'\uFEFF')) view.remove_prefix(1);
     Close();
@@ -181,6 +183,19 @@ STDMETHODIMP JSONReader::ReadFromString(BSTR text) noexcept try {
     return CaughtStatus();
 }
 
+template <class Call>
+HRESULT JSONReader::CallOut(Call call) noexcept {
+    SetErrorInfo(0, nullptr);  // so that only what the stream says of its own failure explains it
+    callsOut_ = true;
+    const HRESULT status = call();
+    callsOut_ = false;
+    return status;
+}
+
+HRESULT JSONReader::RefuseCalledOut() const noexcept {
+    return Refuse<IJSONReader>(E_UNEXPECTED, u"The reader is being called by the stream that it reads.");
+}
+
 void JSONReader::Close() noexcept {
     scanner_.Close();
     chunks_.Close();
@@ -188,7 +203,7 @@ void JSONReader::Close() noexcept {
 }
 
 std::int32_t JSONReader::Read(std::byte* target, std::size_t size, std::size_t& read) noexcept {
-    const HRESULT status = kv::KvStreamRead(stream_.Get(), target, size, &read);
+    const HRESULT status = CallOut([&] { return kv::KvStreamRead(stream_.Get(), target, size, &read); });
     return FAILED(status) ? status : 0;
 }
 

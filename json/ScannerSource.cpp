@@ -42,7 +42,8 @@ Value Integer(std::int64_t number) noexcept {
 }
 
 std::int8_t TaggedDecimals(std::int64_t decimals) noexcept {
-    return decimals > std::numeric_limits<std::int8_t>::max() ? noDecimals : static_cast<std::int8_t>(decimals);
+    const bool isKept = decimals >= 0 && decimals <= std::numeric_limits<std::int8_t>::max();
+    return isKept ? static_cast<std::int8_t>(decimals) : noDecimals;
 }
 
 }  // namespace json

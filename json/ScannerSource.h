@@ -38,8 +38,12 @@ class ScannerSource {
         return Advance();
     }
 
-    /// Whether nothing is left to read, for a source without a token.
-    bool IsAtEnd() { return scanner_.IsPastEnd() || scanner_.Next() == Outcome::End; }
+    /// Reads on to the first token where there is none. @return false where that fails
+    bool Start(bool& isEmpty) {
+        const Outcome outcome = scanner_.IsPastEnd() ? Outcome::End : scanner_.Next();
+        isEmpty = outcome == Outcome::End;
+        return outcome != Outcome::Failed;
+    }
     /// Whether it failed for want of a name, and not because the scanner did.
     bool LacksName() const noexcept { return lacksName_; }
 

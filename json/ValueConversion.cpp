@@ -54,9 +54,9 @@ bool IsNothing(const Value& value) noexcept {
     return type == VT_EMPTY || type == VT_NULL;
 }
 
+/// Of single precision it is converted as the system does.
 bool IsNotANumber(const Value& value) noexcept {
-    return (value.tag.kind == Kind::Double && std::isnan(value.payload.number)) ||
-           (value.tag.kind == Kind::Float && std::isnan(value.payload.shortNumber));
+    return value.tag.kind == Kind::Double && std::isnan(value.payload.number);
 }
 
 bool IsText(const Value& value, std::u16string_view expected) {
@@ -130,6 +130,11 @@ Value NewValue::OfObject(IUnknown* object) noexcept {
 HRESULT NewValue::Assign(const VARIANT& source) {
     const VARIANT* const referred = kv::Referred(source);
     if (!referred) return E_INVALIDARG;
+    if (referred->vt & VT_BYREF) {
+        kv::Variant direct;
+        const HRESULT status = direct.Assign(*referred);
+        return FAILED(status) ? status : Assign(direct.Get());
+    }
     switch (referred->vt) {
         case VT_EMPTY:
             value_ = Value::Of(Kind::Empty);
