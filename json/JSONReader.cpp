@@ -8,6 +8,7 @@
 
 #include "containers/NameFold.h"
 #include "containers/SystemNames.h"
+#include "json/ScannerSource.h"
 #include "json/Unescape.h"
 #include "kvcore/CreateInstance.h"
 #include "kvcore/JsTime.h"
@@ -68,17 +69,6 @@ std::vector<std::u16string> SplitNames(std::u16string_view text) {
         names.emplace_back(name.substr(first, name.find_last_not_of(blanks) - first + 1));
     }
     return names;
-}
-
-/// Where a number's text has its point, and how it is read.
-struct NumberForm {
-    std::size_t point = std::u16string_view::npos;
-    bool hasExponent = false;
-};
-NumberForm FormOf(std::u16string_view text) noexcept {
-    const auto exponent = text.find_first_of(u"eE");
-    const bool hasExponent = exponent != std::u16string_view::npos && exponent + 1 < text.size();
-    return {text.rfind(u'.', hasExponent ? exponent : std::u16string_view::npos), hasExponent};
 }
 
 /// A new object or array, loaded from a reader that stands on its start.
@@ -506,22 +496,17 @@ STDMETHODIMP JSONReader::ReadValue(VARIANT* value) noexcept {
 }
 
 HRESULT JSONReader::ReadNumber(VARIANT* value, LONG& decimals) {
-    const auto text = scanner_.Text();
-    const NumberForm form = FormOf(text);
-    if (form.hasExponent || form.point != std::u16string_view::npos || text.find_first_of(u"nN") == 0) {
-        if (form.point != std::u16string_view::npos && !form.hasExponent)
-            decimals = static_cast<LONG>(text.size() - form.point);
+    const json::Number number = json::NumberAt(scanner_);
+    decimals = static_cast<LONG>(number.decimals);
+    if (number.value.tag.kind == json::Kind::Double) {
         value->vt = VT_R8;
-        value->dblVal = scanner_.Double();
-        return GoOn(true);
-    }
-    const std::int64_t number = scanner_.Int64();
-    if (number >= std::numeric_limits<LONG>::min() && number <= std::numeric_limits<LONG>::max()) {
+        value->dblVal = number.value.payload.number;
+    } else if (number.value.tag.kind == json::Kind::Int32) {
         value->vt = VT_I4;
-        value->lVal = static_cast<LONG>(number);
+        value->lVal = static_cast<LONG>(number.value.payload.integer);
     } else {
         value->vt = VT_I8;
-        value->llVal = number;
+        value->llVal = number.value.payload.integer;
     }
     return GoOn(true);
 }

@@ -7,6 +7,15 @@
 
 namespace json {
 
+/// A number as a value, an integer where it has neither a point nor an exponent, and its decimals: the units from the
+/// point on, -1 without a point and with an exponent.
+struct Number {
+    Value value;
+    std::int64_t decimals;
+};
+/// The number that a scanner stands on.
+Number NumberAt(const Scanner& scanner) noexcept;
+
 /// Loads a document from a scanner that stands on its start.
 class ScannerSource {
  public:
@@ -27,7 +36,7 @@ class ScannerSource {
                 value = builder.CopyText(Unescaped(scanner_.Between()));
                 break;
             case Token::Number:
-                value = Number();
+                value = NumberAt(scanner_).value;
                 break;
             case Token::Boolean:
                 value = Value::Of(scanner_.Int64() != 0);
@@ -50,7 +59,6 @@ class ScannerSource {
  private:
     /// The text between the quotes; the next one overwrites it.
     std::u16string_view Unescaped(std::u16string_view between);
-    Value Number() const noexcept;
 
     Scanner& scanner_;
     std::vector<char16_t> unescaped_;

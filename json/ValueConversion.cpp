@@ -22,7 +22,7 @@ kv::BString TextOf(const Value& value) {
     if (value.tag.kind == Kind::NoText) return {};
     if (value.tag.kind == Kind::WideText) return kv::BString(value.payload.text->Wide());
     const std::string_view ascii = value.payload.text->Ascii();
-    BSTR const text = SysAllocStringLen(nullptr, static_cast<UINT>(ascii.size()));
+    auto* const text = SysAllocStringLen(nullptr, static_cast<UINT>(ascii.size()));
     if (!text) throw std::bad_alloc();
     json::Widen(ascii, reinterpret_cast<char16_t*>(text));
     return kv::BString::Attach(text);

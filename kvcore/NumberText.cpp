@@ -151,7 +151,7 @@ double ScaledDouble(std::uint64_t digits, int exponent) noexcept {
     // 53 bits is the half of what counts, or is just below it.
     const auto high = static_cast<std::uint64_t>(
         (static_cast<Wide>(digits << digitShift) * reciprocals[static_cast<std::size_t>(-exponent)]) >> 64);
-    const int dropped = 11 - std::countl_zero(high);
+    const int dropped = high >> 63 != 0 ? 11 : 10;  // both factors have their highest bits set
     const std::uint64_t half = std::uint64_t{1} << (dropped - 1);
     const std::uint64_t beyond = high & (2 * half - 1);
     if (beyond != half && beyond != half - 1) [[likely]] {
@@ -403,8 +403,7 @@ int DecimalExponent(double value) noexcept {
     const int exponent = (binary * 1'233) >> 12;  // log10(2) from below: right, or one too small
     constexpr std::array<double, 6> below{1e-6, 1e-5, 1e-4, 1e-3, 1e-2, 1e-1};
     const int next = exponent + 1;
-    const double limit =
-        next < 0 ? below[static_cast<std::size_t>(next + 6)] : powersOfTen[static_cast<std::size_t>(next)];
+    const double limit = next < 0 ? below.end()[next] : powersOfTen[static_cast<std::size_t>(next)];
     return value >= limit ? next : exponent;
 }
 
@@ -549,7 +548,8 @@ char* FormatShortest(char* out, double value) noexcept {
     // Fifteen digits: no two such numbers read as the same double, so where they do as this one they are the fewest.
     const int exponent = DecimalExponent(value);
     const double scale = powersOfTen[static_cast<std::size_t>(14 - exponent)];
-    const auto scaled = static_cast<std::int64_t>(value * scale + 0.5);
+    const double product = value * scale;
+    const auto scaled = static_cast<std::int64_t>(product + 0.5);  // NOLINT(bugprone-incorrect-roundings): checked next
     if (static_cast<double>(scaled) / scale == value) {
         return PutFixed(out, SixteenDigits(static_cast<std::uint64_t>(scaled)), exponent);
     }

@@ -614,8 +614,7 @@ TEST(JSONReader, NestsAsDeepAsTheTextDoes) {
         return 0;
     };
     std::pair<IJSONReader*, HRESULT*> arguments(reader.Get(), &skipped);
-    const HANDLE thread =
-        CreateThread(nullptr, 64 * 1024, skip, &arguments, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+    auto* const thread = CreateThread(nullptr, 64 * 1024, skip, &arguments, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     ASSERT_NE(thread, nullptr);
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);

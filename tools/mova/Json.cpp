@@ -160,7 +160,7 @@ int Format(Arguments arguments) {
 
 /// A path's steps: the first is taken off it.
 std::string TakeStep(std::string& path) {
-    const std::string step = path.substr(0, path.find('/'));
+    std::string step = path.substr(0, path.find('/'));
     path.erase(0, step.size() + 1);
     return step;
 }
