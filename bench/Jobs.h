@@ -9,6 +9,9 @@ namespace bench {
 /// @throw std::runtime_error where the library does not do what is measured
 void RunFrame(const Session& session);
 
+/// JSON: reading and writing by token, documents in memory. @throw std::runtime_error as above
+void RunJson(const Session& session);
+
 /// Object graphs, copies, and streams in memory. @throw std::runtime_error as above
 void RunPersist(const Session& session);
 

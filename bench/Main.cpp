@@ -21,6 +21,7 @@ struct Job {
 
 constexpr Job jobs[] = {
     {"frame", &bench::RunFrame},
+    {"json", &bench::RunJson},
     {"persist", &bench::RunPersist},
     {"propset", &bench::RunPropset},
 };

@@ -10,6 +10,7 @@
 
 #include "bench/Components.h"
 #include "bench/Jobs.h"
+#include "bench/Memory.h"
 #include "kvcore/BString.h"
 
 // The dictionary of the scripting runtime, in slot order; the cross compiler's headers do not have it.
@@ -319,22 +320,6 @@ double CompareTimes(const Session& session, const Goal& goal) {
     session.Compare(job("remove"), static_cast<double>(ours.Removals()),
                     {ours.Remove(0), dictionary.Remove(0), map.Remove(0)});
     return get;
-}
-
-/// What all blocks in use on the process's heaps take, the heaps' own bookkeeping included.
-std::size_t HeapBytes() {
-    std::array<HANDLE, 64> heaps{};
-    const DWORD count = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
-    Require(count != 0 && count <= heaps.size(), "The heaps cannot be listed.");
-    std::size_t bytes = 0;
-    for (DWORD i = 0; i < count; ++i) {
-        HeapLock(heaps[i]);
-        PROCESS_HEAP_ENTRY entry{};
-        while (HeapWalk(heaps[i], &entry))
-            if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += entry.cbData + entry.cbOverhead;
-        HeapUnlock(heaps[i]);
-    }
-    return bytes;
 }
 
 void CompareMemoryOfEmptySets(const Session& session) {

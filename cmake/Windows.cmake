@@ -65,12 +65,14 @@ add_library(
   json/Container.cpp
   json/Emitter.cpp
   json/JSONArray.cpp
+  json/JSONConverter.cpp
   json/JSONObject.cpp
   json/JSONReader.cpp
   json/JSONValues.cpp
   json/JSONWriter.cpp
   json/LineCounter.cpp
   json/NamePool.cpp
+  json/Options.cpp
   json/PlainNumber.cpp
   json/ReaderSource.cpp
   json/Scanner.cpp
@@ -81,6 +83,7 @@ add_library(
   json/Utf8.cpp
   json/Value.cpp
   json/ValueConversion.cpp
+  json/ValueForms.cpp
   server/Census.cpp
   server/ClassFactory.cpp
   server/ClassTable.cpp
@@ -129,6 +132,7 @@ add_executable(
   tools/mova/Classes.cpp
   tools/mova/Client.cpp
   tools/mova/Demo.cpp
+  tools/mova/DemoDocument.cpp
   tools/mova/Json.cpp
   tools/mova/Main.cpp
   tools/mova/PropertyFile.cpp

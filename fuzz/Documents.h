@@ -52,7 +52,9 @@ inline Document LoadDocument(json::Scanner& scanner, json::NameHash hash, bool r
     Document document;
     if (scanner.Next() == json::Outcome::Failed) return document;
     json::ScannerSource source(scanner);
-    if (source.Current() == json::Token::None && source.IsAtEnd()) {
+    bool isEmpty = false;
+    if (source.Current() == json::Token::None && !source.Start(isEmpty)) return document;
+    if (isEmpty) {
         document.loaded = json::Loaded::All;
         return document;
     }

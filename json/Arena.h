@@ -17,6 +17,11 @@ class Arena {
     void AddReference() noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
     void ReleaseReference() noexcept;
 
+    /// While one is pinned, nothing that was laid down in it changes: it is being read by someone who calls out.
+    void Pin() noexcept { pins_.fetch_add(1, std::memory_order_relaxed); }
+    void Unpin() noexcept { pins_.fetch_sub(1, std::memory_order_relaxed); }
+    bool IsPinned() const noexcept { return pins_.load(std::memory_order_relaxed) != 0; }
+
     /// Memory aligned for every value. @throw std::bad_alloc
     void* Take(std::size_t size) {
         const std::size_t rounded = (size + alignment - 1) & ~(alignment - 1);
@@ -36,6 +41,7 @@ class Arena {
     void* TakeFromNewBlock(std::size_t size);
 
     std::atomic<std::uint32_t> references_{1};
+    std::atomic<std::uint32_t> pins_{0};
     std::byte* next_ = nullptr;
     std::byte* end_ = nullptr;
     Block* block_ = nullptr;  ///< the one that is being filled, which leads to the earlier ones
@@ -71,6 +77,28 @@ class ArenaPtr {
 
  private:
     Arena* arena_ = nullptr;
+};
+
+/// Keeps an arena, and pins it. Holds none at first.
+class PinnedArena {
+ public:
+    PinnedArena() noexcept = default;
+    explicit PinnedArena(ArenaPtr arena) noexcept : arena_(std::move(arena)) {
+        if (arena_) arena_->Pin();
+    }
+    PinnedArena(PinnedArena&& other) noexcept = default;
+    PinnedArena& operator=(PinnedArena&& other) noexcept {
+        std::swap(arena_, other.arena_);
+        return *this;
+    }
+    ~PinnedArena() {
+        if (arena_) arena_->Unpin();
+    }
+
+    const ArenaPtr& Get() const noexcept { return arena_; }
+
+ private:
+    ArenaPtr arena_;
 };
 
 }  // namespace json

@@ -29,14 +29,16 @@ void Container::Append(std::u16string_view name, std::uint32_t hash, const Value
     Put(value);
 }
 
-void Container::Replace(std::uint32_t i, const Value& value) noexcept {
+void Container::Replace(std::uint32_t i, const Value& value) {
+    BeginChange();
     const Value former = At(i);
     entries_->Payloads()[i] = value.payload;
     entries_->Tags(named_)[i] = value.tag;
     Free(former);
 }
 
-void Container::Remove(std::uint32_t i) noexcept {
+void Container::Remove(std::uint32_t i) {
+    BeginChange();
     const Value removed = At(i);
     const auto moveUp = [&](auto* parts) { std::copy(parts + i + 1, parts + entries_->count, parts + i); };
     if (named_) {
@@ -81,7 +83,15 @@ bool Container::BuildIndex() const noexcept try {
 void Container::ReserveOneMore() {
     const std::uint32_t count = Count();
     if (entries_ && count < entries_->capacity) return;
-    const std::size_t capacity = std::max<std::size_t>(4, std::size_t{count} + count / 2);
+    MoveTo(std::max<std::size_t>(4, std::size_t{count} + count / 2));
+}
+
+void Container::BeginChange() {
+    if (!ownsBlock_ && arena_ && arena_->IsPinned()) MoveTo(Count());
+}
+
+void Container::MoveTo(std::size_t capacity) {
+    const std::uint32_t count = Count();
     if (capacity >= none) throw std::bad_alloc();
     void* const memory = kv::TakeBlock(Entries::Size(capacity, named_));
     if (!memory) throw std::bad_alloc();

@@ -39,10 +39,10 @@ class Container {
     void Append(const Value& value);
     void Append(std::u16string_view name, std::uint32_t hash, const Value& value);
     /// Puts a value, which then belongs to the container, into the place of another, which is freed last.
-    void Replace(std::uint32_t i, const Value& value) noexcept;
-    void SetDetail(std::uint32_t i, std::int8_t detail) noexcept { entries_->Tags(named_)[i].detail = detail; }
-    /// Removes a value; those behind it move up.
-    void Remove(std::uint32_t i) noexcept;
+    /// @throw std::bad_alloc, nothing being changed
+    void Replace(std::uint32_t i, const Value& value);
+    /// Removes a value; those behind it move up. @throw std::bad_alloc, nothing being changed
+    void Remove(std::uint32_t i);
     void Clear() noexcept;
 
     /// Takes what was loaded in place of what it holds. @param entries lie in the arena, and nobody else's.
@@ -61,6 +61,10 @@ class Container {
     /// @return false where there is no memory for it, or not enough members for an index to be worth it.
     bool BuildIndex() const noexcept;
     void ReserveOneMore();
+    /// Makes sure that nobody else reads the entries that are about to change.
+    void BeginChange();
+    /// Moves the entries into a block of the container's own.
+    void MoveTo(std::size_t capacity);
     void Put(const Value& value) noexcept;
     void Free(const Value& value) const noexcept;
     void FreeName(NameRef name) const noexcept;

@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <new>
 
 #include "kvcore/Utf.h"
 
 namespace json {
 namespace {
 
+constexpr std::uint64_t wideIndent = 4096;
+/// Of more no text can be made, so that an absurd indent ends before the memory does.
+constexpr std::uint64_t mostBytes = std::uint64_t{3} << 30;
 constexpr auto mostDecimals = static_cast<std::uint32_t>(kv::mostDecimals);
 constexpr std::size_t separatorSize = 4;  // of everything around a name and before a value, on one line
 constexpr std::size_t mostUnits = (ByteChain::mostRoom - separatorSize - 2) / kv::escapedUnitSize;
@@ -72,6 +76,7 @@ char* Emitter::Separate(std::size_t more) {
 void Emitter::NewLine(std::uint64_t levels) {
     constexpr std::size_t few = 32;
     std::uint64_t blanks = levels * indent_;
+    if (blanks > wideIndent && bytes_.Size() + blanks > mostBytes) throw std::bad_alloc();
     char* out = bytes_.Room(1 + few);
     *out++ = '\n';
     std::memset(out, ' ', few);  // of a fixed length, which takes no call

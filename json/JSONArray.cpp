@@ -19,15 +19,18 @@ STDMETHODIMP JSONArray::GetValue(LONG index, VARIANT* value) noexcept try {
     return CaughtStatus();
 }
 
-STDMETHODIMP JSONArray::RemoveAt(LONG index) noexcept {
+STDMETHODIMP JSONArray::RemoveAt(LONG index) noexcept try {
     const std::uint32_t place = Find(index);
     if (place == json::Container::none) return Missing();
     values_.held.Remove(place);
     return S_OK;
+} catch (...) {
+    return CaughtStatus();
 }
 
 HRESULT JSONArray::AddValue(const json::Value& value) {
-    if (values_.held.Count() == static_cast<std::uint32_t>(std::numeric_limits<LONG>::max())) return E_OUTOFMEMORY;
+    if (values_.held.Count() == static_cast<std::uint32_t>(std::numeric_limits<LONG>::max()))
+        return Refuse(E_OUTOFMEMORY);
     values_.held.Append(value);
     return S_OK;
 }

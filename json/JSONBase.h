@@ -211,11 +211,13 @@ class JSONBase<Self, Coclass, Main, AddedUnder<Name...>, Items...>
         return CreateChild(name..., array, false);
     }
 
-    STDMETHODIMP SetNull(Key key) noexcept override {
+    STDMETHODIMP SetNull(Key key) noexcept override try {
         const std::uint32_t place = This().Find(key);
         if (place == json::Container::none) return This().Missing();
         values_.held.Replace(place, json::Value::Of(json::Kind::Empty));
         return S_OK;
+    } catch (...) {
+        return CaughtStatus();
     }
     STDMETHODIMP RemoveAll() noexcept override {
         values_.held.Clear();

@@ -4,6 +4,7 @@
 
 #include "containers/NameFold.h"
 #include "containers/SystemNames.h"
+#include "json/JSONConverter.h"
 #include "json/TreeLoader.h"
 
 namespace mova {
@@ -101,11 +102,13 @@ STDMETHODIMP JSONObject::GetValue(BSTR name, VARIANT* value, VARIANT_BOOL* found
     return CaughtStatus();
 }
 
-STDMETHODIMP JSONObject::RemoveMember(BSTR name) noexcept {
+STDMETHODIMP JSONObject::RemoveMember(BSTR name) noexcept try {
     const std::uint32_t place = Find(name);
     if (place == json::Container::none) return Refuse(E_INVALIDARG);
     values_.held.Remove(place);
     return S_OK;
+} catch (...) {
+    return CaughtStatus();
 }
 
 STDMETHODIMP JSONObject::Translate(IPropertySet* options, IUnknown** object) noexcept try {
@@ -124,7 +127,7 @@ STDMETHODIMP JSONObject::Translate(IPropertySet* options, IUnknown** object) noe
             (given.Get().vt == VT_UNKNOWN || given.Get().vt == VT_DISPATCH))
             translator = kv::Ptr<IUnknown>(given.Get().punkVal).As<IJSONTranslator>();
     }
-    if (!translator) return Refuse<IJSONObject>(E_INVALIDARG, u"The options name no translator.");
+    if (!translator) translator = kv::Ptr<IJSONTranslator>::Attach(JSONConverter::Make());
     return translator->ToObject(type.Get(), this, options, object);
 } catch (...) {
     return CaughtStatus();

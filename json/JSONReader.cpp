@@ -8,6 +8,7 @@
 
 #include "containers/NameFold.h"
 #include "containers/SystemNames.h"
+#include "json/ScannerSource.h"
 #include "json/Unescape.h"
 #include "kvcore/CreateInstance.h"
 #include "kvcore/JsTime.h"
@@ -68,17 +69,6 @@ std::vector<std::u16string> SplitNames(std::u16string_view text) {
         names.emplace_back(name.substr(first, name.find_last_not_of(blanks) - first + 1));
     }
     return names;
-}
-
-/// Where a number's text has its point, and how it is read.
-struct NumberForm {
-    std::size_t point = std::u16string_view::npos;
-    bool hasExponent = false;
-};
-NumberForm FormOf(std::u16string_view text) noexcept {
-    const auto exponent = text.find_first_of(u"eE");
-    const bool hasExponent = exponent != std::u16string_view::npos && exponent + 1 < text.size();
-    return {text.rfind(u'.', hasExponent ? exponent : std::u16string_view::npos), hasExponent};
 }
 
 /// A new object or array, loaded from a reader that stands on its start.
@@ -144,11 +134,12 @@ class JSONReader::NamesFound final : public json::NameSearch {
 
 STDMETHODIMP JSONReader::ReadFromStream(IStream* stream) noexcept try {
     if (!stream) return Refuse(E_POINTER);
+    if (callsOut_) return RefuseCalledOut();
     const kv::Ptr<IStream> held(stream);
     Close();
     stream_ = held;
     STATSTG stat{};
-    const HRESULT stated = stream->Stat(&stat, STATFLAG_NONAME);
+    const HRESULT stated = CallOut([&] { return stream->Stat(&stat, STATFLAG_NONAME); });
     if (FAILED(stated) && stated != E_NOTIMPL) return stated;
     const bool isKnown = SUCCEEDED(stated) && stat.cbSize.HighPart == 0;
     chunks_.Open(*this, isKnown ? std::optional<std::uint64_t>(stat.cbSize.LowPart) : std::nullopt);
@@ -157,7 +148,7 @@ STDMETHODIMP JSONReader::ReadFromStream(IStream* stream) noexcept try {
         // A stream that says itself that there is nothing is no failure.
         std::byte none{};
         ULONG read = 0;
-        if (stream->Read(&none, 1, &read) == S_FALSE) {
+        if (CallOut([&] { return stream->Read(&none, 1, &read); }) == S_FALSE) {
             scanner_.OpenNothing();
             return S_OK;
         }
@@ -172,6 +163,7 @@ STDMETHODIMP JSONReader::ReadFromStream(IStream* stream) noexcept try {
 
 STDMETHODIMP JSONReader::ReadFromString(BSTR text) noexcept try {
     if (!text) return Refuse(E_POINTER);
+    if (callsOut_) return RefuseCalledOut();
     auto view = kv::View(text);
     if (view.starts_with(u'\uFEFF')) view.remove_prefix(1);
     Close();
@@ -181,6 +173,19 @@ STDMETHODIMP JSONReader::ReadFromString(BSTR text) noexcept try {
     return CaughtStatus();
 }
 
+template <class Call>
+HRESULT JSONReader::CallOut(Call call) noexcept {
+    SetErrorInfo(0, nullptr);  // so that only what the stream says of its own failure explains it
+    callsOut_ = true;
+    const HRESULT status = call();
+    callsOut_ = false;
+    return status;
+}
+
+HRESULT JSONReader::RefuseCalledOut() const noexcept {
+    return Refuse<IJSONReader>(E_UNEXPECTED, u"The reader is being called by the stream that it reads.");
+}
+
 void JSONReader::Close() noexcept {
     scanner_.Close();
     chunks_.Close();
@@ -188,7 +193,7 @@ void JSONReader::Close() noexcept {
 }
 
 std::int32_t JSONReader::Read(std::byte* target, std::size_t size, std::size_t& read) noexcept {
-    const HRESULT status = kv::KvStreamRead(stream_.Get(), target, size, &read);
+    const HRESULT status = CallOut([&] { return kv::KvStreamRead(stream_.Get(), target, size, &read); });
     return FAILED(status) ? status : 0;
 }
 
@@ -491,22 +496,17 @@ STDMETHODIMP JSONReader::ReadValue(VARIANT* value) noexcept {
 }
 
 HRESULT JSONReader::ReadNumber(VARIANT* value, LONG& decimals) {
-    const auto text = scanner_.Text();
-    const NumberForm form = FormOf(text);
-    if (form.hasExponent || form.point != std::u16string_view::npos || text.find_first_of(u"nN") == 0) {
-        if (form.point != std::u16string_view::npos && !form.hasExponent)
-            decimals = static_cast<LONG>(text.size() - form.point);
+    const json::Number number = json::NumberAt(scanner_);
+    decimals = static_cast<LONG>(number.decimals);
+    if (number.value.tag.kind == json::Kind::Double) {
         value->vt = VT_R8;
-        value->dblVal = scanner_.Double();
-        return GoOn(true);
-    }
-    const std::int64_t number = scanner_.Int64();
-    if (number >= std::numeric_limits<LONG>::min() && number <= std::numeric_limits<LONG>::max()) {
+        value->dblVal = number.value.payload.number;
+    } else if (number.value.tag.kind == json::Kind::Int32) {
         value->vt = VT_I4;
-        value->lVal = static_cast<LONG>(number);
+        value->lVal = static_cast<LONG>(number.value.payload.integer);
     } else {
         value->vt = VT_I8;
-        value->llVal = number;
+        value->llVal = number.value.payload.integer;
     }
     return GoOn(true);
 }

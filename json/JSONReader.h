@@ -91,6 +91,11 @@ class JSONReader final
     // json::ByteSource: the stream
     std::int32_t Read(std::byte* target, std::size_t size, std::size_t& read) noexcept override;
 
+    /// Asks the stream something.
+    template <class Call>
+    HRESULT CallOut(Call call) noexcept;
+    /// Refuses to be opened while the stream is asked.
+    HRESULT RefuseCalledOut() const noexcept;
     void Close() noexcept;
     /// What an operation answers that has moved on.
     HRESULT StatusOf(json::Outcome outcome) noexcept;
@@ -117,6 +122,7 @@ class JSONReader final
     std::map<std::u16string, json::Scanner::Bookmark, std::less<>> bookmarks_;
     std::vector<char16_t> scratch_;
     bool containersAsText_ = false;
+    bool callsOut_ = false;  ///< whether the stream is being asked, which may call back
 };
 
 }  // namespace mova

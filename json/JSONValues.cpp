@@ -12,6 +12,7 @@
 #include "json/JSONObject.h"
 #include "json/JSONReader.h"
 #include "json/JSONWriter.h"
+#include "json/Options.h"
 #include "json/ReaderSource.h"
 #include "json/ScannerSource.h"
 #include "json/TreeWriter.h"
@@ -53,29 +54,11 @@ struct TextOptions {
     LONG maximumDecimals = -1;
 };
 
-/// An option that is an integer of at least 0; -1 for any other.
-LONG NaturalOption(IPropertySet& options, const char16_t* name) {
-    kv::Variant value;
-    if (FAILED(options.GetProperty(kv::BString(name).Get(), value.Put()))) return -1;
-    const VARTYPE type = value.Get().vt;
-    static constexpr VARTYPE integers[] = {VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_I8, VT_UI8, VT_INT, VT_UINT};
-    kv::Variant number;
-    if (std::find(std::begin(integers), std::end(integers), type) == std::end(integers) ||
-        FAILED(kv::ChangeType(value.Get(), VT_I4, LOCALE_USER_DEFAULT, 0, number)))
-        return -1;
-    return std::max<LONG>(number.Get().lVal, -1);
-}
-
 TextOptions ReadOptions(IPropertySet* options) {
     TextOptions read;
-    if (!options) return read;
-    kv::Variant value;
-    kv::Variant flag;
-    if (SUCCEEDED(options->GetProperty(kv::BString(u"WriteFormatted").Get(), value.Put())) &&
-        SUCCEEDED(kv::ChangeType(value.Get(), VT_BOOL, LOCALE_USER_DEFAULT, 0, flag)))
-        read.formatted = flag.Get().boolVal != VARIANT_FALSE;
-    read.indent = NaturalOption(*options, u"IndentLevel");
-    const LONG decimals = NaturalOption(*options, u"MaxDecimals");
+    read.formatted = FlagOption(options, u"WriteFormatted");
+    read.indent = NaturalOption(options, u"IndentLevel");
+    const LONG decimals = NaturalOption(options, u"MaxDecimals");
     if (decimals >= 0) read.maximumDecimals = static_cast<std::uint16_t>(decimals);
     return read;
 }
@@ -274,8 +257,11 @@ HRESULT JSONValues::ReadStream(const kv::Ptr<IStream>& stream, kv::Ptr<IUnknown>
 
 template <class Source, class Failure>
 HRESULT JSONValues::LoadFrom(Source& source, LONG depth, Failure failure) {
-    held.Clear();
-    if (source.Current() == json::Token::None && source.IsAtEnd()) return S_OK;
+    if (source.Current() == json::Token::None) {
+        bool isEmpty = false;
+        if (!source.Start(isEmpty)) return failure();
+        if (isEmpty) return S_OK;
+    }
     auto arena = json::ArenaPtr::Attach(json::Arena::Make());
     json::TreeBuilder builder(*arena.Get(), &HashName, replaceExisting, Flags());
     const json::Loaded loaded = json::LoadTree(source, builder, isObject, depth);
@@ -294,6 +280,7 @@ HRESULT JSONValues::LoadFrom(Source& source, LONG depth, Failure failure) {
 
 HRESULT JSONValues::Load(IJSONReader* reader, LONG depth) {
     if (depth > json::maxDepth) return Refuse(E_FAIL);
+    held.Clear();
     const auto newest = kv::Ptr<IJSONReader>(reader).As<IJSONReader4>();
     if (!newest) return Refuse(E_NOINTERFACE);
     if (const auto holder = newest.As<IHoldsScanner>()) {

@@ -22,6 +22,8 @@ struct JSONValues {
     HRESULT CopyOut(std::uint32_t i, VARIANT* target);
     /// The same for a value that is to be a JSON object; null, and S_OK, for any other.
     HRESULT CopyOut(std::uint32_t i, kv::Ptr<IJSONObject>& target);
+    /// Reads a stream of JSON text, from its start, into a new object.
+    HRESULT ReadStream(const kv::Ptr<IStream>& stream, kv::Ptr<IUnknown>& object) const;
 
     /// Writes the JSON text. @param options may be null. @param keeper what keeps this @throw std::bad_alloc
     HRESULT WriteText(IPropertySet* options, IUnknown* keeper, BSTR* text);
@@ -40,8 +42,6 @@ struct JSONValues {
 
  private:
     std::int8_t Flags() const noexcept;
-    /// Reads a stream of JSON text, from its start, into a new object.
-    HRESULT ReadStream(const kv::Ptr<IStream>& stream, kv::Ptr<IUnknown>& object) const;
     HRESULT WriteTextThroughWriter(bool formatted, LONG indent, LONG maximumDecimals, IUnknown* keeper, BSTR* text);
     template <class Source, class Failure>
     HRESULT LoadFrom(Source& source, LONG depth, Failure failure);

@@ -4,6 +4,7 @@
 #include <array>
 #include <limits>
 
+#include "json/ValueForms.h"
 #include "kvcore/BString.h"
 #include "kvcore/JsTime.h"
 #include "kvcore/NumberText.h"
@@ -535,8 +536,18 @@ HRESULT JSONWriter::PutObject(BSTR name, bool isMember, IUnknown* object) {
         if (HRESULT status = isMember ? BeginMember(name) : BeginElement(); FAILED(status)) return status;
     }
     const std::uint64_t depth = emitter_.Depth();
-    const kv::Ptr<IUnknown> held(object);
+    kv::Ptr<IUnknown> held(object);
     HRESULT status = S_OK;
+    kv::Variant converted;
+    if (held.As<IPropertySet>() || held.As<IIdentifierExchange>()) {
+        VARIANT value{};
+        value.vt = VT_UNKNOWN;
+        value.punkVal = object;
+        ValueEncoder encoder;
+        status = encoder.Encode(value, converted);
+        if (FAILED(status)) return Refuse<IJSONWriter>(status, encoder.Fault().c_str());
+        held = kv::Ptr<IUnknown>(converted.Get().punkVal);
+    }
     if (const auto jsonObject = held.As<IJSONObject>()) {
         status = jsonObject->ToJSON(name, this);
     } else if (const auto jsonArray = held.As<IJSONArray>()) {

@@ -2,6 +2,7 @@
 
 #include "json/ScannerSource.h"
 #include "kvcore/Variant.h"
+#include "server/Refusal.h"
 
 namespace mova {
 
@@ -49,7 +50,7 @@ bool ReaderSource::TakeScalar(json::TreeBuilder& builder, json::Value& value) {
             value = json::Value::Of(given.date, json::Kind::Date);
             return true;
         default:
-            return Went(E_UNEXPECTED);  // nothing that a reader makes of a scalar
+            return Went(Refuse(E_UNEXPECTED));  // nothing that a reader makes of a scalar
     }
 }
 

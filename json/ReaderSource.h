@@ -17,8 +17,11 @@ class ReaderSource {
     bool TakeName(json::TreeBuilder& builder);
     bool TakeScalar(json::TreeBuilder& builder, json::Value& value);
 
-    /// Whether nothing is left to read, for a source without a token.
-    bool IsAtEnd() noexcept { return reader_.ReadNext() != S_OK; }
+    bool Start(bool& isEmpty) noexcept {
+        const bool went = Advance();
+        isEmpty = went && status_ == S_FALSE;
+        return went;
+    }
     /// What it failed with.
     HRESULT Status() const noexcept { return status_; }
 

@@ -35,7 +35,6 @@ constexpr std::u16string_view faultTexts[] = {
     u"Unexpected end of file"sv,
     u"Unexpected end of file while looking for closing single or double quote"sv,
     u"ReadChunk failed"sv,
-    u"Internal buffer is empty"sv,
     u"Unexpected single or double quote"sv,
     u"Unexpected ','"sv,
     u"Unexpected ':'"sv,
@@ -350,16 +349,17 @@ Outcome Scanner::Next() {
 
 template <Scanner::Mode mode>
 Outcome Scanner::ScanOn() {
-    return scan_ >= end_ ? NextAtEnd() : Scan<mode>(scan_);
+    return scan_ >= end_ ? NextAtEnd<mode>() : Scan<mode>(scan_);
 }
 
+template <Scanner::Mode mode>
 Outcome Scanner::NextAtEnd() {
     if (pastEnd_) return Fail(Fault::ReadPastEnd, tokenStart_, scan_);
     if (exhausted_) return ReportEnd();
     if (tokenStart_ >= end_) return Fail(Fault::EndOfFile, tokenStart_, scan_);
     tokenStart_ = scan_;
     if (!Refill()) return FailToRefill();
-    return scan_ >= end_ ? ReportEnd() : Scan<Mode::reading>(scan_);
+    return scan_ >= end_ ? ReportEnd() : Scan<mode>(scan_);
 }
 
 template <Scanner::Mode mode>
@@ -598,6 +598,7 @@ bool Scanner::Refill() {
     lines_.Pass({begin_, dropped});
     linesBefore_ = lines_;
     text_.KeepLast(kept);
+    Use(nullptr, 0);  // a source that asks meanwhile what stands here sees nothing, and cannot read on
     const auto useWhatIsThere = [&] {
         Use(text_.Begin(), text_.Size());
         scan_ = begin_ + kept;

@@ -48,7 +48,6 @@ enum class Fault : std::uint8_t {
     EndOfFile,
     EndInString,
     ReadChunk,
-    NoText,
     Quote,
     Comma,
     Colon,
@@ -206,6 +205,7 @@ class Scanner {
     Met Recognise(const char16_t* p, State state, Place& at);
     template <Mode mode>
     Outcome ScanOn();
+    template <Mode mode>
     Outcome NextAtEnd();
     template <Mode mode>
     Outcome Scan(const char16_t* p);

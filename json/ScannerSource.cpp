@@ -14,26 +14,30 @@ std::u16string_view ScannerSource::Unescaped(std::u16string_view between) {
     return {unescaped_.data(), Unescape(between, unescaped_.data())};
 }
 
-Value ScannerSource::Number() const noexcept {
-    const std::u16string_view text = scanner_.Text();
+Number NumberAt(const Scanner& scanner) noexcept {
+    constexpr std::int64_t none = -1;
+    const std::u16string_view text = scanner.Text();
     PlainNumber plain;
-    if (text.size() <= longestPlainNumber && scanner_.UnitsUpToTokenEnd() >= 16 && TakeApart(text, plain)) {
-        if (plain.decimals >= 0)
-            return Value::Of(kv::MakeDouble(plain.digits, plain.decimals, plain.isNegative), Kind::Double,
-                             TaggedDecimals(plain.decimals + 1));
+    if (text.size() <= longestPlainNumber && scanner.UnitsUpToTokenEnd() >= 16 && TakeApart(text, plain)) {
+        if (plain.decimals >= 0) {
+            const double number = kv::MakeDouble(plain.digits, plain.decimals, plain.isNegative);
+            return {Value::Of(number, Kind::Double, TaggedDecimals(plain.decimals + 1)), plain.decimals + 1};
+        }
         if (plain.digits <= std::numeric_limits<std::int64_t>::max()) {
             const auto number = static_cast<std::int64_t>(plain.digits);
-            return Integer(plain.isNegative ? -number : number);
+            return {Integer(plain.isNegative ? -number : number), none};
         }
     }
     constexpr std::size_t nowhere = std::u16string_view::npos;
     std::size_t point = nowhere;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == u'.') point = i;
-        if ((text[i] | 0x20) == u'e' || (text[i] | 0x20) == u'n') return Value::Of(scanner_.Double(), Kind::Double);
+        if ((text[i] | 0x20) == u'e' || (text[i] | 0x20) == u'n')
+            return {Value::Of(scanner.Double(), Kind::Double), none};
     }
-    if (point == nowhere) return Integer(scanner_.Int64());
-    return Value::Of(scanner_.Double(), Kind::Double, TaggedDecimals(static_cast<std::int64_t>(text.size() - point)));
+    if (point == nowhere) return {Integer(scanner.Int64()), none};
+    const auto decimals = static_cast<std::int64_t>(text.size() - point);
+    return {Value::Of(scanner.Double(), Kind::Double, TaggedDecimals(decimals)), decimals};
 }
 
 Value Integer(std::int64_t number) noexcept {
@@ -42,7 +46,8 @@ Value Integer(std::int64_t number) noexcept {
 }
 
 std::int8_t TaggedDecimals(std::int64_t decimals) noexcept {
-    return decimals > std::numeric_limits<std::int8_t>::max() ? noDecimals : static_cast<std::int8_t>(decimals);
+    const bool isKept = decimals >= 0 && decimals <= std::numeric_limits<std::int8_t>::max();
+    return isKept ? static_cast<std::int8_t>(decimals) : noDecimals;
 }
 
 }  // namespace json

@@ -7,6 +7,15 @@
 
 namespace json {
 
+/// A number as a value, an integer where it has neither a point nor an exponent, and its decimals: the units from the
+/// point on, -1 without a point and with an exponent.
+struct Number {
+    Value value;
+    std::int64_t decimals;
+};
+/// The number that a scanner stands on.
+Number NumberAt(const Scanner& scanner) noexcept;
+
 /// Loads a document from a scanner that stands on its start.
 class ScannerSource {
  public:
@@ -27,7 +36,7 @@ class ScannerSource {
                 value = builder.CopyText(Unescaped(scanner_.Between()));
                 break;
             case Token::Number:
-                value = Number();
+                value = NumberAt(scanner_).value;
                 break;
             case Token::Boolean:
                 value = Value::Of(scanner_.Int64() != 0);
@@ -38,15 +47,18 @@ class ScannerSource {
         return Advance();
     }
 
-    /// Whether nothing is left to read, for a source without a token.
-    bool IsAtEnd() { return scanner_.IsPastEnd() || scanner_.Next() == Outcome::End; }
+    /// Reads on to the first token where there is none. @return false where that fails
+    bool Start(bool& isEmpty) {
+        const Outcome outcome = scanner_.IsPastEnd() ? Outcome::End : scanner_.Next();
+        isEmpty = outcome == Outcome::End;
+        return outcome != Outcome::Failed;
+    }
     /// Whether it failed for want of a name, and not because the scanner did.
     bool LacksName() const noexcept { return lacksName_; }
 
  private:
     /// The text between the quotes; the next one overwrites it.
     std::u16string_view Unescaped(std::u16string_view between);
-    Value Number() const noexcept;
 
     Scanner& scanner_;
     std::vector<char16_t> unescaped_;

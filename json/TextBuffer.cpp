@@ -84,7 +84,9 @@ void TextBuffer::Grow(std::size_t units, std::size_t most) {
     constexpr std::size_t mostUnits = std::numeric_limits<std::size_t>::max() / (2 * sizeof *units_);
     if (units > mostUnits - size_) throw std::bad_alloc();
     const std::size_t needed = size_ + units;
-    const std::size_t capacity = size_ == 0 ? needed : std::max(needed, std::min(needed + needed / 2, most));
+    // A text that is longer already than was expected may become of any length.
+    const std::size_t limit = needed > most ? std::numeric_limits<std::size_t>::max() : most;
+    const std::size_t capacity = size_ == 0 ? needed : std::min(needed + needed / 2, limit);
     std::size_t bytes = (capacity + 1) * sizeof *units_;
     auto* const grown = static_cast<char16_t*>(TakeTextMemory(bytes));
     if (size_ != 0) std::memcpy(grown, units_, size_ * sizeof *units_);

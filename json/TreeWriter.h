@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "json/JSONValues.h"
@@ -23,12 +24,12 @@ class TreeWriter {
     }
 
  private:
-    /// A container that is being written. What the sink calls may change it meanwhile, so it is looked at anew for
-    /// every value.
+    /// A container that is being written. What the sink calls may change it meanwhile, so a component is looked at anew
+    /// for every value; entries that no component had stay as they were, so that they hold no objects either.
     struct Level {
         kv::Ptr<IUnknown> keeper;  ///< of a component
         JSONValues* values;        ///< the component's
-        json::ArenaPtr arena;      ///< where the entries of any other lie
+        json::PinnedArena arena;   ///< where the entries of any other lie
         const json::Entries* entries;
         bool isObject;
         std::uint32_t next;
@@ -64,20 +65,22 @@ class TreeWriter {
             const bool isObject = value.tag.kind == json::Kind::Object;
             return Open(name, {{},
                                nullptr,
-                               top.values ? top.values->held.SharedArena() : top.arena,
+                               json::PinnedArena(top.values ? top.values->held.SharedArena() : top.arena.Get()),
                                value.payload.entries,
                                isObject,
                                0});
         }
         if (value.tag.kind != json::Kind::Held || !value.payload.held) return sink_.Put(name, value);
-        return PutObject(name, kv::Ptr<IUnknown>(static_cast<IUnknown*>(value.payload.held)), top);
+        // Whatever object it is may take its name away while it is asked.
+        const std::u16string kept(text);
+        const std::u16string_view keptText(kept);
+        return PutObject(name ? &keptText : nullptr, kv::Ptr<IUnknown>(static_cast<IUnknown*>(value.payload.held)),
+                         *top.values);
     }
 
-    HRESULT PutObject(const std::u16string_view* name, kv::Ptr<IUnknown> object, const Level& top) {
-        if (object.template As<IStream>()) {  // JSON text that nobody has asked for
-            kv::Ptr<IJSONObject> read;
-            if (HRESULT status = top.values->CopyOut(top.next - 1, read); FAILED(status)) return status;
-            object = kv::Ptr<IUnknown>(read.Get());
+    HRESULT PutObject(const std::u16string_view* name, kv::Ptr<IUnknown> object, JSONValues& around) {
+        if (const auto stream = object.template As<IStream>()) {  // JSON text that nobody has asked for
+            if (HRESULT status = around.ReadStream(stream, object); FAILED(status)) return status;
         }
         const auto ours = object.template As<IHoldsValues>();
         if (!ours) return sink_.PutForeign(name, object);

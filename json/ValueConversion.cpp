@@ -22,7 +22,7 @@ kv::BString TextOf(const Value& value) {
     if (value.tag.kind == Kind::NoText) return {};
     if (value.tag.kind == Kind::WideText) return kv::BString(value.payload.text->Wide());
     const std::string_view ascii = value.payload.text->Ascii();
-    BSTR const text = SysAllocStringLen(nullptr, static_cast<UINT>(ascii.size()));
+    auto* const text = SysAllocStringLen(nullptr, static_cast<UINT>(ascii.size()));
     if (!text) throw std::bad_alloc();
     json::Widen(ascii, reinterpret_cast<char16_t*>(text));
     return kv::BString::Attach(text);
@@ -54,9 +54,9 @@ bool IsNothing(const Value& value) noexcept {
     return type == VT_EMPTY || type == VT_NULL;
 }
 
+/// Of single precision it is converted as the system does.
 bool IsNotANumber(const Value& value) noexcept {
-    return (value.tag.kind == Kind::Double && std::isnan(value.payload.number)) ||
-           (value.tag.kind == Kind::Float && std::isnan(value.payload.shortNumber));
+    return value.tag.kind == Kind::Double && std::isnan(value.payload.number);
 }
 
 bool IsText(const Value& value, std::u16string_view expected) {
@@ -130,6 +130,11 @@ Value NewValue::OfObject(IUnknown* object) noexcept {
 HRESULT NewValue::Assign(const VARIANT& source) {
     const VARIANT* const referred = kv::Referred(source);
     if (!referred) return E_INVALIDARG;
+    if (referred->vt & VT_BYREF) {
+        kv::Variant direct;
+        const HRESULT status = direct.Assign(*referred);
+        return FAILED(status) ? status : Assign(direct.Get());
+    }
     switch (referred->vt) {
         case VT_EMPTY:
             value_ = Value::Of(Kind::Empty);

@@ -151,7 +151,7 @@ double ScaledDouble(std::uint64_t digits, int exponent) noexcept {
     // 53 bits is the half of what counts, or is just below it.
     const auto high = static_cast<std::uint64_t>(
         (static_cast<Wide>(digits << digitShift) * reciprocals[static_cast<std::size_t>(-exponent)]) >> 64);
-    const int dropped = 11 - std::countl_zero(high);
+    const int dropped = high >> 63 != 0 ? 11 : 10;  // both factors have their highest bits set
     const std::uint64_t half = std::uint64_t{1} << (dropped - 1);
     const std::uint64_t beyond = high & (2 * half - 1);
     if (beyond != half && beyond != half - 1) [[likely]] {
@@ -289,8 +289,9 @@ bool ReadPlain(std::u16string_view text, double& value) noexcept {
     return true;
 }
 
-/// The digits behind blanks and a sign, read until they end. @return the number; the greatest where it is beyond
-std::uint64_t ReadDigits(std::u16string_view text, bool& isNegative) noexcept {
+/// The digits behind blanks and a sign, read until they end. @return nothing for what is beyond
+/// 64 bits
+std::optional<std::uint64_t> ReadDigits(std::u16string_view text, bool& isNegative) noexcept {
     const auto isBlank = [](char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); };
     while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
     isNegative = TakeOne(text, u'-');
@@ -299,7 +300,7 @@ std::uint64_t ReadDigits(std::u16string_view text, bool& isNegative) noexcept {
     std::uint64_t number = 0;
     for (std::size_t i = 0; i < text.size() && IsDigit(text[i]); ++i) {
         const auto digit = static_cast<std::uint64_t>(text[i] - u'0');
-        if (number > (greatest - digit) / 10) return greatest;
+        if (number > (greatest - digit) / 10) return {};
         number = number * 10 + digit;
     }
     return number;
@@ -402,8 +403,7 @@ int DecimalExponent(double value) noexcept {
     const int exponent = (binary * 1'233) >> 12;  // log10(2) from below: right, or one too small
     constexpr std::array<double, 6> below{1e-6, 1e-5, 1e-4, 1e-3, 1e-2, 1e-1};
     const int next = exponent + 1;
-    const double limit =
-        next < 0 ? below[static_cast<std::size_t>(next + 6)] : powersOfTen[static_cast<std::size_t>(next)];
+    const double limit = next < 0 ? below.end()[next] : powersOfTen[static_cast<std::size_t>(next)];
     return value >= limit ? next : exponent;
 }
 
@@ -486,6 +486,11 @@ char* DropZeros(char* begin, char* end) noexcept {
     return end[-1] == '.' ? end - 1 : end;
 }
 
+/// What a double is that is zero, or is rounded to it, behind its sign.
+char* PutZero(char* out, double original) noexcept {
+    return PutText(out, std::signbit(original) ? "0.0" : "0");
+}
+
 }  // namespace
 
 std::optional<double> ReadDouble(std::u16string_view text) noexcept {
@@ -522,26 +527,29 @@ double MakeDouble(std::uint64_t digits, int decimals, bool isNegative) noexcept 
 std::int64_t ReadInt64(std::u16string_view text) noexcept {
     constexpr std::uint64_t greatest = std::numeric_limits<std::int64_t>::max();
     bool isNegative = false;
-    const std::uint64_t number = ReadDigits(text, isNegative);
-    const std::uint64_t within = std::min(number, isNegative ? greatest + 1 : greatest);
+    const auto number = ReadDigits(text, isNegative);
+    const std::uint64_t limit = isNegative ? greatest + 1 : greatest;
+    const std::uint64_t within = std::min(number.value_or(limit), limit);
     return static_cast<std::int64_t>(isNegative ? 0 - within : within);
 }
 
 std::uint64_t ReadUInt64(std::u16string_view text) noexcept {
     bool isNegative = false;
-    const std::uint64_t number = ReadDigits(text, isNegative);
-    return isNegative ? 0 - number : number;
+    const auto number = ReadDigits(text, isNegative);
+    if (!number) return std::numeric_limits<std::uint64_t>::max();
+    return isNegative ? 0 - *number : *number;
 }
 
 char* FormatShortest(char* out, double value) noexcept {
-    const bool isNegative = std::signbit(value);
+    const double original = value;
     if (!BeginNumber(out, value)) return out;
-    if (value == 0) return PutText(out, isNegative ? "0.0" : "0");
+    if (value == 0) return PutZero(out, original);
     if (value < leastFixed || value >= leastWithExponent) return PutByLibrary(out, value);
     // Fifteen digits: no two such numbers read as the same double, so where they do as this one they are the fewest.
     const int exponent = DecimalExponent(value);
     const double scale = powersOfTen[static_cast<std::size_t>(14 - exponent)];
-    const auto scaled = static_cast<std::int64_t>(value * scale + 0.5);
+    const double product = value * scale;
+    const auto scaled = static_cast<std::int64_t>(product + 0.5);  // NOLINT(bugprone-incorrect-roundings): checked next
     if (static_cast<double>(scaled) / scale == value) {
         return PutFixed(out, SixteenDigits(static_cast<std::uint64_t>(scaled)), exponent);
     }
@@ -561,16 +569,15 @@ char* FormatDecimals(char* out, double value, int decimals) noexcept {
         const double fraction = product - static_cast<double>(whole);
         if (std::fabs(fraction - 0.5) > product * std::numeric_limits<double>::epsilon()) {
             const SixteenDigits digits(static_cast<std::uint64_t>(whole) + (fraction > 0.5));
-            if (digits.first == digits.end) {
-                *out = '0';
-                return out + 1;
-            }
+            if (digits.first == digits.end) return PutZero(out, original);
             return PutFixed(out, digits, 15 - digits.first - decimals);
         }
     }
     char* const end = FormatShortest(begin, original);
     if (DecimalsOf({begin, end}) <= decimals) return end;
-    return DropZeros(out, std::to_chars(out, begin + numberTextSize, value, std::chars_format::fixed, decimals).ptr);
+    char* const fixed = std::to_chars(out, begin + numberTextSize, value, std::chars_format::fixed, decimals).ptr;
+    char* const kept = DropZeros(out, fixed);
+    return kept == out + 1 && *out == '0' ? PutZero(out, original) : kept;
 }
 
 char* FormatFloat(char* out, float value) noexcept {

@@ -36,11 +36,11 @@ std::uint64_t ReadUInt64(std::u16string_view text) noexcept;
 // Each writes a text without an ending NUL to memory with numberTextSize bytes, and returns the text's end.
 
 /// The fewest digits that read back as the same double, the nearest of those; -0.0 keeps a point, for -0 is an
-/// integer. From 0.000001 to below 1e15 without an
-/// exponent, else as in 1.5e+21 or 1e-7. What is no number is NaN, INF or -INF.
+/// integer. From 0.000001 to below 1e15 without an exponent, else as in 1.5e+21 or 1e-7. What is no number is NaN, INF
+/// or -INF.
 char* FormatShortest(char* out, double value) noexcept;
 /// The same text where it has no more than so many decimals, else the exact value rounded to that many, an exact tie to
-/// the even digit, without zeros at the end.
+/// the even digit, without zeros at the end but for that of -0.0.
 /// @param decimals 0 to mostDecimals
 char* FormatDecimals(char* out, double value, int decimals) noexcept;
 /// Nine significant digits at most, as "%0.9g" has them. What is no number is NaN, INF or -INF.

@@ -6,6 +6,7 @@
 #include "containers/StrArray.h"
 #include "containers/UID.h"
 #include "json/JSONArray.h"
+#include "json/JSONConverter.h"
 #include "json/JSONObject.h"
 #include "json/JSONReader.h"
 #include "json/JSONWriter.h"
@@ -64,6 +65,7 @@ constinit const ClassEntry classTable[] = {
     NewObject<JSONReader>(u"JSONReader"),
     NewObject<JSONArray>(u"JSONArray"),
     NewObject<JSONObject>(u"JSONObject"),
+    NewObject<JSONConverter>(u"JSONConverter"),
     NewObject<CombinedStream>(u"CombinedStream"),
     {},
 };

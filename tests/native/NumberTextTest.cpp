@@ -123,7 +123,8 @@ TEST(NumberText, KeepsTheShortestTextOrRoundsTheExactValue) {
                 {1.75, 1, "1.8"},    // and another
                 {2.675, 2, "2.67"},  // which is less than it seems
                 {1.005, 2, "1"},
-                {-0.04, 1, "-0"},
+                {-0.04, 1, "-0.0"},
+                {-1e-7, 4, "-0.0"},
                 {0.5, 0, "0"},
                 {1.5, 0, "2"},
                 {9.996, 2, "10"},
@@ -275,6 +276,8 @@ TEST(NumberText, ReadsAndWritesIntegers) {
                 {u"18446744073709551615", greatest, 0xFFFF'FFFF'FFFF'FFFF},
                 {u"18446744073709551616", greatest, 0xFFFF'FFFF'FFFF'FFFF},
                 {u"99999999999999999999999", greatest, 0xFFFF'FFFF'FFFF'FFFF},
+                {u"-99999999999999999999999", least, 0xFFFF'FFFF'FFFF'FFFF},
+                {u"-18446744073709551615", least, 1},
                 {u"", 0, 0},
                 {u"x1", 0, 0},
                 {u"-", 0, 0}};

@@ -120,8 +120,8 @@ class FaultyStream final : public LocalStream {
 
     HRESULT stat = S_OK;
     ULONGLONG statedSize = 0;
-    ULONG most = ~ULONG{0};     ///< bytes a call
-    int failing = 0;            ///< the call that fails, from 1
+    ULONG most = ~ULONG{0};  ///< bytes a call
+    int failing = 0;         ///< the call that fails, from 1
     ULONGLONG position = 0;
 
     STDMETHODIMP Read(void* target, ULONG count, ULONG* read) noexcept override {
@@ -295,14 +295,15 @@ TEST(JSONLimits, TreesThatAreMadeEndHoweverDeepTheyAre) {
 }
 
 TEST(JSONLimits, StreamsThatFailOrLieGiveTheirTokensOrTheirStatus) {
-    const std::string text = "{\"list\" : [ 1, -2.5e3, \"\xC3\xA4\xE2\x82\xAC \\u00e4\", true, null ],\n \"o\":{\"\":\"\"}} ";
+    const std::string text =
+        "{\"list\" : [ 1, -2.5e3, \"\xC3\xA4\xE2\x82\xAC \\u00e4\", true, null ],\n \"o\":{\"\":\"\"}} ";
     HRESULT end = E_FAIL;
     const std::string whole = TokensOf(ReaderOf(kv::Utf16(text)), end);
     ASSERT_EQ(end, S_FALSE);
     const struct {
         HRESULT stat;
         ULONGLONG size;
-    } sizes[] = {{S_OK, 0},          {S_OK, 1},         {S_OK, 2},         {S_OK, text.size() - 1},
+    } sizes[] = {{S_OK, 0},           {S_OK, 1},          {S_OK, 2},          {S_OK, text.size() - 1},
                  {S_OK, text.size()}, {S_OK, 1ull << 32}, {S_OK, 1ull << 63}, {E_NOTIMPL, 0}};
     for (const auto& [stat, size] : sizes) {
         for (const ULONG most : {1u, 3u, ~0u}) {

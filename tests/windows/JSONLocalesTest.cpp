@@ -36,15 +36,14 @@ std::string NumberText(double number) {
 
 /// Boolean, integer, number, date and text; behind the bar number and text in English notation.
 std::string Readings(const Object& object, BSTR name) {
-    std::string all =
-        Reading(object, &IJSONObject::GetBoolean, name,
-                [](VARIANT_BOOL flag) { return std::string(flag ? "true" : "false"); }) +
-        " " + Reading(object, &IJSONObject::GetLong, name, [](LONG number) { return std::to_string(number); }) + " " +
-        Reading(object, &IJSONObject::GetDouble, name, &NumberText) + " " +
-        Reading(object, &IJSONObject::GetDate, name, &NumberText) + " " +
-        Reading(object, &IJSONObject::GetString, name, [](BSTR text) {
-            return kv::Utf8(kv::BString::Attach(text).View());
-        });
+    std::string all = Reading(object, &IJSONObject::GetBoolean, name,
+                              [](VARIANT_BOOL flag) { return std::string(flag ? "true" : "false"); }) +
+                      " " +
+                      Reading(object, &IJSONObject::GetLong, name, [](LONG number) { return std::to_string(number); }) +
+                      " " + Reading(object, &IJSONObject::GetDouble, name, &NumberText) + " " +
+                      Reading(object, &IJSONObject::GetDate, name, &NumberText) + " " +
+                      Reading(object, &IJSONObject::GetString, name,
+                              [](BSTR text) { return kv::Utf8(kv::BString::Attach(text).View()); });
     for (const VARTYPE type : {VT_R8, VT_BSTR}) {
         kv::Variant converted;
         VARIANT_BOOL found = VARIANT_FALSE;

@@ -232,6 +232,56 @@ TEST(JSONObject, ReadingsByType) {
     EXPECT_FALSE(found);
 }
 
+TEST(JSONObject, ValuesByReferenceAreReadThrough) {
+    auto list = New<IJSONArray>(u"JSONArray");
+    std::vector<kv::Variant> values;
+    values.push_back(Value(std::u16string_view(u"nan")));
+    values.push_back(Value(std::numeric_limits<double>::quiet_NaN()));
+    values.push_back(Value(2.5));
+    values.push_back(Value(list.As<IUnknown>().Get()));
+    VARIANT flag{};
+    flag.vt = VT_BOOL;
+    flag.boolVal = VARIANT_TRUE;
+    values.push_back(kv::Variant::Attach(flag));
+    VARIANT date{};
+    date.vt = VT_DATE;
+    date.date = 36526.25;
+    values.push_back(kv::Variant::Attach(date));
+    for (const kv::Variant& value : values) {
+        VARIANT direct = value.Get();
+        VARIANT reference{};
+        reference.vt = static_cast<VARTYPE>(VT_BYREF | direct.vt);
+        reference.byref = &direct.llVal;
+        const auto object = NewObject();
+        EXPECT_EQ(object->AddVariant(Bstr(u"direct"), direct), S_OK);
+        EXPECT_EQ(object->AddVariant(Bstr(u"byref"), reference), S_OK);
+        EXPECT_EQ(object->AddVariant(Bstr(u"variant"), ReferenceTo(direct)), S_OK);
+        const std::string readings = Readings(object, Bstr(u"direct"));
+        EXPECT_EQ(Readings(object, Bstr(u"byref")), readings) << direct.vt;
+        EXPECT_EQ(Readings(object, Bstr(u"variant")), readings) << direct.vt;
+        kv::Ptr<IJSONArray> array;
+        EXPECT_EQ(object->GetJSONArray(Bstr(u"byref"), array.Put(), nullptr), S_OK);
+        EXPECT_EQ(array.Get() != nullptr, direct.vt == VT_UNKNOWN);
+    }
+}
+
+TEST(JSONObject, AFailingReaderSaysWhy) {
+    auto reader = New<IJSONReader>(u"JSONReader");
+    const auto object = Loaded(u"{\"a\":1}");
+    EXPECT_EQ(object->ParseJSON(reader.Get()), E_UNEXPECTED) << "it was never opened";
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IJSONReader>("JSONReader", "Unexpected end of file; state : Empty; buffer : "));
+    EXPECT_EQ(Json(object), "{}");
+    EXPECT_EQ(reader->ReadFromString(Bstr(u"abc")), E_UNEXPECTED);
+    const std::string said = TakeErrorInfo();
+    EXPECT_EQ(object->ParseJSON(reader.Get()), E_UNEXPECTED);
+    EXPECT_NE(TakeErrorInfo(), "") << said;
+    VARIANT_BOOL flag = VARIANT_FALSE;
+    VARIANT_BOOL found = VARIANT_FALSE;
+    EXPECT_EQ(object->AddFloat(Bstr(u"f"), std::numeric_limits<float>::quiet_NaN()), S_OK);
+    EXPECT_EQ(object->GetBoolean(Bstr(u"f"), &flag, &found), S_OK);
+    EXPECT_EQ(found, VARIANT_TRUE) << "of single precision it is converted as the system does";
+}
+
 TEST(JSONObject, WhatIsInsideKeepsItsIdentityAndOutlivesTheDocument) {
     auto object = Loaded(u"{\"o\":{\"x\":{\"y\":[1,{\"z\":2}]}},\"l\":[[3]]}");
     kv::Ptr<IJSONObject> inner;

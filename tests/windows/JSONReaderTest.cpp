@@ -1,7 +1,6 @@
-#include <cwctype>
-
 #include <cmath>
 #include <cstring>
+#include <cwctype>
 #include <limits>
 #include <random>
 
@@ -47,7 +46,7 @@ std::string ReaderRefusal(std::string_view message) {
 }
 
 /// A stream that is asked what it does by each of its calls; not of this library.
-class OddStream final : public IStream {
+class OddStream final : public LocalStream {
  public:
     std::string bytes;
     HRESULT stat = S_OK;
@@ -55,12 +54,6 @@ class OddStream final : public IStream {
     HRESULT atEnd = S_OK;
     ULONG most = 0xFFFFFFFF;  ///< bytes a call
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        *object = iid == __uuidof(IStream) || iid == __uuidof(IUnknown) ? this : nullptr;
-        return *object ? S_OK : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
-    STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
     STDMETHODIMP Read(void* target, ULONG count, ULONG* read) noexcept override {
         const auto came = std::min<std::size_t>({count, most, bytes.size() - position_});
         if (came != 0) std::memcpy(target, bytes.data() + position_, came);
@@ -72,17 +65,6 @@ class OddStream final : public IStream {
         target->cbSize.QuadPart = size;
         return stat;
     }
-    STDMETHODIMP Write(const void*, ULONG, ULONG*) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER*) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP SetSize(ULARGE_INTEGER) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) noexcept override {
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP Commit(DWORD) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP Revert() noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP Clone(IStream**) noexcept override { return E_NOTIMPL; }
 
  private:
     std::size_t position_ = 0;
@@ -390,6 +372,21 @@ TEST(JSONReader, FindsPropertiesByTheirNames) {
     EXPECT_EQ(TakeErrorInfo(), ReaderRefusal("GetToken failed; state : inPropertyName; buffer : {\"\":1"));
 }
 
+TEST(JSONReader, SkipsTheSameWhereverAChunkEnds) {
+    constexpr std::size_t chunk = 262'144;
+    for (std::size_t end = chunk - 1; end <= chunk + 1; ++end) {
+        OddStream stream;
+        stream.stat = E_NOTIMPL;
+        stream.bytes = R"({"pad":")";
+        stream.bytes += std::string(end - stream.bytes.size() - 5, 'a') + R"(","x")";
+        ASSERT_EQ(stream.bytes.size(), end);
+        stream.bytes += R"(:undefined,"y":1} )";
+        const auto reader = New<IJSONReaderPosition>(u"JSONReader");
+        ASSERT_EQ(reader->ReadFromStream(&stream), S_OK);
+        EXPECT_EQ(reader->SkipObject(), S_FALSE) << end << TakeErrorInfo();
+    }
+}
+
 TEST(JSONReader, SkipsContainersWhole) {
     const auto reader = OpenAt(u"{\"a\":{\"b\":[1,[2,tru]]},\"c\":5}", 2);
     EXPECT_EQ(reader->SkipToEndOfObject(VARIANT_FALSE), S_OK);
@@ -617,8 +614,7 @@ TEST(JSONReader, NestsAsDeepAsTheTextDoes) {
         return 0;
     };
     std::pair<IJSONReader*, HRESULT*> arguments(reader.Get(), &skipped);
-    const HANDLE thread =
-        CreateThread(nullptr, 64 * 1024, skip, &arguments, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+    auto* const thread = CreateThread(nullptr, 64 * 1024, skip, &arguments, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     ASSERT_NE(thread, nullptr);
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);

@@ -14,7 +14,7 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 const double nan = std::nan("");
 
 kv::Ptr<IJSONWriter4> NewWriter() {
-    const auto writer = New<IJSONWriter4>(u"JSONWriter");
+    auto writer = New<IJSONWriter4>(u"JSONWriter");
     EXPECT_EQ(writer->WriteToMemory(), S_OK);
     return writer;
 }

@@ -5,19 +5,12 @@
 #include "kvcore/RegistryKey.h"
 #include "kvcore/Stream.h"
 #include "kvcore/Utf.h"
+#include "tools/mova/Demo.h"
 #include "tools/mova/PropertyFile.h"
 #include "tools/mova/Streams.h"
 
 namespace mova::tool {
 namespace {
-
-void Heading(std::string_view text) {
-    Print("\n== " + std::string(text) + "\n");
-}
-
-kv::BString Text(std::u16string_view text) {
-    return kv::BString(text);
-}
 
 std::string CountText(IPropertySet& set) {
     LONG count = 0;
@@ -55,8 +48,7 @@ void ShowPropertySet() {
         kv::Variant value;
         Check(set->GetProperty(Text(u"Password").Get(), value.Put()));
     } catch (const Refused& refused) {
-        Print("  status       " + StatusText(refused.status) + "\n  description  " + refused.description +
-              "\n  source       " + refused.source + "\n  interface    " + InterfaceName(refused.interfaceId) + "\n");
+        PrintRefusal(refused);
     }
 }
 
@@ -153,11 +145,17 @@ void ShowSingletons() {
 
 }  // namespace
 
+void PrintRefusal(const Refused& refused) {
+    Print("  status       " + StatusText(refused.status) + "\n  description  " + refused.description +
+          "\n  source       " + refused.source + "\n  interface    " + InterfaceName(refused.interfaceId) + "\n");
+}
+
 int RunDemo(Arguments arguments) {
     if (!arguments.empty()) throw WrongUsage{"demo takes no arguments"};
     Print("movaSystem: a tour of the library\n");
     ShowPropertySet();
     ShowPersistence();
+    ShowDocument();
     ShowSingletons();
     Heading("The end");
     const bool idle = ServerIsIdle();

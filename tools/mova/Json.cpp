@@ -120,10 +120,11 @@ Document Load(const std::string& file) {
     return document;
 }
 
-LONG NaturalNumber(const std::string& option, const std::string& text) {
+LONG NumberOf(const std::string& option, const std::string& text) {
+    using Range = std::numeric_limits<LONG>;
     const auto value = ReadInteger(text);
-    if (!value || *value < 0 || *value > std::numeric_limits<LONG>::max())
-        throw WrongUsage{"json format " + option + " takes a number of at least 0"};
+    if (!value || *value < Range::min() || *value > Range::max())
+        throw WrongUsage{"json format " + option + " takes a number of 32 bits"};
     return static_cast<LONG>(*value);
 }
 
@@ -143,9 +144,9 @@ int Format(Arguments arguments) {
         if (word == "--formatted") {
             set(u"WriteFormatted", VT_BOOL, VARIANT_TRUE);
         } else if (word == "--indent" && hasNext) {
-            set(u"IndentLevel", VT_I4, NaturalNumber(word, arguments[++i]));
+            set(u"IndentLevel", VT_I4, NumberOf(word, arguments[++i]));
         } else if (word == "--max-decimals" && hasNext) {
-            set(u"MaxDecimals", VT_I4, NaturalNumber(word, arguments[++i]));
+            set(u"MaxDecimals", VT_I4, NumberOf(word, arguments[++i]));
         } else if (!file && !word.starts_with("--")) {
             file = word;
         } else {
@@ -159,7 +160,7 @@ int Format(Arguments arguments) {
 
 /// A path's steps: the first is taken off it.
 std::string TakeStep(std::string& path) {
-    const std::string step = path.substr(0, path.find('/'));
+    std::string step = path.substr(0, path.find('/'));
     path.erase(0, step.size() + 1);
     return step;
 }

@@ -1,0 +1,76 @@
+// The forms that values of the system have in JSON, which JSONConverter's operations describe.
+#pragma once
+
+#include <movaSystem.h>
+
+#include <string>
+#include <vector>
+
+#include "kvcore/Ptr.h"
+#include "kvcore/Variant.h"
+
+namespace mova {
+
+/// Property sets that are still to be converted, so that their nesting takes no stack, and why one could not be.
+class ValueForms {
+ public:
+    /// Why the last conversion failed; empty where the status says all.
+    const std::u16string& Fault() const noexcept { return fault_; }
+
+ protected:
+    /// A property set, and the JSON object of its properties.
+    struct Level {
+        kv::Ptr<IPropertySet> set;
+        kv::Ptr<IJSONObject> items;
+        int depth;  ///< from 1
+    };
+
+    /// Converts its properties later. @return E_FAIL where it lies too deep
+    HRESULT Postpone(kv::Ptr<IPropertySet> set, kv::Ptr<IJSONObject> items, int depth);
+    /// The failure of a value, which has a name where it is a property's.
+    HRESULT Fail(HRESULT status, std::u16string_view name, std::u16string_view reason);
+
+    std::vector<Level> open_;
+
+ private:
+    std::u16string fault_;
+};
+
+/// Makes JSON of values.
+class ValueEncoder : public ValueForms {
+ public:
+    /// @param json receives a scalar, or VT_UNKNOWN of a JSON object or array. @throw std::bad_alloc
+    HRESULT Encode(const VARIANT& value, kv::Variant& json);
+
+ private:
+    HRESULT EncodeValue(std::u16string_view name, const VARIANT& value, int depth, kv::Variant& json);
+    HRESULT EncodeObject(std::u16string_view name, IUnknown& object, int depth, kv::Variant& json);
+    HRESULT EncodeIdentifier(IIdentifierExchange& identifier, kv::Variant& json);
+    HRESULT EncodeArray(std::u16string_view name, const VARIANT& array, kv::Variant& json);
+    HRESULT EncodeProperties(const Level& level);
+};
+
+/// Makes values of JSON.
+class ValueDecoder : public ValueForms {
+ public:
+    explicit ValueDecoder(bool keepsUnknown) noexcept : keepsUnknown_(keepsUnknown) {}
+
+    /// @throw std::bad_alloc
+    HRESULT Decode(const VARIANT& json, kv::Variant& value);
+    /// The same for an object, whatever it says that it is.
+    HRESULT Decode(std::u16string_view type, const kv::Ptr<IJSONObject>& json, kv::Variant& value);
+
+ private:
+    HRESULT DecodeValue(std::u16string_view name, const VARIANT& json, int depth, kv::Variant& value);
+    HRESULT DecodeObject(std::u16string_view name, std::u16string_view type, const kv::Ptr<IJSONObject>& object,
+                         int depth, kv::Variant& value);
+    HRESULT DecodeIdentifier(std::u16string_view name, IJSONObject& object, kv::Variant& value);
+    HRESULT DecodeArray(std::u16string_view name, IJSONObject& object, kv::Variant& value);
+    HRESULT DecodeProperties(const Level& level);
+    /// Decodes what is postponed, and what that postpones. @param status of the value itself
+    HRESULT Finish(HRESULT status);
+
+    const bool keepsUnknown_;
+};
+
+}  // namespace mova
