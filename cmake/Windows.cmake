@@ -77,6 +77,7 @@ add_library(
   json/ReaderSource.cpp
   json/Scanner.cpp
   json/ScannerSource.cpp
+  json/SoughtNames.cpp
   json/TextBuffer.cpp
   json/TreeBuilder.cpp
   json/Unescape.cpp

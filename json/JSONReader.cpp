@@ -7,7 +7,6 @@
 #include <optional>
 
 #include "containers/NameFold.h"
-#include "containers/SystemNames.h"
 #include "json/ScannerSource.h"
 #include "json/Unescape.h"
 #include "kvcore/CreateInstance.h"
@@ -56,21 +55,6 @@ std::optional<LONG> ReadLong(std::u16string_view text) noexcept {
     return number ? std::optional<LONG>(static_cast<LONG>(*number)) : std::nullopt;
 }
 
-/// The names between commas, without blanks around them.
-std::vector<std::u16string> SplitNames(std::u16string_view text) {
-    constexpr std::u16string_view blanks = u" \t";
-    std::vector<std::u16string> names;
-    while (!text.empty()) {
-        const auto comma = std::min(text.find(u','), text.size());
-        const auto name = text.substr(0, comma);
-        text.remove_prefix(std::min(comma + 1, text.size()));
-        const auto first = name.find_first_not_of(blanks);
-        if (first == std::u16string_view::npos) continue;
-        names.emplace_back(name.substr(first, name.find_last_not_of(blanks) - first + 1));
-    }
-    return names;
-}
-
 /// A new object or array, loaded from a reader that stands on its start.
 template <class Object>
 HRESULT Load(REFCLSID objectClass, IJSONReader* reader, kv::Ptr<Object>& object) noexcept {
@@ -98,35 +82,22 @@ HRESULT Answer(std::uint64_t number, LONGLONG* answer) noexcept {
 
 }  // namespace
 
-/// The names that an object is searched for, in their order.
+/// Which of the names an object has first.
 class JSONReader::NamesFound final : public json::NameSearch {
  public:
-    NamesFound(JSONReader& reader, std::vector<std::u16string> names) : reader_(reader) {
-        for (auto& name : names) {
-            const bool isAscii = IsAsciiName(name);
-            names_.push_back({std::move(name), isAscii});
-        }
-    }
+    explicit NamesFound(JSONReader& reader) noexcept : reader_(reader) {}
+
     /// -1 where none was found.
     LONG Index() const noexcept { return index_; }
 
     bool Meets(std::u16string_view between, bool hasEscapes) override {
         const auto met = reader_.Plain(between, hasEscapes);
-        for (std::size_t i = 0; i < names_.size(); ++i) {
-            if (!SameName(names_[i].text, names_[i].isAscii, met)) continue;
-            index_ = static_cast<LONG>(i);
-            return true;
-        }
-        return false;
+        index_ = reader_.sought_.Find(met);
+        return index_ >= 0;
     }
 
  private:
-    struct Name {
-        std::u16string text;
-        bool isAscii;
-    };
     JSONReader& reader_;
-    std::vector<Name> names_;
     LONG index_ = -1;
 };
 
@@ -262,7 +233,8 @@ HRESULT JSONReader::Find(NamesFound& names) {
 STDMETHODIMP JSONReader::FindProperty(BSTR names, VARIANT_BOOL* found) noexcept try {
     if (!found) return Refuse(E_POINTER);
     *found = VARIANT_FALSE;
-    NamesFound search(*this, SplitNames(kv::View(names)));
+    sought_.Take(kv::View(names));
+    NamesFound search(*this);
     const HRESULT status = Find(search);
     if (SUCCEEDED(status) && search.Index() == 0) *found = VARIANT_TRUE;
     return status;
@@ -281,7 +253,8 @@ STDMETHODIMP JSONReader::FindPropertyIndex(IStringArray* names, LONG* index) noe
         if (HRESULT status = names->get_Element(i, text.Put()); FAILED(status)) return status;
         texts.emplace_back(text.View());
     }
-    NamesFound search(*this, std::move(texts));
+    sought_.Take(std::move(texts));
+    NamesFound search(*this);
     const HRESULT status = Find(search);
     if (SUCCEEDED(status)) *index = search.Index();
     return status;

@@ -8,6 +8,7 @@
 
 #include "json/ChunkedText.h"
 #include "json/HoldsScanner.h"
+#include "json/SoughtNames.h"
 #include "kvcore/BString.h"
 #include "kvcore/Ptr.h"
 #include "server/Component.h"
@@ -121,6 +122,7 @@ class JSONReader final
     kv::Ptr<IStream> stream_;
     std::map<std::u16string, json::Scanner::Bookmark, std::less<>> bookmarks_;
     std::vector<char16_t> scratch_;
+    SoughtNames sought_;
     bool containersAsText_ = false;
     bool callsOut_ = false;  ///< whether the stream is being asked, which may call back
 };

@@ -179,7 +179,7 @@ TEST(Client, GivesATourThatEndsWithNothingAlive) {
     EXPECT_EQ(demo.status, 0u);
     for (const char* part : {"14 properties", "  Proxy\t8\t\"proxy.example:3128\"\n  Database", "0x80004005",
                              "No property is named \"Password\".", "movaSystem.PropertySet\n", "IPropertySet\n",
-                             "300 events; the strongest, of magnitude ", "    \"reviewed\": true\n",
+                             "300 events; the strongest, of magnitude ", "    \"reviewed\" : true\n",
                              "Unrecognized token type; state : inPropertyValue; buffer : :about",
                              "  place        line 9, column ", "the same object, 1 message\n",
                              "an object of its own, 0 messages\n", "DllCanUnloadNow: S_OK, nothing is left alive\n"})
