@@ -76,6 +76,7 @@ add_library(
   json/PlainNumber.cpp
   json/ReaderSource.cpp
   json/Scanner.cpp
+  json/ScannerMessages.cpp
   json/ScannerSource.cpp
   json/SoughtNames.cpp
   json/TextBuffer.cpp

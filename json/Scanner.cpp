@@ -12,50 +12,8 @@
 namespace json {
 namespace {
 
-using namespace std::string_view_literals;
+constexpr auto states = static_cast<std::size_t>(State::EndOfArray) + 1;
 
-constexpr std::u16string_view stateNames[] = {
-    u"Empty"sv,
-    u"startOfObject"sv,
-    u"startOfArray"sv,
-    u"inPropertyName"sv,
-    u"inPropertyNameDelimiter"sv,
-    u"inPropertyValue"sv,
-    u"inPropertyValueDelimiter"sv,
-    u"inArrayValue"sv,
-    u"inArrayValueDelimiter"sv,
-    u"endOfObject"sv,
-    u"endOfArray"sv,
-};
-constexpr std::size_t states = std::size(stateNames);
-
-constexpr std::u16string_view faultTexts[] = {
-    u""sv,
-    u"Attempted to read past the end of input data"sv,
-    u"Unexpected end of file"sv,
-    u"Unexpected end of file while looking for closing single or double quote"sv,
-    u"ReadChunk failed"sv,
-    u"Unexpected single or double quote"sv,
-    u"Unexpected ','"sv,
-    u"Unexpected ':'"sv,
-    u"Unexpected '['"sv,
-    u"Unexpected '{'"sv,
-    u"Unexpected '}'"sv,
-    u"Unexpected ']'"sv,
-    u"Expected to find comma, colon or start of array"sv,
-    u"Unrecognized token type"sv,
-    u"invalid double value"sv,
-    u"Expected property name"sv,
-    u"GetToken failed"sv,
-    u"Expected { or ["sv,
-    u"Could not determine encoding"sv,
-    u"Input buffer is empty or contains invalid UTF8 characters."sv,
-    u""sv,
-    u""sv,
-};
-static_assert(std::size(faultTexts) == static_cast<std::size_t>(Fault::SourceFailed) + 1);
-
-constexpr std::size_t longestExcerpt = 50;
 /// Where so much text follows, a delimiter and two blocks of units behind it are in it.
 constexpr std::ptrdiff_t farFromEnd = 2 * Units::count + 2;
 
@@ -213,15 +171,6 @@ constexpr double notANumber = std::bit_cast<double>(0x7FF8'0000'0000'0001);
 
 }  // namespace
 
-std::u16string_view NameOf(State state) noexcept {
-    const auto at = static_cast<std::size_t>(state);
-    return at < states ? stateNames[at] : u""sv;
-}
-
-std::u16string_view TextOf(Fault fault) noexcept {
-    return faultTexts[static_cast<std::size_t>(fault)];
-}
-
 void Scanner::OpenText(std::u16string_view text) {
     Close();
     char16_t* const room = text_.Room(text.size());
@@ -358,7 +307,7 @@ Outcome Scanner::NextAtEnd() {
     if (exhausted_) return ReportEnd();
     if (tokenStart_ >= end_) return Fail(Fault::EndOfFile, tokenStart_, scan_);
     tokenStart_ = scan_;
-    if (!Refill()) return FailToRefill();
+    if (!Refill()) return Fail(Fault::ReadChunk, tokenStart_, scan_);
     return scan_ >= end_ ? ReportEnd() : Scan<mode>(scan_);
 }
 
@@ -482,7 +431,7 @@ Outcome Scanner::ScanTextEnd(const char16_t* p, bool& goesOn) {
     }
     tokenStart_ = scan_ = p;
     if (!exhausted_) {
-        if (!Refill()) return FailToRefill();
+        if (!Refill()) return Fail(Fault::ReadChunk, tokenStart_, scan_);
         goesOn = true;
         return Outcome::Token;
     }
@@ -529,7 +478,7 @@ Outcome Scanner::ScanString(const char16_t* p, char16_t quote) {
         const std::ptrdiff_t length = p - tokenStart_;  // one beyond the text where its last unit is a backslash
         scan_ = end_;
         if (exhausted_) return Fail(Fault::EndInString, tokenStart_, scan_);
-        if (!Refill()) return FailToRefill();
+        if (!Refill()) return Fail(Fault::ReadChunk, tokenStart_, scan_);
         p = tokenStart_ + length;
     }
 }
@@ -554,7 +503,13 @@ Outcome Scanner::ScanScalar(const char16_t* p) {
         const std::ptrdiff_t length = p - tokenStart_;
         scan_ = end_;
         if (exhausted_) return Fail(Fault::EndOfFile, tokenStart_, scan_);
-        if (!Refill()) return FailToRefill();
+        if (!Refill()) {
+            const Failure cause = failure_;
+            Fail(Fault::ReadChunk, tokenStart_, scan_);
+            failure_.cause = cause.fault;
+            failure_.code = cause.code;
+            return Outcome::Failed;
+        }
         p = tokenStart_ + length;
     }
 }
@@ -579,15 +534,6 @@ Outcome Scanner::Classify(std::u16string_view text) {
     if (!kv::ReadDouble(text)) return Fail(Fault::BadNumber, tokenStart_, scan_);
     token_ = Token::Number;
     return Outcome::Token;
-}
-
-/// After getting more text has failed: the failure says why.
-Outcome Scanner::FailToRefill() noexcept {
-    const Failure cause = failure_;
-    Fail(Fault::ReadChunk, tokenStart_, scan_);
-    failure_.cause = cause.fault;
-    failure_.code = cause.code;
-    return Outcome::Failed;
 }
 
 /// Gets more text; the current token moves to the front. @return false, the failure set, where that fails
@@ -686,27 +632,6 @@ std::uint64_t Scanner::UInt64() const noexcept {
     if (token_ == Token::Null || (token_ == Token::Number && WordOf(Text()) == Word::isNaN))
         return std::numeric_limits<std::uint64_t>::max();
     return token_ == Token::Number ? kv::ReadUInt64(Text()) : 0;
-}
-
-std::u16string Scanner::Message(std::u16string_view fault) const {
-    std::u16string message;
-    message.append(fault).append(u"; state : ").append(NameOf(state_)).append(u"; buffer : ");
-    const auto left = static_cast<std::size_t>(end_ - tokenStart_);
-    if (left == 0) return message;
-    const char16_t* from = tokenStart_;
-    if (from != begin_) {
-        do --from;
-        while (from != begin_ && IsSpace(*from));
-    }
-    return message.append(from, std::min(longestExcerpt, left));
-}
-
-Position Scanner::TokenPosition() const noexcept {
-    const auto offset = linesBefore_.Offset() + static_cast<std::uint64_t>(tokenStart_ - begin_);
-    if (lines_.Offset() > offset) lines_ = linesBefore_;
-    lines_.Pass(
-        {begin_ + (lines_.Offset() - linesBefore_.Offset()), static_cast<std::size_t>(offset - lines_.Offset())});
-    return lines_.Here();
 }
 
 Scanner::Bookmark Scanner::Mark() const {

@@ -72,7 +72,7 @@ std::u16string_view TextOf(Fault fault) noexcept;
 struct Failure {
     Fault fault = Fault::None;
     std::int32_t code = 0;      ///< what a source failed with, handed through unread
-    Fault cause = Fault::None;  ///< why reading more of the text failed
+    Fault cause = Fault::None;  ///< why reading more of a number or word failed
 };
 
 /// Where a scanner gets its text from piece by piece.
@@ -220,7 +220,6 @@ class Scanner {
         return containers_.Top() ? State::StartOfArray : State::StartOfObject;
     }
     bool Refill();
-    Outcome FailToRefill() noexcept;
     Outcome ReportEnd() noexcept;
     Outcome Fail(Fault fault, const char16_t* tokenStart, const char16_t* scan) noexcept;
     void Use(const char16_t* begin, std::size_t size) noexcept;

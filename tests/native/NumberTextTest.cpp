@@ -60,7 +60,7 @@ std::string DecimalsByPrinting(const std::string& shortest, double value, int de
     std::string text = Printed("%.*f", decimals, value);
     if (decimals != 0) text.erase(text.find_last_not_of('0') + 1);
     if (text.back() == '.') text.pop_back();
-    return text;
+    return text == "-0" ? "-0.0" : text;
 }
 
 /// Numbers of many kinds, so many of each.

