@@ -27,7 +27,7 @@ void OnSmallStack(const std::function<void()>& body) {
         CoUninitialize();
         return 0;
     };
-    const HANDLE thread = CreateThread(nullptr, 64 * 1024, run, const_cast<std::function<void()>*>(&body),
+    auto* const thread = CreateThread(nullptr, 64 * 1024, run, const_cast<std::function<void()>*>(&body),
                                        STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     ASSERT_NE(thread, nullptr);
     WaitForSingleObject(thread, INFINITE);
@@ -239,7 +239,7 @@ TEST(JSONLimits, ReadersAndWritersNestWithoutABottom) {
             EXPECT_EQ(writer->WriteToMemory(), S_OK);
             const Bstr a(u"a");
             for (int level = 0; level < levels; ++level) {
-                const BSTR name = level > 0 && nesting.IsObject(level - 1) ? static_cast<BSTR>(a) : nullptr;
+                auto* const name = level > 0 && nesting.IsObject(level - 1) ? static_cast<BSTR>(a) : nullptr;
                 ASSERT_EQ(nesting.IsObject(level) ? writer->StartObject(name) : writer->StartArray(name), S_OK);
             }
             for (int level = levels; level-- > 0;)
