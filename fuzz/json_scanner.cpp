@@ -44,7 +44,8 @@ void CheckToken(const Scanner& scanner) {
         case Token::String: {
             fuzz::Require(text.size() >= 2 && text.front() == text.back(), "a string stands in its quotes");
             const auto between = scanner.Between();
-            fuzz::Require((between.find(u'\\') != between.npos) == scanner.HasEscapes(), "whether there are escapes");
+            fuzz::Require((between.find(u'\\') != std::u16string_view::npos) == scanner.HasEscapes(),
+                          "whether there are escapes");
             const std::unique_ptr<char16_t[]> out(new char16_t[between.size()]);
             const std::size_t length = json::Unescape(between, out.get());
             fuzz::Require(length <= between.size(), "unescaped it is not longer");

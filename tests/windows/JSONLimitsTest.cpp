@@ -28,7 +28,7 @@ void OnSmallStack(const std::function<void()>& body) {
         return 0;
     };
     auto* const thread = CreateThread(nullptr, 64 * 1024, run, const_cast<std::function<void()>*>(&body),
-                                       STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+                                      STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     ASSERT_NE(thread, nullptr);
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);
