@@ -2,14 +2,12 @@
 // text. Prints lines as bench does; the exit status is 1 where a result is wrong.
 #include <simdjson.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 
 #include "bench/Bench.h"
 #include "bench/JsonData.h"
-#include "json/ChunkedText.h"
+#include "json/MemorySource.h"
 #include "json/ScannerSource.h"
 #include "kvcore/Utf.h"
 
@@ -26,21 +24,6 @@ std::uint32_t HashName(std::u16string_view name) noexcept {
     return hash;
 }
 
-/// Text in memory, read like a stream.
-class Bytes final : public json::ByteSource {
- public:
-    explicit Bytes(std::string_view bytes) noexcept : left_(bytes) {}
-    std::int32_t Read(std::byte* target, std::size_t size, std::size_t& read) noexcept override {
-        read = std::min(size, left_.size());
-        if (read != 0) std::memcpy(target, left_.data(), read);
-        left_.remove_prefix(read);
-        return 0;
-    }
-
- private:
-    std::string_view left_;
-};
-
 /// A scanner that stands on the first token of UTF-8 in chunks.
 class ChunkScanner {
  public:
@@ -52,7 +35,7 @@ class ChunkScanner {
     Scanner& Get() noexcept { return scanner_; }
 
  private:
-    Bytes bytes_;
+    json::MemorySource bytes_;
     json::ChunkedText chunks_;
     Scanner scanner_;
 };

@@ -2,34 +2,18 @@
 // can be compared.
 #pragma once
 
-#include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstring>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "containers/NameFold.h"
-#include "json/ChunkedText.h"
+#include "json/MemorySource.h"
 #include "json/ScannerSource.h"
 #include "kvcore/Utf.h"
 
 namespace fuzz {
-
-/// Bytes that are read from front to end.
-class TextBytes final : public json::ByteSource {
- public:
-    explicit TextBytes(std::string_view bytes) : bytes_(bytes) {}
-    std::int32_t Read(std::byte* target, std::size_t size, std::size_t& read) noexcept override {
-        read = std::min(size, bytes_.size());
-        if (read != 0) std::memcpy(target, bytes_.data(), read);
-        bytes_.remove_prefix(read);
-        return 0;
-    }
-
- private:
-    std::string_view bytes_;
-};
 
 inline char16_t UpcaseOf(char16_t unit) noexcept {
     return (unit >= u'a' && unit <= u'z') || unit == u'\u00E4' ? static_cast<char16_t>(unit - 0x20) : unit;

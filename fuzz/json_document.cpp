@@ -64,7 +64,7 @@ bool IsCutShort(const Ending& ending) {
            (ending.loaded == Loaded::WrongToken && ending.state != json::State::Empty);
 }
 
-Document LoadChunks(Scanner& scanner, json::ChunkedText& chunks, fuzz::TextBytes& bytes, std::size_t chunk,
+Document LoadChunks(Scanner& scanner, json::ChunkedText& chunks, json::MemorySource& bytes, std::size_t chunk,
                     const Options& options, bool& isOpen) {
     chunks.Open(bytes, chunk);
     isOpen = scanner.OpenSource(chunks).fault == Fault::None;
@@ -88,7 +88,7 @@ void CheckChunks(std::string_view bytes, json::Encoding encoding, std::size_t ch
                  const Document& whole, const Ending& expected) {
     const auto detected = json::DetectEncoding(std::as_bytes(std::span(bytes)));
     if (!detected || detected->encoding != encoding) return;
-    fuzz::TextBytes source(bytes);
+    json::MemorySource source(bytes);
     json::ChunkedText chunks;
     Scanner scanner;
     bool isOpen = false;
@@ -107,7 +107,7 @@ void CheckChunks(std::string_view bytes, json::Encoding encoding, std::size_t ch
 void CheckHighByteFirst(std::u16string_view text, std::size_t chunk, const Options& options) {
     for (const std::u16string& marked : {std::u16string(text), u'\uFEFF' + std::u16string(text)}) {
         const std::string bytes = AsBytes(marked, false);
-        fuzz::TextBytes source(bytes);
+        json::MemorySource source(bytes);
         json::ChunkedText chunks;
         Scanner scanner;
         bool isOpen = false;

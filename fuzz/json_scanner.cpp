@@ -141,7 +141,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     // What ends a text only where that is known at once, and a NUL, which ends what is in memory, may differ.
     const std::size_t least = detected->mark + 4;
-    fuzz::TextBytes source(bytes);
+    json::MemorySource source(bytes);
     json::ChunkedText chunks;
     chunks.Open(source, std::max<std::uint64_t>(data[0], least));
     Scanner pieces;

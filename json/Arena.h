@@ -24,10 +24,12 @@ class Arena {
 
     /// Memory aligned for every value. @throw std::bad_alloc
     void* Take(std::size_t size) {
-        const std::size_t rounded = (size + alignment - 1) & ~(alignment - 1);
+        const std::size_t rounded = Rounded(size);
         if (rounded > static_cast<std::size_t>(end_ - next_) || rounded < size) return TakeFromNewBlock(size);
         return std::exchange(next_, next_ + rounded);
     }
+    /// Gives back the end of the piece that was taken last. @param size what is kept of it
+    void Shorten(void* piece, std::size_t size) noexcept { next_ = static_cast<std::byte*>(piece) + Rounded(size); }
 
  private:
     struct Block {
@@ -35,6 +37,10 @@ class Arena {
         std::size_t size;
     };
     static constexpr std::size_t alignment = 8;
+
+    static constexpr std::size_t Rounded(std::size_t size) noexcept {
+        return (size + alignment - 1) & ~(alignment - 1);
+    }
 
     Arena() noexcept = default;
     ~Arena() = default;

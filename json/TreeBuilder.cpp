@@ -5,6 +5,8 @@ namespace {
 
 /// How many members are looked through one by one.
 constexpr std::size_t longestScanned = 16;
+/// Up to how many units a text takes the memory of a wide one until it is known.
+constexpr std::size_t longestGuessed = 256;
 
 }  // namespace
 
@@ -14,9 +16,8 @@ void TreeBuilder::Begin(bool named) {
 
 Value TreeBuilder::End() {
     const Frame& frame = frames_.back();
-    Value value = Value::Of(frame.named ? Kind::Object : Kind::Array);
+    Value value = Value::Of(frame.named ? Kind::Object : Kind::Array, detail_);
     value.payload.entries = LayDown(frame.start, slots_.Size(), frame.named);
-    value.tag.detail = detail_;
     if (!places_.empty()) [[unlikely]]
         places_.erase(frame.serial);
     slots_.CutTo(frame.start);
@@ -31,8 +32,11 @@ Entries* TreeBuilder::Finish() {
 
 Value TreeBuilder::CopyText(std::u16string_view text) {
     if (text.empty()) return Value::Of(Kind::NoText);
-    const bool isAscii = IsAscii(text);
-    return WriteText(arena_.Take(TextSize(text.size(), isAscii)), text, isAscii);
+    if (text.size() > longestGuessed) return WriteText(arena_.Take(TextSize(text.size(), IsAscii(text))), text);
+    void* const memory = arena_.Take(TextSize(text.size(), false));
+    const Value value = WriteText(memory, text);
+    if (value.tag.kind == Kind::AsciiText) arena_.Shorten(memory, TextSize(text.size(), true));
+    return value;
 }
 
 std::size_t TreeBuilder::PlaceOf(Frame& frame) {

@@ -33,12 +33,33 @@ void Store(void* memory, __m128i block) noexcept {
     _mm_storeu_si128(static_cast<__m128i*>(memory), block);
 }
 
-void Narrow(std::u16string_view text, char* bytes) noexcept {
+bool HasOnlyAscii(__m128i units) noexcept {
+    const __m128i beyond = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xFF80)));
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(beyond, _mm_setzero_si128())) == 0xFFFF;
+}
+
+/// Makes a byte of each unit. @return whether all were ASCII; otherwise the bytes mean nothing
+bool Narrow(std::u16string_view text, char* bytes) noexcept {
     const char16_t* units = text.data();
     const char16_t* const end = units + text.size();
-    for (; end - units >= 2 * lanes; units += 2 * lanes, bytes += 2 * lanes)
-        Store(bytes, _mm_packus_epi16(Load(units), Load(units + lanes)));
-    while (units != end) *bytes++ = static_cast<char>(*units++);
+    if (end - units < lanes) {
+        char16_t seen = 0;
+        for (; units != end; ++units) {
+            seen |= *units;
+            *bytes++ = static_cast<char>(*units);
+        }
+        return seen < 0x80;
+    }
+    __m128i seen = _mm_setzero_si128();
+    const auto narrowEight = [&seen](const char16_t* from, char* to) {
+        const __m128i block = Load(from);
+        seen = _mm_or_si128(seen, block);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(to), _mm_packus_epi16(block, block));
+    };
+    char* const lastBytes = bytes + text.size() - lanes;
+    for (; end - units > lanes; units += lanes, bytes += lanes) narrowEight(units, bytes);
+    narrowEight(end - lanes, lastBytes);  // some of them once more, rather than one by one
+    return HasOnlyAscii(seen);
 }
 
 }  // namespace
@@ -54,8 +75,7 @@ bool IsAscii(std::u16string_view text) noexcept {
     for (; end - units >= lanes; units += lanes) seen = _mm_or_si128(seen, Load(units));
     char16_t rest = 0;
     for (; units != end; ++units) rest |= *units;
-    const __m128i beyond = _mm_and_si128(seen, _mm_set1_epi16(static_cast<short>(0xFF80)));
-    return rest < 0x80 && _mm_movemask_epi8(_mm_cmpeq_epi8(beyond, _mm_setzero_si128())) == 0xFFFF;
+    return rest < 0x80 && HasOnlyAscii(seen);
 }
 
 void Widen(std::string_view ascii, char16_t* units) noexcept {
@@ -69,25 +89,20 @@ void Widen(std::string_view ascii, char16_t* units) noexcept {
     while (bytes != end) *units++ = static_cast<unsigned char>(*bytes++);
 }
 
-Value WriteText(void* memory, std::u16string_view text, bool isAscii) noexcept {
+Value WriteText(void* memory, std::u16string_view text) noexcept {
     auto* const written = ::new (memory) Text{static_cast<std::uint32_t>(text.size())};
-    if (isAscii) {
-        Narrow(text, reinterpret_cast<char*>(written + 1));
-    } else {
-        std::memcpy(written + 1, text.data(), text.size() * sizeof(char16_t));
-    }
-    Value value = Value::Of(isAscii ? Kind::AsciiText : Kind::WideText);
+    const bool isAscii = Narrow(text, reinterpret_cast<char*>(written + 1));
+    if (!isAscii) std::memcpy(written + 1, text.data(), text.size() * sizeof(char16_t));
+    Value value = Value::Of(isAscii ? Kind::AsciiText : Kind::WideText, 0);
     value.payload.text = written;
-    value.tag.detail = 0;
     return value;
 }
 
 Value MakeText(std::u16string_view text) {
     if (text.size() > UINT32_MAX) throw std::bad_alloc();
-    const bool isAscii = IsAscii(text);
-    void* const memory = kv::TakeBlock(TextSize(text.size(), isAscii));
+    void* const memory = kv::TakeBlock(TextSize(text.size(), IsAscii(text)));
     if (!memory) throw std::bad_alloc();
-    Value value = WriteText(memory, text, isAscii);
+    Value value = WriteText(memory, text);
     value.tag.detail = ownText;
     return value;
 }

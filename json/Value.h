@@ -75,7 +75,7 @@ struct Value {
     Payload payload;
     Tag tag;
 
-    static Value Of(Kind kind) noexcept { return {{}, {kind, noDecimals}}; }
+    static Value Of(Kind kind, std::int8_t detail = noDecimals) noexcept { return {{}, Tag::Make(kind, detail)}; }
     static Value Of(bool flag) noexcept {
         Value value = Of(Kind::Boolean);
         value.payload.flag = flag;
@@ -87,9 +87,8 @@ struct Value {
         return value;
     }
     static Value Of(double number, Kind kind, std::int8_t decimals = noDecimals) noexcept {
-        Value value;
+        Value value = Of(kind, decimals);
         value.payload.number = number;
-        value.tag = Tag::Make(kind, decimals);
         return value;
     }
     static Value Of(void* held, Kind kind) noexcept {
@@ -102,8 +101,8 @@ struct Value {
 /// A copy of a text that belongs to who asks for it, until it is handed to a container or FreeText. @throw
 /// std::bad_alloc
 Value MakeText(std::u16string_view text);
-/// Writes a text into memory of TextSize(text) bytes and says what it is.
-Value WriteText(void* memory, std::u16string_view text, bool isAscii) noexcept;
+/// Writes a text and says what it is. @param memory has room for the text as wide text, unless that is ASCII.
+Value WriteText(void* memory, std::u16string_view text) noexcept;
 /// The bytes that a text takes.
 constexpr std::size_t TextSize(std::size_t length, bool isAscii) noexcept {
     return sizeof(Text) + length * (isAscii ? 1 : 2);

@@ -130,13 +130,7 @@ HRESULT ValueForms::Fail(HRESULT status, std::u16string_view name, std::u16strin
 }
 
 HRESULT ValueEncoder::Encode(const VARIANT& value, kv::Variant& json) {
-    HRESULT status = EncodeValue({}, value, 1, json);
-    while (SUCCEEDED(status) && !open_.empty()) {
-        const Level level = std::move(open_.back());
-        open_.pop_back();
-        status = EncodeProperties(level);
-    }
-    return status;
+    return Finish(EncodeValue({}, value, 1, json), [this](const Level& level) { return EncodeProperties(level); });
 }
 
 HRESULT ValueEncoder::EncodeValue(std::u16string_view name, const VARIANT& value, int depth, kv::Variant& json) {
@@ -227,12 +221,7 @@ HRESULT ValueDecoder::Decode(std::u16string_view type, const kv::Ptr<IJSONObject
 }
 
 HRESULT ValueDecoder::Finish(HRESULT status) {
-    while (SUCCEEDED(status) && !open_.empty()) {
-        const Level level = std::move(open_.back());
-        open_.pop_back();
-        status = DecodeProperties(level);
-    }
-    return status;
+    return ValueForms::Finish(status, [this](const Level& level) { return DecodeProperties(level); });
 }
 
 HRESULT ValueDecoder::DecodeValue(std::u16string_view name, const VARIANT& json, int depth, kv::Variant& value) {

@@ -4,6 +4,7 @@
 #include <movaSystem.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kvcore/Ptr.h"
@@ -27,12 +28,21 @@ class ValueForms {
 
     /// Converts its properties later. @return E_FAIL where it lies too deep
     HRESULT Postpone(kv::Ptr<IPropertySet> set, kv::Ptr<IJSONObject> items, int depth);
+    /// Converts what is postponed, and what that postpones. @param status of the value itself
+    template <class Convert>
+    HRESULT Finish(HRESULT status, Convert convert) {
+        while (SUCCEEDED(status) && !open_.empty()) {
+            const Level level = std::move(open_.back());
+            open_.pop_back();
+            status = convert(level);
+        }
+        return status;
+    }
     /// The failure of a value, which has a name where it is a property's.
     HRESULT Fail(HRESULT status, std::u16string_view name, std::u16string_view reason);
 
-    std::vector<Level> open_;
-
  private:
+    std::vector<Level> open_;
     std::u16string fault_;
 };
 
@@ -67,7 +77,6 @@ class ValueDecoder : public ValueForms {
     HRESULT DecodeIdentifier(std::u16string_view name, IJSONObject& object, kv::Variant& value);
     HRESULT DecodeArray(std::u16string_view name, IJSONObject& object, kv::Variant& value);
     HRESULT DecodeProperties(const Level& level);
-    /// Decodes what is postponed, and what that postpones. @param status of the value itself
     HRESULT Finish(HRESULT status);
 
     const bool keepsUnknown_;

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "json/ChunkedText.h"
+#include "json/MemorySource.h"
 #include "kvcore/Utf.h"
 
 namespace json {
@@ -370,30 +370,13 @@ TEST(Scanner, KnowsWhereItIs) {
     EXPECT_FALSE(scanner.GoTo(mark));
 }
 
-/// A source of bytes that come a few at a time, and that can fail.
-class Bytes final : public ByteSource {
- public:
-    explicit Bytes(std::string_view bytes, std::int32_t failure = 0) : bytes_(bytes), failure_(failure) {}
-    std::int32_t Read(std::byte* target, std::size_t size, std::size_t& read) noexcept override {
-        read = std::min(size, bytes_.size());
-        if (read == 0 && failure_ != 0) return failure_;
-        if (read != 0) std::memcpy(target, bytes_.data(), read);
-        bytes_.remove_prefix(read);
-        return 0;
-    }
-
- private:
-    std::string_view bytes_;
-    std::int32_t failure_;
-};
-
 std::string BytesOf(std::u16string_view text) {
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t)};
 }
 
 /// @param size what the source says that it has, by which the length of the chunks goes.
 std::string TraceOfBytes(std::string_view bytes, std::uint64_t size, std::int32_t failure = 0) {
-    Bytes source(bytes, failure);
+    MemorySource source(bytes, failure);
     ChunkedText chunks;
     chunks.Open(source, size);
     Scanner scanner;
@@ -462,7 +445,7 @@ TEST(ChunkedText, PassesFailuresOn) {
     EXPECT_EQ(TraceOfBytes("[1, ", 3, -5), "[ | number 1 | ReadChunk failed; state : inArrayValueDelimiter; buffer : ");
     EXPECT_EQ(TraceOfBytes("[\"ab", 3, -5), "[ | ReadChunk failed; state : inArrayValue; buffer : \"ab");
     EXPECT_EQ(TraceOfBytes("[1]\xC3", 2), "[ | number 1 | ] | ReadChunk failed; state : endOfArray; buffer : ");
-    Bytes source("[12", -5);
+    MemorySource source("[12", -5);
     ChunkedText chunks;
     chunks.Open(source, 2);
     Scanner scanner;

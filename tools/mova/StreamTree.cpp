@@ -261,12 +261,17 @@ class StreamPrinter {
 
     /// Reads a text, which is left where it is.
     bool TakeText(std::span<const std::byte>& text) noexcept;
+    /// Reads a count, and prints it with what is counted.
+    bool TakeCount(std::int32_t& count, std::string_view one, std::string_view several);
     bool ReadReference(Reference& reference) noexcept;
     bool IsNew(const Reference& reference) const { return !reference.IsNull() && !seen_.contains(reference.number); }
     /// Prints an object, or that it is none or one above, at the end of the line.
     bool PrintReference(const Reference& reference);
     bool PrintRecord(const kv::IdBits& classId);
     bool PrintValue();
+    /// Prints a count and as many elements. @param print is handed each one's offset and index, before it is read.
+    template <class PrintOne>
+    bool PrintElements(PrintOne print);
     bool PrintFixed(kv::ValueType type, std::size_t size, bool isShown);
     void AppendClass(const kv::IdBits& classId);
 
@@ -512,6 +517,14 @@ bool StreamPrinter::TakeText(std::span<const std::byte>& text) noexcept {
     return in_.Read(length) && in_.Take(std::uint64_t{length} * sizeof(char16_t), text);
 }
 
+bool StreamPrinter::TakeCount(std::int32_t& count, std::string_view one, std::string_view several) {
+    if (!in_.Read(count)) return false;
+    Out() += ", ";
+    AppendNumber(Out(), count);
+    Out().append(" ").append(count == 1 ? one : several);
+    return true;
+}
+
 bool StreamPrinter::ReadReference(Reference& reference) noexcept {
     return in_.Read(reference.classId) && (reference.IsNull() || in_.Read(reference.number));
 }
@@ -568,10 +581,7 @@ bool StreamPrinter::PrintRecord(const kv::IdBits& classId) {
 
 bool StreamPrinter::PrintPropertySet() {
     std::int32_t count = 0;
-    if (!in_.Read(count)) return false;
-    Out() += ", ";
-    AppendNumber(Out(), count);
-    Out() += count == 1 ? " property" : " properties";
+    if (!TakeCount(count, "property", "properties")) return false;
     for (; count > 0; --count) {
         const std::size_t offset = in_.Offset();
         std::span<const std::byte> name;
@@ -593,37 +603,33 @@ bool StreamPrinter::PrintProperty() {
     return PrintValue();
 }
 
-bool StreamPrinter::PrintObjects() {
+template <class PrintOne>
+bool StreamPrinter::PrintElements(PrintOne print) {
     std::int32_t count = 0;
-    if (!in_.Read(count)) return false;
-    Out() += ", ";
-    AppendNumber(Out(), count);
-    Out() += count == 1 ? " element" : " elements";
-    for (std::int32_t i = 0; i < count; ++i) {
-        const std::size_t offset = in_.Offset();
-        Reference element;
-        if (!ReadReference(element)) return false;
-        BeginElement(offset, static_cast<std::uint32_t>(i));
-        if (!PrintReference(element)) return false;
-        if (element.IsNull()) return Stop(offset, "null is no element of the array");
-    }
+    if (!TakeCount(count, "element", "elements")) return false;
+    for (std::int32_t i = 0; i < count; ++i)
+        if (!print(in_.Offset(), static_cast<std::uint32_t>(i))) return false;
     return true;
 }
 
+bool StreamPrinter::PrintObjects() {
+    return PrintElements([this](std::size_t offset, std::uint32_t index) {
+        Reference element;
+        if (!ReadReference(element)) return false;
+        BeginElement(offset, index);
+        if (!PrintReference(element)) return false;
+        return !element.IsNull() || Stop(offset, "null is no element of the array");
+    });
+}
+
 bool StreamPrinter::PrintTexts() {
-    std::int32_t count = 0;
-    if (!in_.Read(count)) return false;
-    Out() += ", ";
-    AppendNumber(Out(), count);
-    Out() += count == 1 ? " element" : " elements";
-    for (std::int32_t i = 0; i < count; ++i) {
-        const std::size_t offset = in_.Offset();
+    return PrintElements([this](std::size_t offset, std::uint32_t index) {
         std::span<const std::byte> text;
         if (!TakeText(text)) return false;
-        BeginElement(offset, static_cast<std::uint32_t>(i));
+        BeginElement(offset, index);
         AppendText(Out(), text);
-    }
-    return true;
+        return true;
+    });
 }
 
 bool StreamPrinter::PrintUid() {
