@@ -14,7 +14,8 @@ namespace {
 // Texts are narrowed by the block, and short ones before it is known whether they can be.
 TEST(TreeBuilder, KeepsTextsOfEveryLength) {
     const auto arena = ArenaPtr::Attach(Arena::Make());
-    TreeBuilder builder(*arena.Get(), [](std::u16string_view) noexcept { return std::uint32_t{0}; }, false, 0);
+    TreeBuilder builder(
+        *arena.Get(), [](std::u16string_view) noexcept { return std::uint32_t{0}; }, false, 0);
     std::vector<std::pair<std::u16string, Value>> kept;
     const auto keep = [&](const std::u16string& text) { kept.emplace_back(text, builder.CopyText(text)); };
     for (std::size_t length = 0; length < 600; length += length < 40 ? 1 : 47) {
