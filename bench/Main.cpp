@@ -20,10 +20,8 @@ struct Job {
 };
 
 constexpr Job jobs[] = {
-    {"frame", &bench::RunFrame},
-    {"json", &bench::RunJson},
-    {"persist", &bench::RunPersist},
-    {"propset", &bench::RunPropset},
+    {"frame", &bench::RunFrame},     {"json", &bench::RunJson}, {"persist", &bench::RunPersist},
+    {"propset", &bench::RunPropset}, {"xml", &bench::RunXml},
 };
 
 struct Arguments {

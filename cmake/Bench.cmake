@@ -23,6 +23,8 @@ add_executable(
   bench/Memory.cpp
   bench/PersistBench.cpp
   bench/PropsetBench.cpp
+  bench/XmlBench.cpp
+  bench/XmlData.cpp
   $<TARGET_OBJECTS:kvcore>
   $<TARGET_OBJECTS:mova-identifiers>)
 set_target_properties(mova-bench PROPERTIES OUTPUT_NAME bench)

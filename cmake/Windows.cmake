@@ -117,7 +117,13 @@ add_library(
   streams/ObjectStream.cpp
   streams/ObjectTrace.cpp
   streams/VariantStreamIO.cpp
+  xml/Base64.cpp
+  xml/Emitter.cpp
+  xml/NamespaceMap.cpp
+  xml/XMLAttributes.cpp
+  xml/XMLNamespaces.cpp
   xml/XMLTypeMapper.cpp
+  xml/XMLWriter.cpp
   xml/XmlValues.cpp)
 target_link_libraries(mova-server PUBLIC mova-windows)
 add_dependencies(mova-server mova-idl)

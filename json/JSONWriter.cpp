@@ -50,12 +50,6 @@ char* FormatDecimalValue(char* out, const DECIMAL& value) noexcept {
     return kv::FormatDecimal(out, value.Hi32, value.Lo64, value.scale, value.sign != 0);
 }
 
-char* FormatCurrency(char* out, const CY& value) noexcept {
-    const auto number = static_cast<std::uint64_t>(value.int64);
-    constexpr int currencyDecimals = 4;
-    return kv::FormatDecimal(out, 0, value.int64 < 0 ? 0 - number : number, currencyDecimals, value.int64 < 0);
-}
-
 /// The integer that a value is, with its sign in the type; nothing for another value.
 std::optional<std::int64_t> IntegerOf(const VARIANT& value) noexcept {
     switch (value.vt) {
@@ -115,7 +109,7 @@ bool PutScalar(json::Emitter& out, const VARIANT& value) {
             out.Number(kv::ToJsTime(value.date));
             return true;
         case VT_CY:
-            out.Formatted(value.cyVal, FormatCurrency);
+            out.Formatted(value.cyVal.int64, kv::FormatCurrency);
             return true;
         case VT_DECIMAL:
             out.Formatted(value.decVal, FormatDecimalValue);
@@ -140,7 +134,7 @@ char* FormatValueText(char* out, const VARIANT& value) noexcept {
         case VT_DATE:
             return xml::FormatDate(out, value.date);
         case VT_CY:
-            return FormatCurrency(out, value.cyVal);
+            return kv::FormatCurrency(out, value.cyVal.int64);
         case VT_DECIMAL:
             return FormatDecimalValue(out, value.decVal);
         default:

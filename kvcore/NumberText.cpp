@@ -603,6 +603,12 @@ char* FormatDecimal(char* out, std::uint32_t high, std::uint64_t low, int scale,
     return out;
 }
 
+char* FormatCurrency(char* out, std::int64_t tenThousandths) noexcept {
+    constexpr int decimals = 4;
+    const auto number = static_cast<std::uint64_t>(tenThousandths);
+    return FormatDecimal(out, 0, tenThousandths < 0 ? 0 - number : number, decimals, tenThousandths < 0);
+}
+
 char* FormatInt64(char* out, std::int64_t value) noexcept {
     const auto number = static_cast<std::uint64_t>(value);
     if (value >= 0) return FormatUInt64(out, number);

@@ -48,6 +48,8 @@ char* FormatFloat(char* out, float value) noexcept;
 /// A decimal number of 96 bits, high * 2^64 + low, with so many of its digits behind the point; no zeros at the end.
 /// @param scale 0 to 28
 char* FormatDecimal(char* out, std::uint32_t high, std::uint64_t low, int scale, bool isNegative) noexcept;
+/// An amount in ten-thousandths, as a decimal number.
+char* FormatCurrency(char* out, std::int64_t tenThousandths) noexcept;
 char* FormatInt64(char* out, std::int64_t value) noexcept;
 char* FormatUInt64(char* out, std::uint64_t value) noexcept;
 

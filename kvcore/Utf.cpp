@@ -2,6 +2,7 @@
 
 #include <emmintrin.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -73,23 +74,34 @@ constexpr auto escapeLetters = [] {
     return letters;
 }();
 
-/// How a text becomes bytes: which bytes do not stand for themselves, and what is made of what UTF-8 is not.
+char* PutReplacement(char* out) noexcept {
+    for (const char byte : {'\xEF', '\xBF', '\xBD'}) *out++ = byte;
+    return out;
+}
+
+/// Whether bytes are one of several characters.
+template <class... Characters>
+__m128i AreAny(__m128i bytes, Characters... characters) noexcept {
+    __m128i found = _mm_setzero_si128();
+    ((found = _mm_or_si128(found, _mm_cmpeq_epi8(bytes, _mm_set1_epi8(characters)))), ...);
+    return found;
+}
+
+// How a text becomes bytes: which bytes do not stand for themselves, and what is put for those that do not, for units
+// beyond the greatest and for lone surrogates.
 struct PlainText {
+    static constexpr char32_t greatest = 0xFFFF;
     static __m128i Differing(__m128i bytes) noexcept { return _mm_cmplt_epi8(bytes, _mm_set1_epi8(1)); }
     static bool IsEscaped(char16_t) noexcept { return false; }
-    static char* PutEscape(char* out, char16_t) noexcept {
-        for (const char byte : {'\xEF', '\xBF', '\xBD'}) *out++ = byte;  // U+FFFD
-        return out;
-    }
+    static char* PutEscape(char* out, char16_t, char16_t) noexcept { return PutReplacement(out); }
 };
 struct EscapedText {
+    static constexpr char32_t greatest = 0xFFFF;
     static __m128i Differing(__m128i bytes) noexcept {
-        const __m128i marks =
-            _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('"')), _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\')));
-        return _mm_or_si128(_mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)), marks);
+        return _mm_or_si128(_mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)), AreAny(bytes, '"', '\\'));
     }
     static bool IsEscaped(char16_t ascii) noexcept { return escapeLetters[ascii] != 0; }
-    static char* PutEscape(char* out, char16_t unit) noexcept {
+    static char* PutEscape(char* out, char16_t unit, char16_t = 0) noexcept {
         constexpr std::string_view digits = "0123456789abcdef";
         const char letter = unit < 0x80 ? escapeLetters[unit] : 'u';
         *out++ = '\\';
@@ -100,17 +112,67 @@ struct EscapedText {
     }
 };
 
-/// Writes one character, or a lone surrogate.
+/// What stands for an ASCII character in a text of XML; empty where it stands for itself.
+constexpr std::string_view EntityOf(char16_t ascii) noexcept {
+    switch (ascii) {
+        case u'"':
+            return "&quot;";
+        case u'&':
+            return "&amp;";
+        case u'\'':
+            return "&apos;";
+        case u'<':
+            return "&lt;";
+        case u'>':
+            return "&gt;";
+        default:
+            return {};
+    }
+}
+
+template <bool normalisesLineEnds>
+struct XmlText {
+    static constexpr char32_t greatest = 0xFFFD;
+    static __m128i Differing(__m128i bytes) noexcept {
+        const __m128i marks = AreAny(bytes, '"', '&', '\'', '<', '>');
+        return _mm_or_si128(_mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20)), marks);
+    }
+    static bool IsEscaped(char16_t ascii) noexcept { return areEscaped[ascii]; }
+    static char* PutEscape(char* out, char16_t unit, char16_t next) noexcept {
+        if (unit == u'\r') {
+            if (next != u'\n') *out++ = '\n';
+            return out;
+        }
+        if (unit >= 0x80) return unit > greatest ? out : PutReplacement(out);
+        const std::string_view entity = EntityOf(unit);
+        return std::copy(entity.begin(), entity.end(), out);
+    }
+
+ private:
+    static constexpr auto areEscaped = [] {
+        std::array<bool, 128> are{};
+        for (std::size_t ascii = 0; ascii < are.size(); ++ascii)
+            are[ascii] = ascii < 0x20 || !EntityOf(static_cast<char16_t>(ascii)).empty();
+        are[u'\t'] = are[u'\n'] = false;
+        are[u'\r'] = normalisesLineEnds;
+        return are;
+    }();
+};
+
+/// Writes one character, or what stands for a lone surrogate.
 template <class Kind>
 char* PutOne(char* out, const char16_t*& from, const char16_t* end) noexcept {
     const auto put = [&](char32_t byte) { *out++ = static_cast<char>(static_cast<unsigned char>(byte)); };
+    const auto putEscape = [&](char32_t unit) {
+        return Kind::PutEscape(out, static_cast<char16_t>(unit), from == end ? u'\0' : *from);
+    };
     const char32_t first = *from++;
     if (first < 0x80) {
-        const auto ascii = static_cast<char16_t>(first);
-        if (Kind::IsEscaped(ascii)) return Kind::PutEscape(out, ascii);
+        if (Kind::IsEscaped(static_cast<char16_t>(first))) return putEscape(first);
         put(first);
         return out;
     }
+    if (first > Kind::greatest) return putEscape(first);
     if (first < 0x800) {
         put(0xC0 | first >> 6);
     } else if ((first & 0xF800) != 0xD800) {
@@ -124,7 +186,7 @@ char* PutOne(char* out, const char16_t*& from, const char16_t* end) noexcept {
         put(0x80 | (character & 0x3F));
         return out;
     } else {
-        return Kind::PutEscape(out, static_cast<char16_t>(first));
+        return putEscape(first);
     }
     put(0x80 | (first & 0x3F));
     return out;
@@ -209,6 +271,10 @@ char* PutUtf8(char* out, std::u16string_view text) noexcept {
 
 char* PutEscaped(char* out, std::u16string_view text) noexcept {
     return Put<EscapedText>(out, text);
+}
+
+char* PutXmlText(char* out, std::u16string_view text, bool normalisesLineEnds) noexcept {
+    return normalisesLineEnds ? Put<XmlText<true>>(out, text) : Put<XmlText<false>>(out, text);
 }
 
 char* PutEscapedAscii(char* out, std::string_view text) noexcept {

@@ -31,6 +31,12 @@ char* PutUtf8(char* out, std::u16string_view text) noexcept;
 char* PutEscaped(char* out, std::u16string_view text) noexcept;
 /// The same for a text of ASCII.
 char* PutEscapedAscii(char* out, std::string_view text) noexcept;
+/// Writes a text as XML has it between tags and in quoted attributes: quotation marks, apostrophes, ampersands and
+/// angle brackets as entities. Control characters but tabs and line ends, U+FFFE and U+FFFF are dropped, which XML has
+/// no form for; everything else is UTF-8, a lone surrogate being U+FFFD.
+/// @param normalisesLineEnds whether each CR, and CR LF, becomes LF
+/// @param out has room for escapedUnitSize bytes a unit. @return the end of what was written
+char* PutXmlText(char* out, std::u16string_view text, bool normalisesLineEnds) noexcept;
 /// Takes so many units from the front of a text, or one less where that would part a character; all that there are of
 /// fewer. What is put piece by piece is what the whole would be.
 /// @param most at least 2

@@ -23,7 +23,10 @@
 #include "streams/ObjectStream.h"
 #include "streams/UnbufferedFileStream.h"
 #include "streams/VariantStreamIO.h"
+#include "xml/XMLAttributes.h"
+#include "xml/XMLNamespaces.h"
 #include "xml/XMLTypeMapper.h"
+#include "xml/XMLWriter.h"
 
 namespace mova {
 namespace {
@@ -60,7 +63,10 @@ constinit const ClassEntry classTable[] = {
     NewObject<PropertySetArray>(u"PropertySetArray"),
     NewObject<ObjectCopy>(u"ObjectCopy"),
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
+    NewObject<XMLAttributes>(u"XMLAttributes"),
+    NewObject<XMLNamespaces>(u"XMLNamespaces"),
     ThreadSingleton<XMLTypeMapper>(u"XMLTypeMapper"),
+    NewObject<XMLWriter>(u"XMLWriter"),
     NewObject<JSONWriter>(u"JSONWriter"),
     NewObject<JSONReader>(u"JSONReader"),
     NewObject<JSONArray>(u"JSONArray"),

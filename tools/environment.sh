@@ -7,7 +7,7 @@ registered="$WINEPREFIX/registered"  # names the preset whose DLL is registered,
 
 say() { echo "$*" >&2; }
 
-build_packages=(cmake libcereal-dev libsimdjson-dev ninja-build nlohmann-json3-dev rapidjson-dev g++
+build_packages=(cmake libcereal-dev libsimdjson-dev libxml2-dev ninja-build nlohmann-json3-dev rapidjson-dev g++
     g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev libz-mingw-w64-dev wine wine64 zlib1g-dev)
 test_packages=(googletest)
 tool_packages=(clang clang-format clang-tidy libclang-rt-14-dev)

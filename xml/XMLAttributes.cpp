@@ -1,0 +1,87 @@
+#include "xml/XMLAttributes.h"
+
+#include "xml/ItemAnswers.h"
+
+namespace mova {
+namespace {
+
+constexpr auto noSuchIndex = u"The index is outside the attributes.";
+constexpr auto nameless = u"An attribute must have a name.";
+constexpr auto comesAgain = u"There is an attribute of that name already.";
+
+}  // namespace
+
+STDMETHODIMP XMLAttributes::get_Count(LONG* attributeCount) noexcept {
+    return AnswerCount(items_, attributeCount);
+}
+
+STDMETHODIMP XMLAttributes::GetNamespaceURI(LONG index, BSTR* namespaceURI) noexcept try {
+    return AnswerText(items_, index, &Item::uri, namespaceURI,
+                      [this] { return Refuse<IXMLAttributes>(E_INVALIDARG, noSuchIndex); });
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP XMLAttributes::GetLocalName(LONG index, BSTR* localName) noexcept try {
+    return AnswerText(items_, index, &Item::name, localName,
+                      [this] { return Refuse<IXMLAttributes>(E_INVALIDARG, noSuchIndex); });
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP XMLAttributes::GetValue(LONG index, BSTR* attributeValue) noexcept try {
+    return AnswerText(items_, index, &Item::value, attributeValue,
+                      [this] { return Refuse<IXMLAttributes>(E_INVALIDARG, noSuchIndex); });
+} catch (...) {
+    return CaughtStatus();
+}
+
+LONG XMLAttributes::IndexOf(std::u16string_view uri, std::u16string_view name) noexcept {
+    return IndexOfFirst(items_, [&](const Item& item) { return item.name == name && item.uri == uri; });
+}
+
+STDMETHODIMP XMLAttributes::AddAttribute(BSTR namespaceURI, BSTR localName, BSTR attributeValue) noexcept try {
+    const auto uri = kv::View(namespaceURI);
+    const auto name = kv::View(localName);
+    if (name.empty()) return Refuse<IXMLAttributes>(E_INVALIDARG, nameless);
+    if (IndexOf(uri, name) >= 0) return Refuse<IXMLAttributes>(E_INVALIDARG, comesAgain);
+    Item& item = items_.Next();
+    item.uri = uri;
+    item.name = name;
+    item.value = kv::View(attributeValue);
+    items_.Keep();
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP XMLAttributes::SetValue(LONG index, BSTR attributeValue) noexcept try {
+    if (!HasItem(items_, index)) return Refuse<IXMLAttributes>(E_INVALIDARG, noSuchIndex);
+    items_[static_cast<std::size_t>(index)].value = kv::View(attributeValue);
+    return S_OK;
+} catch (...) {
+    return CaughtStatus();
+}
+
+STDMETHODIMP XMLAttributes::FindAttribute(BSTR namespaceURI, BSTR localName, LONG* index) noexcept {
+    if (!index) return Refuse(E_POINTER);
+    *index = IndexOf(kv::View(namespaceURI), kv::View(localName));
+    return S_OK;
+}
+
+STDMETHODIMP XMLAttributes::Remove(LONG index) noexcept {
+    if (!HasItem(items_, index)) return Refuse<IXMLAttributes>(E_INVALIDARG, noSuchIndex);
+    items_.Remove(static_cast<std::size_t>(index));
+    return S_OK;
+}
+
+STDMETHODIMP XMLAttributes::RemoveAll() noexcept {
+    items_.RemoveAll();
+    return S_OK;
+}
+
+void STDMETHODCALLTYPE XMLAttributes::AppendTo(std::vector<xml::Attribute>& attributes) const {
+    for (const Item& item : items_) attributes.push_back({item.uri, item.name, item.value});
+}
+
+}  // namespace mova
