@@ -28,7 +28,8 @@ class Arena {
         if (rounded > static_cast<std::size_t>(end_ - next_) || rounded < size) return TakeFromNewBlock(size);
         return std::exchange(next_, next_ + rounded);
     }
-    /// Gives back the end of the piece that was taken last. @param size what is kept of it
+    /// Gives back the end of the piece that was taken last, of a kilobyte at most: larger ones may lie alone.
+    /// @param size what is kept of it
     void Shorten(void* piece, std::size_t size) noexcept { next_ = static_cast<std::byte*>(piece) + Rounded(size); }
 
  private:

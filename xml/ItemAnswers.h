@@ -3,7 +3,7 @@
 
 #include <movaSystem.h>
 
-#include <limits>
+#include <algorithm>
 #include <string>
 
 #include "kvcore/BString.h"

@@ -1,5 +1,6 @@
 #include "xml/XMLWriter.h"
 
+#include <algorithm>
 #include <array>
 #include <type_traits>
 
@@ -86,42 +87,25 @@ STDMETHODIMP XMLWriter::get_OutputStream(IStream** stream) noexcept {
 
 // Elements
 
-HRESULT XMLWriter::Gather(IXMLAttributes& attributes) {
-    const kv::Ptr<IXMLAttributes> held(&attributes);
-    if (const auto own = held.As<IHoldsAttributes>()) {
-        own->AppendTo(attributes_);
+/// Takes what a collection holds: all at once where it is one of ours, else text by text.
+template <class Own, class Collection, class Part, class... Getters>
+HRESULT XMLWriter::Gather(Collection& collection, std::vector<Part>& parts, Getters... getters) {
+    const kv::Ptr<Collection> held(&collection);
+    if (const auto own = held.template As<Own>()) {
+        own->AppendTo(parts);
         return S_OK;
     }
     LONG count = 0;
-    if (HRESULT status = attributes.get_Count(&count); FAILED(status)) return status;
+    if (HRESULT status = collection.get_Count(&count); FAILED(status)) return status;
     for (LONG i = 0; i < count; ++i) {
-        kv::BString uri;
-        kv::BString name;
-        kv::BString value;
-        if (HRESULT status = attributes.GetNamespaceURI(i, uri.Put()); FAILED(status)) return status;
-        if (HRESULT status = attributes.GetLocalName(i, name.Put()); FAILED(status)) return status;
-        if (HRESULT status = attributes.GetValue(i, value.Put()); FAILED(status)) return status;
-        attributes_.push_back({uri.View(), name.View(), value.View()});
-        for (kv::BString* text : {&uri, &name, &value}) texts_.push_back(std::move(*text));
-    }
-    return S_OK;
-}
-
-HRESULT XMLWriter::Gather(IXMLNamespaces& namespaces) {
-    const kv::Ptr<IXMLNamespaces> held(&namespaces);
-    if (const auto own = held.As<IHoldsNamespaces>()) {
-        own->AppendTo(declarations_);
-        return S_OK;
-    }
-    LONG count = 0;
-    if (HRESULT status = namespaces.get_Count(&count); FAILED(status)) return status;
-    for (LONG i = 0; i < count; ++i) {
-        kv::BString prefix;
-        kv::BString uri;
-        if (HRESULT status = namespaces.GetPrefix(i, prefix.Put()); FAILED(status)) return status;
-        if (HRESULT status = namespaces.GetURI(i, uri.Put()); FAILED(status)) return status;
-        declarations_.push_back({prefix.View(), uri.View()});
-        for (kv::BString* text : {&prefix, &uri}) texts_.push_back(std::move(*text));
+        const std::size_t first = texts_.size();
+        for (const auto getter : {getters...}) {
+            kv::BString text;
+            if (HRESULT status = (collection.*getter)(i, text.Put()); FAILED(status)) return status;
+            texts_.push_back(std::move(text));
+        }
+        std::size_t next = first;
+        parts.push_back(Part{(static_cast<void>(getters), texts_[next++].View())...});
     }
     return S_OK;
 }
@@ -149,10 +133,14 @@ STDMETHODIMP XMLWriter::StartElement(BSTR name, BSTR namespaceURI, IXMLAttribute
         texts_.clear();
         if (kv::View(name).empty()) return StatusOf(xml::Refusal::Nameless);
         if (namespaces) {
-            if (HRESULT status = Gather(*namespaces); FAILED(status)) return status;
+            const HRESULT status = Gather<IHoldsNamespaces>(*namespaces, declarations_, &IXMLNamespaces::GetPrefix,
+                                                            &IXMLNamespaces::GetURI);
+            if (FAILED(status)) return status;
         }
         if (attributes) {
-            if (HRESULT status = Gather(*attributes); FAILED(status)) return status;
+            const HRESULT status = Gather<IHoldsAttributes>(*attributes, attributes_, &IXMLAttributes::GetNamespaceURI,
+                                                            &IXMLAttributes::GetLocalName, &IXMLAttributes::GetValue);
+            if (FAILED(status)) return status;
         }
         return StatusOf(emitter_.StartElement(kv::View(name), kv::View(namespaceURI), attributes_, declarations_,
                                               empty != VARIANT_FALSE));
