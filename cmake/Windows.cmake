@@ -120,6 +120,8 @@ add_library(
   xml/Base64.cpp
   xml/Emitter.cpp
   xml/NamespaceMap.cpp
+  xml/SchemaRelease.cpp
+  xml/TypeMap.cpp
   xml/XMLAttributes.cpp
   xml/XMLNamespaces.cpp
   xml/XMLTypeMapper.cpp

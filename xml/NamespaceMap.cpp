@@ -1,10 +1,11 @@
 #include "xml/NamespaceMap.h"
 
+#include "xml/SchemaRelease.h"
+
 namespace xml {
 namespace {
 
 constexpr std::u16string_view xmlPrefix = u"xml";
-constexpr std::u16string_view xmlUri = u"http://www.w3.org/XML/1998/namespace";
 
 }  // namespace
 
