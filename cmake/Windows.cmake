@@ -113,19 +113,25 @@ add_library(
   streams/FileOutcome.cpp
   streams/GrowingMemory.cpp
   streams/MemoryBlobStream.cpp
+  streams/MemoryContent.cpp
   streams/ObjectCopy.cpp
   streams/ObjectStream.cpp
   streams/ObjectTrace.cpp
   streams/VariantStreamIO.cpp
   xml/Base64.cpp
+  xml/DocumentText.cpp
   xml/Emitter.cpp
   xml/NamespaceMap.cpp
   xml/SchemaRelease.cpp
   xml/TypeMap.cpp
   xml/XMLAttributes.cpp
+  xml/XMLFlags.cpp
   xml/XMLNamespaces.cpp
+  xml/XMLStream.cpp
   xml/XMLTypeMapper.cpp
   xml/XMLWriter.cpp
+  xml/XmlNames.cpp
+  xml/XmlNamespaceUtils.cpp
   xml/XmlValues.cpp)
 target_link_libraries(mova-server PUBLIC mova-windows)
 add_dependencies(mova-server mova-idl)

@@ -27,7 +27,6 @@ constexpr auto noJsonValue = u"A value of this type cannot be written as JSON.";
 constexpr auto noTextValue = u"A value of this type has no text.";
 constexpr auto tooDeep = u"The value has too many levels.";
 constexpr auto halfAnObject = u"The object did not end what it began.";
-constexpr auto noDateText = u"The date is outside the years 100 to 9999.";
 
 /// The text of a value between quotation marks.
 class QuotedText {
@@ -365,7 +364,7 @@ STDMETHODIMP JSONWriter::WriteDateText(BSTR name, DATE date) noexcept {
     if (!HasOutput()) return RefuseOutput();
     QuotedText text;
     char* const end = xml::FormatDate(text.Begin(), date);
-    if (!end) return Refuse<IJSONWriter>(E_INVALIDARG, noDateText);
+    if (!end) return Refuse<IJSONWriter>(E_INVALIDARG, xml::noDateText);
     return Member(name, [&](json::Emitter& out) { out.Token(text.Finish(end)); });
 }
 
@@ -413,7 +412,7 @@ STDMETHODIMP JSONWriter::WriteDateTextElement(DATE date) noexcept {
     if (!HasOutput()) return RefuseOutput();
     QuotedText text;
     char* const end = xml::FormatDate(text.Begin(), date);
-    if (!end) return Refuse<IJSONWriter>(E_INVALIDARG, noDateText);
+    if (!end) return Refuse<IJSONWriter>(E_INVALIDARG, xml::noDateText);
     return Element([&](json::Emitter& out) { out.Token(text.Finish(end)); });
 }
 
@@ -485,7 +484,7 @@ STDMETHODIMP JSONWriter::WriteValueText(BSTR name, VARIANT value) noexcept try {
     char* end = nullptr;
     if (read->vt != VT_BSTR && !isNull) {
         end = FormatValueText(text.Begin(), *read);
-        if (!end) return Refuse<IJSONWriter4>(E_INVALIDARG, read->vt == VT_DATE ? noDateText : noTextValue);
+        if (!end) return Refuse<IJSONWriter4>(E_INVALIDARG, read->vt == VT_DATE ? xml::noDateText : noTextValue);
     }
     const auto put = [&](json::Emitter& out) {
         if (isNull) return out.Null();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -15,6 +17,13 @@ class BString {
     explicit BString(std::u16string_view text)
         : text_(SysAllocStringLen(Wide(text.data()), static_cast<UINT>(text.size()))) {
         if (!text_) throw std::bad_alloc();
+    }
+    /// A text of so many units, yet to be filled in. @throw std::bad_alloc where there is no memory for it.
+    static BString OfLength(std::size_t units) {
+        constexpr std::size_t longest = std::numeric_limits<std::int32_t>::max() / sizeof(char16_t);
+        BString made = Attach(units <= longest ? SysAllocStringLen(nullptr, static_cast<UINT>(units)) : nullptr);
+        if (!made.text_) throw std::bad_alloc();
+        return made;
     }
     BString(BString&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
     BString& operator=(BString&& other) noexcept {
@@ -36,6 +45,8 @@ class BString {
     }
 
     BSTR Get() const noexcept { return text_; }
+    /// The units, to be filled in.
+    char16_t* Units() noexcept { return reinterpret_cast<char16_t*>(text_); }
     std::u16string_view View() const noexcept { return kv::View(text_); }
 
  private:

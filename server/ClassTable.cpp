@@ -24,9 +24,12 @@
 #include "streams/UnbufferedFileStream.h"
 #include "streams/VariantStreamIO.h"
 #include "xml/XMLAttributes.h"
+#include "xml/XMLFlags.h"
 #include "xml/XMLNamespaces.h"
+#include "xml/XMLStream.h"
 #include "xml/XMLTypeMapper.h"
 #include "xml/XMLWriter.h"
+#include "xml/XmlNamespaceUtils.h"
 
 namespace mova {
 namespace {
@@ -63,10 +66,13 @@ constinit const ClassEntry classTable[] = {
     NewObject<PropertySetArray>(u"PropertySetArray"),
     NewObject<ObjectCopy>(u"ObjectCopy"),
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
+    NewObject<XmlNamespaceUtils>(u"XmlNamespaceUtils"),
+    NewObject<XMLStream>(u"XMLStream"),
     NewObject<XMLAttributes>(u"XMLAttributes"),
     NewObject<XMLNamespaces>(u"XMLNamespaces"),
     ThreadSingleton<XMLTypeMapper>(u"XMLTypeMapper"),
     NewObject<XMLWriter>(u"XMLWriter"),
+    NewObject<XMLFlags>(u"XMLFlags"),
     NewObject<JSONWriter>(u"JSONWriter"),
     NewObject<JSONReader>(u"JSONReader"),
     NewObject<JSONArray>(u"JSONArray"),

@@ -49,7 +49,7 @@ std::size_t TypeMap::HashClass::operator()(const kv::IdBits& id) const noexcept 
 
 bool TypeMap::Add(const TypeName& type, const kv::IdBits& classId) {
     if (const auto there = FindClass(type)) return *there == classId;
-    auto added = std::make_unique<AddedType>(std::u16string(type.name), std::u16string(type.uri), classId, nextNumber_);
+    auto added = std::make_unique<AddedType>(type, classId, nextNumber_);
     if (added_.size() == added_.capacity()) added_.reserve(added_.size() * 2 + 8);
     const auto place = byType_.insert(added.get()).first;
     try {

@@ -63,6 +63,9 @@ class TypeMap {
 
  private:
     struct AddedType {
+        AddedType(const TypeName& type, const kv::IdBits& id, std::uint64_t place)
+            : name(type.name), uri(type.uri), classId(id), number(place) {}
+
         std::u16string name, uri;
         kv::IdBits classId;
         std::uint64_t number;  ///< grows with each that is added

@@ -11,29 +11,30 @@ constexpr auto comesAgain = u"There is an attribute of that name already.";
 
 }  // namespace
 
+HRESULT XMLAttributes::RefuseIndex() const noexcept {
+    return Refuse<IXMLAttributes>(E_INVALIDARG, noSuchIndex);
+}
+
+HRESULT XMLAttributes::HandOut(LONG index, std::u16string Item::*part, BSTR* text) noexcept try {
+    return AnswerText(items_, index, part, text, [this] { return RefuseIndex(); });
+} catch (...) {
+    return CaughtStatus();
+}
+
 STDMETHODIMP XMLAttributes::get_Count(LONG* attributeCount) noexcept {
     return AnswerCount(items_, attributeCount);
 }
 
-STDMETHODIMP XMLAttributes::GetNamespaceURI(LONG index, BSTR* namespaceURI) noexcept try {
-    return AnswerText(items_, index, &Item::uri, namespaceURI,
-                      [this] { return Refuse<IXMLAttributes>(E_INVALIDARG, noSuchIndex); });
-} catch (...) {
-    return CaughtStatus();
+STDMETHODIMP XMLAttributes::GetNamespaceURI(LONG index, BSTR* namespaceURI) noexcept {
+    return HandOut(index, &Item::uri, namespaceURI);
 }
 
-STDMETHODIMP XMLAttributes::GetLocalName(LONG index, BSTR* localName) noexcept try {
-    return AnswerText(items_, index, &Item::name, localName,
-                      [this] { return Refuse<IXMLAttributes>(E_INVALIDARG, noSuchIndex); });
-} catch (...) {
-    return CaughtStatus();
+STDMETHODIMP XMLAttributes::GetLocalName(LONG index, BSTR* localName) noexcept {
+    return HandOut(index, &Item::name, localName);
 }
 
-STDMETHODIMP XMLAttributes::GetValue(LONG index, BSTR* attributeValue) noexcept try {
-    return AnswerText(items_, index, &Item::value, attributeValue,
-                      [this] { return Refuse<IXMLAttributes>(E_INVALIDARG, noSuchIndex); });
-} catch (...) {
-    return CaughtStatus();
+STDMETHODIMP XMLAttributes::GetValue(LONG index, BSTR* attributeValue) noexcept {
+    return HandOut(index, &Item::value, attributeValue);
 }
 
 LONG XMLAttributes::IndexOf(std::u16string_view uri, std::u16string_view name) noexcept {
@@ -56,7 +57,7 @@ STDMETHODIMP XMLAttributes::AddAttribute(BSTR namespaceURI, BSTR localName, BSTR
 }
 
 STDMETHODIMP XMLAttributes::SetValue(LONG index, BSTR attributeValue) noexcept try {
-    if (!HasItem(items_, index)) return Refuse<IXMLAttributes>(E_INVALIDARG, noSuchIndex);
+    if (!HasItem(items_, index)) return RefuseIndex();
     items_[static_cast<std::size_t>(index)].value = kv::View(attributeValue);
     return S_OK;
 } catch (...) {
@@ -70,7 +71,7 @@ STDMETHODIMP XMLAttributes::FindAttribute(BSTR namespaceURI, BSTR localName, LON
 }
 
 STDMETHODIMP XMLAttributes::Remove(LONG index) noexcept {
-    if (!HasItem(items_, index)) return Refuse<IXMLAttributes>(E_INVALIDARG, noSuchIndex);
+    if (!HasItem(items_, index)) return RefuseIndex();
     items_.Remove(static_cast<std::size_t>(index));
     return S_OK;
 }

@@ -33,6 +33,8 @@ class XMLAttributes final : public Component<XMLAttributes, ::XMLAttributes, IXM
     struct Item {
         std::u16string uri, name, value;
     };
+    HRESULT RefuseIndex() const noexcept;
+    HRESULT HandOut(LONG index, std::u16string Item::*part, BSTR* text) noexcept;
     LONG IndexOf(std::u16string_view uri, std::u16string_view name) noexcept;
 
     xml::ReusedItems<Item> items_;

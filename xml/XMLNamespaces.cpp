@@ -11,22 +11,26 @@ constexpr auto noNamespace = u"A prefix must stand for a namespace.";
 
 }  // namespace
 
+HRESULT XMLNamespaces::RefuseIndex() const noexcept {
+    return Refuse<IXMLNamespaces>(E_INVALIDARG, noSuchIndex);
+}
+
+HRESULT XMLNamespaces::HandOut(LONG index, std::u16string Item::*part, BSTR* text) noexcept try {
+    return AnswerText(items_, index, part, text, [this] { return RefuseIndex(); });
+} catch (...) {
+    return CaughtStatus();
+}
+
 STDMETHODIMP XMLNamespaces::get_Count(LONG* namespaceCount) noexcept {
     return AnswerCount(items_, namespaceCount);
 }
 
-STDMETHODIMP XMLNamespaces::GetPrefix(LONG index, BSTR* prefix) noexcept try {
-    return AnswerText(items_, index, &Item::prefix, prefix,
-                      [this] { return Refuse<IXMLNamespaces>(E_INVALIDARG, noSuchIndex); });
-} catch (...) {
-    return CaughtStatus();
+STDMETHODIMP XMLNamespaces::GetPrefix(LONG index, BSTR* prefix) noexcept {
+    return HandOut(index, &Item::prefix, prefix);
 }
 
-STDMETHODIMP XMLNamespaces::GetURI(LONG index, BSTR* namespaceURI) noexcept try {
-    return AnswerText(items_, index, &Item::uri, namespaceURI,
-                      [this] { return Refuse<IXMLNamespaces>(E_INVALIDARG, noSuchIndex); });
-} catch (...) {
-    return CaughtStatus();
+STDMETHODIMP XMLNamespaces::GetURI(LONG index, BSTR* namespaceURI) noexcept {
+    return HandOut(index, &Item::uri, namespaceURI);
 }
 
 STDMETHODIMP XMLNamespaces::AddNamespace(BSTR prefix, BSTR namespaceURI) noexcept try {
@@ -57,7 +61,7 @@ STDMETHODIMP XMLNamespaces::FindURI(BSTR namespaceURI, LONG* index) noexcept {
 }
 
 STDMETHODIMP XMLNamespaces::Remove(LONG index) noexcept {
-    if (!HasItem(items_, index)) return Refuse<IXMLNamespaces>(E_INVALIDARG, noSuchIndex);
+    if (!HasItem(items_, index)) return RefuseIndex();
     items_.Remove(static_cast<std::size_t>(index));
     return S_OK;
 }

@@ -32,6 +32,8 @@ class XMLNamespaces final : public Component<XMLNamespaces, ::XMLNamespaces, IXM
     struct Item {
         std::u16string prefix, uri;
     };
+    HRESULT RefuseIndex() const noexcept;
+    HRESULT HandOut(LONG index, std::u16string Item::*part, BSTR* text) noexcept;
 
     xml::ReusedItems<Item> items_;
 };

@@ -5,7 +5,7 @@
 #include <type_traits>
 
 #include "kvcore/NumberText.h"
-#include "kvcore/SafeArray.h"
+#include "xml/ByteArrays.h"
 #include "xml/ElementParts.h"
 #include "xml/XmlValues.h"
 
@@ -19,8 +19,6 @@ constexpr auto unknownNamespace = u"The namespace of the element is not declared
 constexpr auto unknownAttributeNamespace = u"The namespace of an attribute is not declared with a prefix.";
 constexpr auto nothingOpen = u"No element is open.";
 constexpr auto notDeclared = u"The namespace is not declared.";
-constexpr auto noDateText = u"The date is outside the years 100 to 9999.";
-constexpr auto noBytes = u"The value is not an array of bytes.";
 
 /// Sets a flag for as long as it lives.
 class Busy {
@@ -56,7 +54,7 @@ HRESULT XMLWriter::WriteValue(Format format) noexcept {
     return Perform([&] {
         std::array<char, kv::numberTextSize> text;
         const char* const end = format(text.data());
-        if (!end) return Refuse<IXMLWriter>(E_INVALIDARG, noDateText);
+        if (!end) return Refuse<IXMLWriter>(E_INVALIDARG, xml::noDateText);
         emitter_.Ascii({text.data(), end});
         return S_OK;
     });
@@ -256,9 +254,9 @@ STDMETHODIMP XMLWriter::WriteCurrency(CY amount) noexcept {
 
 STDMETHODIMP XMLWriter::WriteBase64(VARIANT bytes) noexcept {
     return Perform([&] {
-        const auto view = kv::ArrayView::Of(bytes);
-        if (!view || view->Type() != VT_UI1) return Refuse<IXMLWriter2>(E_INVALIDARG, noBytes);
-        emitter_.Base64({static_cast<const std::byte*>(view->Data()), view->Count()});
+        const auto found = BytesIn(bytes);
+        if (!found) return Refuse<IXMLWriter2>(E_INVALIDARG, noBytes);
+        emitter_.Base64(*found);
         return S_OK;
     });
 }

@@ -4,11 +4,14 @@
 #include <cmath>
 #include <limits>
 
+#include "kvcore/GuidText.h"
 #include "kvcore/JsTime.h"
 #include "kvcore/NumberText.h"
 
 namespace xml {
 namespace {
+
+__extension__ using Wide = unsigned __int128;
 
 constexpr std::int64_t secondsPerMinute = 60;
 constexpr std::int64_t secondsPerDay = 86'400;
@@ -17,11 +20,11 @@ constexpr bool IsDigit(char16_t unit) noexcept {
     return unit >= u'0' && unit <= u'9';
 }
 
-std::u16string_view WithoutBlanks(std::u16string_view text) noexcept {
-    constexpr std::u16string_view blanks = u" \t\r\n";
-    const std::size_t first = std::min(text.find_first_not_of(blanks), text.size());
-    text.remove_prefix(first);
-    return text.substr(0, text.find_last_not_of(blanks) + 1);
+/// What a hexadecimal digit counts; above 15 for any other unit.
+constexpr unsigned HexDigitOf(char16_t unit) noexcept {
+    if (IsDigit(unit)) return unit - u'0';
+    const auto lower = static_cast<char16_t>(unit | 0x20);
+    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10u : 16u;
 }
 
 bool TakeOne(std::u16string_view& text, char16_t unit) noexcept {
@@ -148,7 +151,22 @@ char* PutTwo(char* out, std::int64_t number) noexcept {
     return out;
 }
 
+/// Takes digits from the front of a text.
+std::u16string_view TakeDigits(std::u16string_view& text) noexcept {
+    const auto* const end = std::find_if_not(text.begin(), text.end(), IsDigit);
+    const std::u16string_view digits(text.begin(), end);
+    text.remove_prefix(digits.size());
+    return digits;
+}
+
 }  // namespace
+
+std::u16string_view WithoutBlanks(std::u16string_view text) noexcept {
+    const auto* const first = std::find_if_not(text.begin(), text.end(), IsBlank);
+    text.remove_prefix(static_cast<std::size_t>(first - text.begin()));
+    while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+    return text;
+}
 
 std::optional<double> ReadDouble(std::u16string_view text) noexcept {
     text = WithoutBlanks(text);
@@ -172,6 +190,73 @@ std::optional<std::int64_t> ReadInteger(std::u16string_view text, std::int64_t l
         isNegative ? 0 - static_cast<std::uint64_t>(least) : static_cast<std::uint64_t>(greatest);
     if (number > limit) return {};
     return static_cast<std::int64_t>(isNegative ? 0 - number : number);
+}
+
+std::optional<std::uint64_t> ReadUnsigned(std::u16string_view text, std::uint64_t greatest) noexcept {
+    const auto number = ReadDecimal(text);
+    if (!number || text.find(u'.') != std::u16string_view::npos || number->isNegative || number->high != 0 ||
+        number->low > greatest)
+        return {};
+    return number->low;
+}
+
+std::optional<Decimal> ReadDecimal(std::u16string_view text) noexcept {
+    text = WithoutBlanks(text);
+    const bool isNegative = TakeOne(text, u'-');
+    if (!isNegative) TakeOne(text, u'+');
+    const std::u16string_view whole = TakeDigits(text);
+    std::u16string_view fraction;
+    if (TakeOne(text, u'.')) fraction = TakeDigits(text);
+    if (!text.empty() || (whole.empty() && fraction.empty())) return {};
+    fraction = fraction.substr(0, fraction.find_last_not_of(u'0') + 1);
+    if (fraction.size() > greatestScale) return {};
+    constexpr int bits = 96;
+    Wide number = 0;
+    for (const std::u16string_view digits : {whole, fraction}) {
+        for (const char16_t digit : digits) {
+            number = number * 10 + static_cast<unsigned>(digit - u'0');
+            if (number >> bits != 0) return {};
+        }
+    }
+    return Decimal{static_cast<std::uint32_t>(number >> 64), static_cast<std::uint64_t>(number),
+                   static_cast<int>(fraction.size()), isNegative && number != 0};
+}
+
+std::optional<std::int64_t> ReadCurrency(std::u16string_view text) noexcept {
+    constexpr int decimals = 4;
+    const auto number = ReadDecimal(text);
+    if (!number || number->high != 0 || number->scale > decimals) return {};
+    Wide amount = number->low;
+    for (int scale = number->scale; scale < decimals; ++scale) amount *= 10;
+    constexpr Wide half = Wide{1} << 63;  // there is one more below 0
+    if (amount > half || (amount == half && !number->isNegative)) return {};
+    const auto magnitude = static_cast<std::uint64_t>(amount);
+    return static_cast<std::int64_t>(number->isNegative ? 0 - magnitude : magnitude);
+}
+
+std::optional<kv::IdBits> ReadGuid(std::u16string_view text) noexcept {
+    return kv::ParseGuid(WithoutBlanks(text));
+}
+
+std::optional<std::size_t> ReadHex(std::byte* out, std::u16string_view text) noexcept {
+    text = WithoutBlanks(text);
+    if (text.size() % 2 != 0) return {};
+    for (std::size_t i = 0; i < text.size(); i += 2) {
+        const unsigned high = HexDigitOf(text[i]);
+        const unsigned low = HexDigitOf(text[i + 1]);
+        if ((high | low) > 15) return {};
+        *out++ = static_cast<std::byte>(high << 4 | low);
+    }
+    return text.size() / 2;
+}
+
+char16_t* PutHex(char16_t* out, std::span<const std::byte> bytes) noexcept {
+    constexpr std::u16string_view digits = u"0123456789ABCDEF";
+    for (const std::byte byte : bytes) {
+        *out++ = digits[std::to_integer<std::size_t>(byte >> 4)];
+        *out++ = digits[std::to_integer<std::size_t>(byte & std::byte{0xF})];
+    }
+    return out;
 }
 
 std::optional<bool> ReadBoolean(std::u16string_view text) noexcept {

@@ -52,6 +52,77 @@ TEST(XmlValues, ReadsNumbersAndBooleans) {
     for (const std::u16string_view text : {u"", u"True", u"yes", u"2", u"tr ue"}) EXPECT_FALSE(ReadBoolean(text));
 }
 
+TEST(XmlValues, ReadsIntegersFromZeroOn) {
+    constexpr auto greatest = std::numeric_limits<std::uint64_t>::max();
+    const struct {
+        std::u16string_view text;
+        std::uint64_t greatest;
+        std::optional<std::uint64_t> number;
+    } rows[] = {{u" +007\n", 255, 7},
+                {u"255", 255, 255},
+                {u"256", 255, {}},
+                {u"-0", 255, 0},
+                {u"-1", 255, {}},
+                {u"1.", 255, {}},
+                {u"1.0", 255, {}},
+                {u"", 255, {}},
+                {u"+", 255, {}},
+                {u"1e1", 255, {}},
+                {u"18446744073709551615", greatest, greatest},
+                {u"0000000000000000000000000000018446744073709551615", greatest, greatest},
+                {u"18446744073709551616", greatest, {}},
+                {u"36893488147419103232", greatest, {}},
+                {u"99999999999999999999999999999999999999999", greatest, {}}};
+    for (const auto& row : rows) EXPECT_EQ(ReadUnsigned(row.text, row.greatest), row.number) << kv::Utf8(row.text);
+}
+
+TEST(XmlValues, ReadsDecimalsAndAmountsWithoutLosingADigit) {
+    const struct {
+        std::u16string_view text;
+        std::optional<Decimal> number;
+        std::optional<std::int64_t> amount;
+    } rows[] = {{u" -12.50 ", Decimal{0, 125, 1, true}, -125'000},
+                {u".5", Decimal{0, 5, 1, false}, 5'000},
+                {u"+5.", Decimal{0, 5, 0, false}, 50'000},
+                {u"-0.0", Decimal{}, 0},
+                {u"0.00010000", Decimal{0, 1, 4, false}, 1},
+                {u"0.00001", Decimal{0, 1, 5, false}, {}},
+                {u"922337203685477.5807", Decimal{0, 9'223'372'036'854'775'807, 4, false}, INT64_MAX},
+                {u"-922337203685477.5808", Decimal{0, 9'223'372'036'854'775'808u, 4, true}, INT64_MIN},
+                {u"922337203685477.5808", Decimal{0, 9'223'372'036'854'775'808u, 4, false}, {}},
+                {u"18446744073709551615", Decimal{0, UINT64_MAX, 0, false}, {}},
+                {u"79228162514264337593543950335", Decimal{UINT32_MAX, UINT64_MAX, 0, false}, {}},
+                {u"-7.9228162514264337593543950335", Decimal{UINT32_MAX, UINT64_MAX, 28, true}, {}},
+                {u"79228162514264337593543950336", {}, {}},
+                {u"79228162514264337593543950335.5", {}, {}},
+                {u"0.00000000000000000000000000001", {}, {}},
+                {u"0.000000000000000000000000000010", {}, {}},
+                {u"1e2", {}, {}},
+                {u"INF", {}, {}},
+                {u"", {}, {}},
+                {u".", {}, {}},
+                {u"-", {}, {}},
+                {u"1 2", {}, {}},
+                {u"--1", {}, {}},
+                {u"1,5", {}, {}}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(ReadDecimal(row.text), row.number) << kv::Utf8(row.text);
+        EXPECT_EQ(ReadCurrency(row.text), row.amount) << kv::Utf8(row.text);
+    }
+}
+
+TEST(XmlValues, ReadsAndWritesHexadecimalDigits) {
+    std::array<std::byte, 4> bytes{};
+    EXPECT_EQ(ReadHex(bytes.data(), u"\t0fA9bCfF\n"), 4u);
+    std::u16string text(8, u'?');
+    EXPECT_EQ(PutHex(text.data(), bytes), text.data() + 8);
+    EXPECT_EQ(text, u"0FA9BCFF");
+    EXPECT_EQ(ReadHex(bytes.data(), u" "), 0u);
+    for (const std::u16string_view bad :
+         {u"0", u"0 0", u"0g", u"/0", u"0:", u"@0", u"G0", u"0`", u"\u0130A", u"\uFF10A"})
+        EXPECT_FALSE(ReadHex(bytes.data(), bad)) << kv::Utf8(bad);
+}
+
 TEST(XmlValues, ReadsAndWritesDates) {
     const struct {
         std::u16string_view text;

@@ -14,7 +14,7 @@ kv::Ptr<IStream> Filled(kv::Ptr<IStream> stream, std::string_view content) {
 
 kv::Ptr<IStream> OfFile(const char16_t* className, const TemporaryFolder& folder, std::string_view content,
                         int number) {
-    const auto path = folder / (u"stream" + std::u16string(1, static_cast<char16_t>(u'a' + number)));
+    const auto path = folder / (u"stream" + kv::Utf16(std::to_string(number)));
     return Filled(OpenFile(className, path, movaFileModeCreateNew).As<IStream>(), content);
 }
 
@@ -79,6 +79,8 @@ const std::vector<StreamKind>& StreamKinds() {
     static const std::vector<StreamKind> kinds{
         {"MemoryBlobStream",
          [](const TemporaryFolder&, std::string_view content, int) { return MemoryStream(content); }},
+        {"XMLStream", [](const TemporaryFolder&, std::string_view content,
+                         int) { return Filled(New<IStream>(u"XMLStream"), content); }},
         FileKind("FileStream", u"FileStream"),
         FileKind("UnbufferedFileStream", u"UnbufferedFileStream"),
         FileKind("BufferedFileStream", u"BufferedFileStream"),

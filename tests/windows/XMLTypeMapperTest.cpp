@@ -11,16 +11,26 @@ kv::Ptr<IXMLTypeMapper> Mapper() {
     return New<IXMLTypeMapper>(u"XMLTypeMapper");
 }
 
-template <class Value>
-using FromText = HRESULT (STDMETHODCALLTYPE IXMLTypeMapper::*)(BSTR, Value*);
-template <class Value>
-using ToText = HRESULT (STDMETHODCALLTYPE IXMLTypeMapper::*)(Value, BSTR*);
+/// A mapper whose map is what the library has: the thread lets go of the one before.
+kv::Ptr<IXMLTypeMapper2> FreshMapper() {
+    kv::Ptr<ISingletonRelease> release;
+    EXPECT_EQ(CoGetClassObject(__uuidof(::XMLTypeMapper), CLSCTX_INPROC_SERVER, nullptr, __uuidof(ISingletonRelease),
+                               release.PutVoid()),
+              S_OK);
+    EXPECT_EQ(release->ReleaseInstance(), S_OK);
+    return New<IXMLTypeMapper2>(u"XMLTypeMapper");
+}
+
+template <class I, class Value>
+using FromText = HRESULT (STDMETHODCALLTYPE I::*)(BSTR, Value*);
+template <class I, class Value>
+using ToText = HRESULT (STDMETHODCALLTYPE I::*)(Value, BSTR*);
 
 /// Reads a text, writes what it is, and sees what no text gives.
-template <class Value>
-void ExpectPair(FromText<Value> fromText, ToText<Value> toText, std::u16string_view text, Value value,
+template <class Value, class I = IXMLTypeMapper>
+void ExpectPair(FromText<I, Value> fromText, ToText<I, Value> toText, std::u16string_view text, Value value,
                 std::string_view again, std::string_view reason) {
-    const auto mapper = Mapper();
+    const auto mapper = New<I>(u"XMLTypeMapper");
     Value read{};
     EXPECT_EQ((mapper.Get()->*fromText)(Bstr(text), &read), S_OK) << kv::Utf8(text);
     EXPECT_EQ(read, value) << kv::Utf8(text);
@@ -30,7 +40,7 @@ void ExpectPair(FromText<Value> fromText, ToText<Value> toText, std::u16string_v
     for (const std::u16string_view bad : {u"", u"x", u"1x", u"99999999999999999999999e999"}) {
         read = value;
         EXPECT_EQ((mapper.Get()->*fromText)(Bstr(bad), &read), E_INVALIDARG) << kv::Utf8(bad);
-        EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLTypeMapper>("XMLTypeMapper", reason));
+        EXPECT_EQ(TakeErrorInfo(), Refusal<I>("XMLTypeMapper", reason));
         EXPECT_EQ(read, Value{});
     }
     EXPECT_EQ((mapper.Get()->*fromText)(nullptr, &read), E_INVALIDARG);
@@ -83,6 +93,244 @@ TEST(XMLTypeMapper, RefusesWhatIsOutsideTheRange) {
     EXPECT_EQ(mapper->BooleanToText(1, text.Put()), S_OK);
     EXPECT_EQ(kv::Utf8(text.View()), "true");
     EXPECT_EQ(Mapper().Get(), mapper.Get()) << "the thread's one";
+}
+
+TEST(XMLTypeMapper, TurnsTheFurtherIntegersIntoTextAndBack) {
+    using Mapper = IXMLTypeMapper2;
+    constexpr auto reason = "The text is not an integer of this size.";
+    ExpectPair<CHAR, Mapper>(&Mapper::TextToSByte, &Mapper::SByteToText, u" -128", -128, "-128", reason);
+    ExpectPair<BYTE, Mapper>(&Mapper::TextToByte, &Mapper::ByteToText, u"255", 255, "255", reason);
+    ExpectPair<USHORT, Mapper>(&Mapper::TextToUShort, &Mapper::UShortToText, u"+65535", 65535, "65535", reason);
+    ExpectPair<ULONG, Mapper>(&Mapper::TextToULong, &Mapper::ULongToText, u"4294967295\n", 4294967295, "4294967295",
+                              reason);
+    ExpectPair<ULONGLONG, Mapper>(&Mapper::TextToUInt64, &Mapper::UInt64ToText, u"18446744073709551615", ULLONG_MAX,
+                                  "18446744073709551615", reason);
+    const auto mapper = New<IXMLTypeMapper2>(u"XMLTypeMapper");
+    CHAR small = 1;
+    BYTE byte = 1;
+    USHORT word = 1;
+    ULONG number = 1;
+    ULONGLONG large = 1;
+    for (const HRESULT status :
+         {mapper->TextToSByte(Bstr(u"128"), &small), mapper->TextToSByte(Bstr(u"-129"), &small),
+          mapper->TextToByte(Bstr(u"256"), &byte), mapper->TextToByte(Bstr(u"-1"), &byte),
+          mapper->TextToUShort(Bstr(u"65536"), &word), mapper->TextToULong(Bstr(u"4294967296"), &number),
+          mapper->TextToUInt64(Bstr(u"18446744073709551616"), &large)})
+        EXPECT_EQ(status, E_INVALIDARG);
+    EXPECT_TRUE(small == 0 && byte == 0 && word == 0 && number == 0 && large == 0);
+}
+
+TEST(XMLTypeMapper, TurnsAmountsAndDecimalsIntoTextAndBack) {
+    const auto mapper = New<IXMLTypeMapper2>(u"XMLTypeMapper");
+    CY amount{.int64 = 7};
+    kv::BString text;
+    EXPECT_EQ(mapper->TextToCurrency(Bstr(u" -922337203685477.5808"), &amount), S_OK);
+    EXPECT_EQ(amount.int64, LLONG_MIN);
+    EXPECT_EQ(mapper->CurrencyToText(amount, text.Put()), S_OK);
+    EXPECT_EQ(text.View(), u"-922337203685477.5808");
+    EXPECT_EQ(mapper->TextToCurrency(Bstr(u"0.00001"), &amount), E_INVALIDARG);
+    EXPECT_EQ(TakeErrorInfo(),
+              Refusal<IXMLTypeMapper2>("XMLTypeMapper", "The text is not an amount with four decimals at most."));
+    EXPECT_EQ(amount.int64, 0);
+    EXPECT_EQ(mapper->TextToCurrency(Bstr(u"1"), nullptr), E_POINTER);
+    EXPECT_EQ(mapper->CurrencyToText(amount, nullptr), E_POINTER);
+
+    VARIANT value{};
+    value.vt = VT_DECIMAL;
+    EXPECT_EQ(mapper->TextToDecimal(Bstr(u"-7.9228162514264337593543950335"), &value.decVal), S_OK);
+    EXPECT_EQ(value.vt, VT_DECIMAL) << "the reserved word stays";
+    DECIMAL platforms{};
+    kv::BString same(u"-7.9228162514264337593543950335");
+    EXPECT_EQ(VarDecFromStr(same.Get(), LOCALE_INVARIANT, LOCALE_NOUSEROVERRIDE, &platforms), S_OK);
+    EXPECT_EQ(VarDecCmp(&value.decVal, &platforms), static_cast<HRESULT>(VARCMP_EQ));
+    EXPECT_EQ(mapper->DecimalToText(value.decVal, text.Put()), S_OK);
+    EXPECT_EQ(text.View(), same.View());
+    EXPECT_EQ(mapper->TextToDecimal(Bstr(u"79228162514264337593543950336"), &value.decVal), E_INVALIDARG);
+    EXPECT_EQ(TakeErrorInfo(),
+              Refusal<IXMLTypeMapper2>("XMLTypeMapper",
+                                       "The text is not a decimal number of 96 bits with 28 decimals at most."));
+    EXPECT_EQ(mapper->DecimalToText(value.decVal, text.Put()), S_OK);
+    EXPECT_EQ(text.View(), u"0");
+    value.decVal.scale = 29;
+    EXPECT_EQ(mapper->DecimalToText(value.decVal, text.Put()), E_INVALIDARG);
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLTypeMapper2>("XMLTypeMapper", "The structure is not a decimal number."));
+    EXPECT_EQ(mapper->TextToDecimal(Bstr(u"1"), nullptr), E_POINTER);
+    EXPECT_EQ(mapper->DecimalToText(platforms, nullptr), E_POINTER);
+}
+
+TEST(XMLTypeMapper, TurnsBytesIntoTextAndBack) {
+    const auto mapper = New<IXMLTypeMapper2>(u"XMLTypeMapper");
+    const auto contentOf = [](const kv::Variant& bytes) {
+        const VARIANT& value = bytes.Get();
+        EXPECT_EQ(value.vt, VT_ARRAY | VT_UI1);
+        if (value.vt != (VT_ARRAY | VT_UI1)) return std::string("none");
+        return std::string(static_cast<const char*>(value.parray->pvData), value.parray->rgsabound[0].cElements);
+    };
+    const struct {
+        std::u16string_view base64, again, hex, hexAgain;
+        std::string_view bytes;
+    } rows[] = {{u"Zm9vYmFy", u"Zm9vYmFy", u"666f6F626172", u"666F6F626172", "foobar"},
+                {u" Zg = \t=\r\n", u"Zg==", u" 66\n", u"66", "f"},
+                {u"Z m8=", u"Zm8=", u"666F", u"666F", "fo"},
+                {u"", u"", u"", u"", ""}};
+    for (const auto& row : rows) {
+        kv::Variant bytes;
+        kv::Variant hexBytes;
+        kv::BString text;
+        EXPECT_EQ(mapper->TextToBytes(Bstr(row.base64), bytes.Put()), S_OK);
+        EXPECT_EQ(contentOf(bytes), row.bytes);
+        EXPECT_EQ(mapper->BytesToText(bytes.Get(), text.Put()), S_OK);
+        EXPECT_EQ(text.View(), row.again);
+        EXPECT_EQ(mapper->HexToBytes(Bstr(row.hex), hexBytes.Put()), S_OK);
+        EXPECT_EQ(contentOf(hexBytes), row.bytes);
+        EXPECT_EQ(mapper->BytesToHex(hexBytes.Get(), text.Put()), S_OK);
+        EXPECT_EQ(text.View(), row.hexAgain);
+    }
+    kv::Variant bytes;
+    kv::BString text;
+    EXPECT_EQ(mapper->TextToBytes(nullptr, bytes.Put()), S_OK);
+    for (const std::u16string_view bad : {u"Zg", u"Zh==", u"Zg==Zg==", u"Z-8="}) {
+        EXPECT_EQ(mapper->TextToBytes(Bstr(bad), bytes.Put()), E_INVALIDARG) << kv::Utf8(bad);
+        EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLTypeMapper2>("XMLTypeMapper", "The text is not base64."));
+        EXPECT_EQ(bytes.Get().vt, VT_EMPTY);
+    }
+    for (const std::u16string_view bad : {u"0", u"0x", u"0 00"}) {
+        EXPECT_EQ(mapper->HexToBytes(Bstr(bad), bytes.Put()), E_INVALIDARG) << kv::Utf8(bad);
+        EXPECT_EQ(TakeErrorInfo(),
+                  Refusal<IXMLTypeMapper2>("XMLTypeMapper", "The text is not pairs of hexadecimal digits."));
+    }
+    const kv::Variant shorts = Array(VT_I2, {{3, 0}});
+    for (const HRESULT status :
+         {mapper->BytesToText(shorts.Get(), text.Put()), mapper->BytesToHex(Value(u"00").Get(), text.Put())}) {
+        EXPECT_EQ(status, E_INVALIDARG);
+    }
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLTypeMapper2>("XMLTypeMapper", "The value is not an array of bytes."));
+    for (const HRESULT status : {mapper->TextToBytes(nullptr, nullptr), mapper->HexToBytes(nullptr, nullptr),
+                                 mapper->BytesToText(bytes.Get(), nullptr), mapper->BytesToHex(bytes.Get(), nullptr)})
+        EXPECT_EQ(status, E_POINTER);
+}
+
+TEST(XMLTypeMapper, TurnsIdentifiersIntoTextAndBack) {
+    const auto mapper = New<IXMLIdentifierText>(u"XMLTypeMapper");
+    const GUID expected = __uuidof(::PropertySet);
+    for (const std::u16string_view text :
+         {u"{588E5A11-D09B-11D1-AA7C-00C04FA33A15}", u" 588e5a11-d09b-11d1-aa7c-00c04fa33a15\n"}) {
+        GUID read{};
+        EXPECT_EQ(mapper->TextToGUID(Bstr(text), &read), S_OK);
+        EXPECT_EQ(read, expected);
+    }
+    kv::BString text;
+    EXPECT_EQ(mapper->GUIDToText(&expected, text.Put()), S_OK);
+    EXPECT_EQ(text.View(), u"{588E5A11-D09B-11D1-AA7C-00C04FA33A15}");
+    GUID read = expected;
+    EXPECT_EQ(mapper->TextToGUID(Bstr(u"movaSystem.PropertySet"), &read), E_INVALIDARG);
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLIdentifierText>("XMLTypeMapper", "The text is not a GUID."));
+    EXPECT_EQ(read, GUID{});
+    EXPECT_EQ(mapper->TextToGUID(nullptr, nullptr), E_POINTER);
+    EXPECT_EQ(mapper->GUIDToText(nullptr, text.Put()), E_POINTER);
+    EXPECT_EQ(mapper->GUIDToText(&expected, nullptr), E_POINTER);
+}
+
+TEST(XMLTypeMapper, KnowsTheTypesOfTheLibrary) {
+    const auto mapper = FreshMapper();
+    const std::pair<std::u16string_view, GUID> rows[] = {
+        {u"PropertySet", __uuidof(::PropertySet)},
+        {u"PropertySetProperty", __uuidof(::PropertySetProperty)},
+        {u"PropertySetArray", __uuidof(::PropertySetArray)},
+        {u"PropertySetPropertyArray", __uuidof(::PropertySetPropertyArray)},
+        {u"StrArray", __uuidof(::StrArray)},
+        {u"UID", __uuidof(::UID)}};
+    LONG count = 0;
+    EXPECT_EQ(mapper->get_TypeCount(&count), S_OK);
+    EXPECT_EQ(count, static_cast<LONG>(std::size(rows)));
+    LONG index = 0;
+    for (const auto& [typeName, classId] : rows) {
+        kv::BString name;
+        kv::BString uri;
+        kv::BString id;
+        EXPECT_EQ(mapper->GetType(index++, name.Put(), uri.Put(), id.Put()), S_OK);
+        EXPECT_EQ(name.View(), typeName);
+        EXPECT_EQ(uri.View(), u"urn:mova:schemas:10.0");
+        EXPECT_EQ(id.View(), kv::GuidText(classId));
+        EXPECT_EQ(mapper->FindType(Bstr(kv::GuidText(classId)), name.Put(), uri.Put()), S_OK);
+        EXPECT_EQ(name.View(), typeName);
+        EXPECT_EQ(uri.View(), u"urn:mova:schemas:10.0");
+        for (const char16_t* release : {u"urn:mova:schemas:9.0", u"urn:mova:schemas:10.0"}) {
+            EXPECT_EQ(mapper->FindClass(Bstr(typeName), Bstr(release), id.Put()), S_OK);
+            EXPECT_EQ(id.View(), kv::GuidText(classId));
+            EXPECT_EQ(mapper->RemoveType(Bstr(typeName), Bstr(release)), E_INVALIDARG);
+            EXPECT_EQ(TakeErrorInfo(),
+                      Refusal<IXMLTypeMapper2>("XMLTypeMapper", "The types of the library are not removed."));
+        }
+        EXPECT_EQ(mapper->FindClass(Bstr(typeName), Bstr(u"urn:mova:schemas:8.0"), id.Put()), S_FALSE);
+        EXPECT_EQ(id.Get(), nullptr);
+    }
+}
+
+TEST(XMLTypeMapper, TypesAreAddedFoundAndRemoved) {
+    const auto mapper = FreshMapper();
+    constexpr auto first = u"{00000000-0000-0000-0000-000000000001}";
+    constexpr auto second = u"00000000-0000-0000-0000-000000000002";
+    const auto add = [&](const char16_t* name, const char16_t* uri, const char16_t* id) {
+        return mapper->AddType(Bstr(name), Bstr(uri), Bstr(id));
+    };
+    EXPECT_EQ(add(u"Road", u"urn:u", first), S_OK);
+    EXPECT_EQ(add(u"Way", u"", first), S_OK);
+    EXPECT_EQ(add(u"Road", u"urn:u", first), S_FALSE);
+    EXPECT_EQ(add(u"Road", u"urn:v", second), S_OK);
+    const struct {
+        const char16_t *name, *uri, *id;
+        std::string_view reason;
+    } refused[] = {
+        {u"Road", u"urn:u", second, "The type stands for another class."},
+        {u"UID", u"urn:mova:schemas:9.2", second, "The type stands for another class."},
+        {u"", u"urn:u", first, "A type must have a name without a colon."},
+        {u"p:Road", u"urn:u", first, "A type must have a name without a colon."},
+        {u"Street", u"urn:u", u"movaSystem.UID", "The text is not a GUID."},
+        {u"Street", u"urn:u", u"", "The text is not a GUID."},
+        {u"Street", u"urn:u", u"{00000000-0000-0000-0000-000000000000}", "A type cannot stand for the null GUID."}};
+    for (const auto& row : refused) {
+        EXPECT_EQ(add(row.name, row.uri, row.id), E_INVALIDARG);
+        EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLTypeMapper2>("XMLTypeMapper", row.reason));
+    }
+    LONG count = 0;
+    EXPECT_EQ(mapper->get_TypeCount(&count), S_OK);
+    EXPECT_EQ(count, 9);
+    EXPECT_EQ(Mapper().Get(), mapper.Get()) << "the thread's one";
+
+    kv::BString id;
+    kv::BString name;
+    kv::BString uri;
+    EXPECT_EQ(mapper->FindClass(Bstr(u"Road"), Bstr(u"urn:v"), id.Put()), S_OK);
+    EXPECT_EQ(id.View(), u"{00000000-0000-0000-0000-000000000002}");
+    EXPECT_EQ(mapper->FindClass(Bstr(u"road"), Bstr(u"urn:v"), id.Put()), S_FALSE);
+    EXPECT_EQ(mapper->FindClass(nullptr, nullptr, id.Put()), S_FALSE);
+    EXPECT_EQ(mapper->FindType(Bstr(first), name.Put(), uri.Put()), S_OK);
+    EXPECT_EQ(name.View(), u"Road");
+    EXPECT_EQ(uri.View(), u"urn:u");
+    EXPECT_EQ(mapper->RemoveType(Bstr(u"Road"), Bstr(u"urn:u")), S_OK);
+    EXPECT_EQ(mapper->RemoveType(Bstr(u"Road"), Bstr(u"urn:u")), S_FALSE);
+    EXPECT_EQ(mapper->FindType(Bstr(first), name.Put(), uri.Put()), S_OK);
+    EXPECT_EQ(name.View(), u"Way");
+    EXPECT_EQ(uri.View(), u"");
+    EXPECT_EQ(mapper->RemoveType(Bstr(u"Way"), nullptr), S_OK);
+    EXPECT_EQ(mapper->FindType(Bstr(first), name.Put(), uri.Put()), S_FALSE);
+    EXPECT_EQ(name.Get(), nullptr);
+    EXPECT_EQ(uri.Get(), nullptr);
+    EXPECT_EQ(mapper->FindType(Bstr(u"Road"), name.Put(), uri.Put()), E_INVALIDARG);
+    EXPECT_EQ(mapper->GetType(6, name.Put(), uri.Put(), id.Put()), S_OK);
+    EXPECT_EQ(uri.View(), u"urn:v");
+    for (const LONG outside : {-1L, 7L}) {
+        EXPECT_EQ(mapper->GetType(outside, name.Put(), uri.Put(), id.Put()), E_INVALIDARG);
+        EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLTypeMapper2>("XMLTypeMapper", "The index is outside the types."));
+    }
+    for (const HRESULT status :
+         {mapper->FindClass(nullptr, nullptr, nullptr), mapper->FindType(Bstr(first), name.Put(), nullptr),
+          mapper->FindType(Bstr(first), nullptr, uri.Put()), mapper->get_TypeCount(nullptr),
+          mapper->GetType(0, nullptr, uri.Put(), id.Put()), mapper->GetType(0, name.Put(), nullptr, id.Put()),
+          mapper->GetType(0, name.Put(), uri.Put(), nullptr)})
+        EXPECT_EQ(status, E_POINTER);
+    EXPECT_EQ(mapper->RemoveType(Bstr(u"Road"), Bstr(u"urn:v")), S_OK);
 }
 
 }  // namespace mova::test
