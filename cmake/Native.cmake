@@ -33,6 +33,14 @@ foreach(source IN LISTS fuzz_sources)
   endif()
 endforeach()
 
+# Documents are read back by the XML reader that is everywhere.
+find_package(LibXml2 REQUIRED)
+foreach(target IN ITEMS fuzz-xml_emitter fuzz-corpus-xml_emitter)
+  if(TARGET ${target})
+    target_link_libraries(${target} PRIVATE LibXml2::LibXml2)
+  endif()
+endforeach()
+
 if(NOT MOVA_FUZZ)
   include(GoogleTest)
   file(GLOB test_sources CONFIGURE_DEPENDS tests/native/*.cpp)
