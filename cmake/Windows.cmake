@@ -131,10 +131,12 @@ add_library(
   xml/Base64.cpp
   xml/Emitter.cpp
   xml/NamespaceMap.cpp
+  xml/OpenDocument.cpp
   xml/PrefixMap.cpp
   xml/PullParser.cpp
   xml/XMLAttributes.cpp
   xml/XMLNamespaces.cpp
+  xml/XMLTextReader.cpp
   xml/XMLTypeMapper.cpp
   xml/XMLWriter.cpp
   xml/XmlValues.cpp)

@@ -25,6 +25,8 @@
 #include "streams/VariantStreamIO.h"
 #include "xml/XMLAttributes.h"
 #include "xml/XMLNamespaces.h"
+#include "xml/XMLReader.h"
+#include "xml/XMLTextReader.h"
 #include "xml/XMLTypeMapper.h"
 #include "xml/XMLWriter.h"
 
@@ -63,6 +65,8 @@ constinit const ClassEntry classTable[] = {
     NewObject<PropertySetArray>(u"PropertySetArray"),
     NewObject<ObjectCopy>(u"ObjectCopy"),
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
+    NewObject<XMLReader>(u"XMLReader"),
+    NewObject<XMLTextReader>(u"XMLTextReader"),
     NewObject<XMLAttributes>(u"XMLAttributes"),
     NewObject<XMLNamespaces>(u"XMLNamespaces"),
     ThreadSingleton<XMLTypeMapper>(u"XMLTypeMapper"),

@@ -630,7 +630,10 @@ bool PullParser::Document::Next() {
     }
     type_ = NodeType::none;
     while (next_ == queue_.Count()) {
-        if (hasEnded_) return false;
+        if (hasEnded_) {
+            depth_ = visible_ = 0;
+            return false;
+        }
         queue_.RemoveAll();
         next_ = 0;
         queued_ = 0;
