@@ -18,7 +18,8 @@ void RunPersist(const Session& session);
 /// Time and memory of the property set. @throw std::runtime_error as above
 void RunPropset(const Session& session);
 
-/// Writing XML. @throw std::runtime_error as above
+/// Writing XML, and reading it. @throw std::runtime_error as above
 void RunXml(const Session& session);
+void RunXmlReading(const Session& session);
 
 }  // namespace bench

@@ -109,6 +109,7 @@ void RunXml(const Session& session) {
                         {{"XMLWriter", [&] { return writing.Write(); }},
                          {"xmllite IXmlWriter", [&] { return writing.WriteByPeer(); }, goal}});
     }
+    RunXmlReading(session);
 }
 
 }  // namespace bench

@@ -9,6 +9,7 @@ add_executable(
   bench/EngineBenchJson.cpp
   bench/EngineBenchXml.cpp
   bench/JsonData.cpp
+  bench/SaxReading.cpp
   bench/XmlData.cpp
   kvcore/HeapBlocks.cpp
   ${engine_sources})

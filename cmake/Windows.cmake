@@ -168,6 +168,7 @@ add_executable(
   tools/mova/Stream.cpp
   tools/mova/Streams.cpp
   tools/mova/Uid.cpp
+  tools/mova/Xml.cpp
   ${tool_engine_sources}
   $<TARGET_OBJECTS:kvcore>
   $<TARGET_OBJECTS:mova-identifiers>)

@@ -484,7 +484,7 @@ void PullParser::Document::CountExpansion(std::size_t characters) {
 Node& PullParser::Document::AddNode(NodeType type, std::size_t characters) {
     queued_ += characters + sizeof(Node) / sizeof(char16_t);
     if (queued_ > mostQueued) Fail(tooLarge);
-    CountExpansion(characters);
+    CountExpansion(characters + 1);
     Node& node = queue_.Next();
     node.type = type;
     node.name = node.prefix = node.uri = {};
@@ -516,7 +516,7 @@ void PullParser::Document::docPI(const XMLCh* target, const XMLCh* data) {
 
 void PullParser::Document::AddEnd() {
     const OpenElement& element = open_.back();
-    Node& node = AddNode(NodeType::endElement, 1);
+    Node& node = AddNode(NodeType::endElement, 0);
     node.name = element.name;
     node.prefix = element.prefix;
     node.uri = element.uri;
@@ -554,7 +554,7 @@ void PullParser::Document::startElement(const xercesc::XMLElementDecl& declarati
     const std::size_t declaredBefore = prefixes_.Count();
     attributes_.clear();
     declarations_.clear();
-    std::size_t characters = fullName.size() + 1;
+    std::size_t characters = fullName.size();
     bool hasPrefixed = false;
     for (XMLSize_t i = 0; i < count; ++i) {
         const xercesc::XMLAttr& attribute = *attributes.elementAt(i);

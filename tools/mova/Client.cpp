@@ -52,6 +52,10 @@ constexpr Command commands[] = {
      "decimals at most.\n"
      "get prints the value at a path of member names and array indices, joined by /.",
      &RunJson},
+    {"xml", "check FILE|-",
+     "reads a document and prints how many elements it has and how deep they nest, and the line and column of its "
+     "fault,\nwhere it has one. Its exit status is 1 where the document has a fault.",
+     &RunXml},
 };
 
 /// The text with line breaks and other control characters escaped, so that it stays one line.
