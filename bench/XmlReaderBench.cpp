@@ -22,9 +22,9 @@ class XmlReading {
 
     std::uint64_t Read() const {
         const auto reader = Make<IXMLReader>(readers_);
-        Require(SUCCEEDED(stream_->Seek({}, STREAM_SEEK_SET, nullptr)) &&
-                    SUCCEEDED(reader->put_InputStream(stream_.Get())),
-                "A document is not opened.");
+        Require(
+            SUCCEEDED(stream_->Seek({}, STREAM_SEEK_SET, nullptr)) && SUCCEEDED(reader->put_InputStream(stream_.Get())),
+            "A document is not opened.");
         XmlTotals totals;
         VARIANT_BOOL found = VARIANT_FALSE;
         while (reader->Read(&found) == S_OK && found) {

@@ -50,7 +50,9 @@ std::u16string Describe(const xml::PullParser& parser) {
 bool IsPlain(const xml::PullParser& parser) {
     constexpr std::u16string_view spaces = u"\t\n\r";
     if (parser.Text().find(u'\r') != std::u16string_view::npos) return false;
-    const auto isPlain = [&](std::u16string_view text) { return text.find_first_of(spaces) == std::u16string_view::npos; };
+    const auto isPlain = [&](std::u16string_view text) {
+        return text.find_first_of(spaces) == std::u16string_view::npos;
+    };
     return std::ranges::all_of(parser.Attributes(), isPlain, &xml::Attribute::value) &&
            std::ranges::all_of(parser.Declarations(), isPlain, &xml::Declaration::uri);
 }

@@ -51,7 +51,9 @@ class DocumentReader : public Component<Self, Coclass, Main, IReadsNodes> {
         *type = static_cast<movaXMLNodeType>(Type());
         return S_OK;
     }
-    STDMETHODIMP get_LocalName(BSTR* localName) noexcept override { return AnswerText(localName, &xml::PullParser::Name); }
+    STDMETHODIMP get_LocalName(BSTR* localName) noexcept override {
+        return AnswerText(localName, &xml::PullParser::Name);
+    }
     STDMETHODIMP get_Prefix(BSTR* prefix) noexcept override { return AnswerText(prefix, &xml::PullParser::Prefix); }
     STDMETHODIMP get_NamespaceURI(BSTR* namespaceURI) noexcept override {
         return AnswerText(namespaceURI, &xml::PullParser::Uri);
@@ -145,7 +147,8 @@ class DocumentReader : public Component<Self, Coclass, Main, IReadsNodes> {
     /// Whether the stream is being called, which an operation of the reader does that has not ended.
     bool IsBusy() const noexcept { return document_ && document_->IsCallingOut(); }
     HRESULT RefuseBusy() const noexcept {
-        return Base::template Refuse<IXMLReader>(E_UNEXPECTED, u"The reader is being called by the stream that it reads.");
+        return Base::template Refuse<IXMLReader>(E_UNEXPECTED,
+                                                 u"The reader is being called by the stream that it reads.");
     }
     /// The former document is let go of last, for the end of its stream may call back.
     void Open(std::unique_ptr<OpenDocument> document) noexcept { document_.swap(document); }

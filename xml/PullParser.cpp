@@ -322,7 +322,7 @@ class DocumentType final : public xercesc::DocTypeHandler {
 struct Node {
     NodeType type = NodeType::none;
     std::u16string_view name, prefix, uri;
-    std::u16string ownName, text;
+    std::u16string target, text;
     Place end;
 };
 
@@ -338,6 +338,9 @@ class PullParser::Document final : public xercesc::XMLDocumentHandler,
     const ParseFault* Fault() const noexcept { return fault_ ? &*fault_ : nullptr; }
 
     NodeType Type() const noexcept { return type_; }
+    std::u16string_view Name() const noexcept {
+        return type_ == NodeType::processingInstruction ? Current().target : Current().name;
+    }
     const Node& Current() const noexcept { return IsInQueue() ? queue_[next_ - 1] : noNode_; }
     std::u16string_view Text() const noexcept {
         return type_ == NodeType::text ? parsing_->scanner.Text() : Current().text;
@@ -509,8 +512,7 @@ void PullParser::Document::docPI(const XMLCh* target, const XMLCh* data) {
     if (name.find(u':') != std::u16string_view::npos)
         Fail(u"The name '" + std::u16string(name) + u"' of a processing instruction has a colon.");
     Node& node = AddNode(NodeType::processingInstruction, name.size() + text.size());
-    node.ownName = name;
-    node.name = node.ownName;
+    node.target = name;
     node.text = text;
 }
 
@@ -713,7 +715,7 @@ NodeType PullParser::Type() const noexcept {
 }
 
 std::u16string_view PullParser::Name() const noexcept {
-    return document_->Current().name;
+    return document_->Name();
 }
 
 std::u16string_view PullParser::Prefix() const noexcept {

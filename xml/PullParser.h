@@ -53,7 +53,7 @@ class PullParser {
     std::u16string_view Text() const noexcept;
     std::span<const Attribute> Attributes() const noexcept;      ///< of a start tag, but for its declarations
     std::span<const Declaration> Declarations() const noexcept;  ///< of a start tag
-    std::size_t Depth() const noexcept;  ///< how many elements are open around the node
+    std::size_t Depth() const noexcept;                          ///< how many elements are open around the node
     std::uint64_t Line() const noexcept, Column() const noexcept;
     /// The namespace that a prefix stands for at the node.
     std::optional<std::u16string_view> UriOf(std::u16string_view prefix) const noexcept;

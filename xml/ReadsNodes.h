@@ -13,8 +13,9 @@ struct StreamFailure {
 
 /// Answered by the readers of this module.
 struct IReadsNodes : IUnknown {
-    /// The parser that the reader stands in, which stays the reader's: where it is moved, the reader is. Its Next throws
-    /// StreamFailure, too. Null without a document, and while the reader is being called by the stream that it reads.
+    /// The parser that the reader stands in, which stays the reader's: where it is moved, the reader is. Its Next
+    /// throws StreamFailure, too. Null without a document, and while the reader is being called by the stream that it
+    /// reads.
     virtual xml::PullParser* STDMETHODCALLTYPE Parser() noexcept = 0;
 };
 

@@ -194,4 +194,19 @@ TEST(Client, OfTheReadmeWorksAsItStands) {
     EXPECT_EQ(run.status, 0u);
 }
 
+TEST(Client, ChecksXmlDocuments) {
+    const auto whole = Mova(u"xml check -", "<?xml version='1.0'?>\n<a><b><c/></b><b/></a>");
+    EXPECT_EQ(whole.output, "elements\t4\ndepth\t3\n");
+    EXPECT_EQ(whole.status, 0u);
+    const auto broken = Mova(u"xml check -", "<a>\n <b></a>");
+    EXPECT_EQ(
+        broken.output,
+        "elements\t2\ndepth\t2\nfault\t2\t7\nmova: movaSystem.XMLReader: Xml Parsing failed.\\nReason:expected end "
+        "of tag 'b' (column 7)\\nLinepos:2\\nSource:stream. (0x80004005)\n");
+    EXPECT_EQ(broken.status, 1u);
+    EXPECT_EQ(Mova(u"xml check -", "").output.substr(0, 32), "elements\t0\ndepth\t0\nfault\t1\t1\n");
+    for (const char16_t* const wrong : {u"xml", u"xml check", u"xml check - -", u"xml read -"})
+        EXPECT_EQ(Mova(wrong, "<a/>").status, 2u) << kv::Utf8(wrong);
+}
+
 }  // namespace mova::test
