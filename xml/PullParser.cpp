@@ -1,6 +1,7 @@
 #include "xml/PullParser.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <new>
 #include <utility>
@@ -68,15 +69,10 @@ bool IsTrailing(char16_t c) noexcept {
     return (c & 0xFC00) == 0xDC00;
 }
 
-/// Xerces-C, initialized for as long as somebody has this.
+/// Xerces-C, which is initialized once and for all parsers.
 class Library {
  public:
-    /// Null where it cannot be initialized. @throw std::bad_alloc
-    static std::shared_ptr<Library> Use() {
-        static const std::shared_ptr<Library> library = std::make_shared<Library>();
-        return library->isReady_ ? library : nullptr;
-    }
-
+    /// @throw std::bad_alloc
     Library() {
         try {
             xercesc::XMLPlatformUtils::Initialize();
@@ -93,9 +89,20 @@ class Library {
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
 
+    bool IsReady() const noexcept { return isReady_; }
+
  private:
     bool isReady_ = false;
 };
+
+/// Without a destructor, since clients may hold parsers while the process ends.
+std::atomic<Library*> theLibrary = nullptr;
+
+/// @return whether the library can be used @throw std::bad_alloc
+bool UseLibrary() {
+    static const Library* const made = theLibrary = new Library();
+    return made->IsReady();
+}
 
 /// Who is told what the parser comes across beside the document's content.
 struct Watcher {
@@ -420,7 +427,6 @@ class PullParser::Document final : public xercesc::XMLDocumentHandler,
     void RefuseSameNames();
     void CountExpansion(std::size_t characters);
 
-    std::shared_ptr<Library> library_ = Library::Use();
     std::unique_ptr<Parsing> parsing_;
     std::optional<ParseFault> fault_;
     bool hasStarted_ = false, hasEnded_ = false, isWhole_ = false;
@@ -445,11 +451,12 @@ class PullParser::Document final : public xercesc::XMLDocumentHandler,
 };
 
 PullParser::Document::Document(ByteSource& source, std::u16string_view encoding) {
-    if (library_)
+    if (UseLibrary()) {
         parsing_ = std::make_unique<Parsing>(*this, source, encoding);
-    else
+    } else {
         fault_ = {notStarted, 1, 1};
-    hasEnded_ = !library_;
+        hasEnded_ = true;
+    }
 }
 
 // Faults
@@ -690,12 +697,17 @@ void PullParser::Document::Scan() try {
 
 void PullParser::Document::BreakOff() {
     hasEnded_ = true;
+    depth_ = visible_ = 0;
     queue_.RemoveAll();
     next_ = 0;
     if (!fault_) fault_ = {brokenOff, 1, 1};
 }
 
 // The parser's face
+
+void CloseParserLibrary() noexcept {
+    delete theLibrary.exchange(nullptr);
+}
 
 PullParser::PullParser(ByteSource& source, std::u16string_view encoding)
     : document_(std::make_unique<Document>(source, encoding)) {}

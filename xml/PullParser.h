@@ -20,6 +20,9 @@ struct ByteSource {
     virtual std::size_t Read(std::span<std::byte> target) = 0;
 };
 
+/// Lets go of what all parsers share, of which there must be none any more, nor ever again.
+void CloseParserLibrary() noexcept;
+
 enum class NodeType { none, startElement, endElement, text, cdata, comment, processingInstruction };
 
 /// Why a document could not be read on.
