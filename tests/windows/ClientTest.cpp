@@ -204,7 +204,7 @@ TEST(Client, ChecksXmlDocuments) {
         "elements\t2\ndepth\t2\nfault\t2\t7\nmova: movaSystem.XMLReader: Xml Parsing failed.\\nReason:expected end "
         "of tag 'b' (column 7)\\nLinepos:2\\nSource:stream. (0x80004005)\n");
     EXPECT_EQ(broken.status, 1u);
-    EXPECT_EQ(Mova(u"xml check -", "").output.substr(0, 32), "elements\t0\ndepth\t0\nfault\t1\t1\n");
+    EXPECT_TRUE(Mova(u"xml check -", "").output.starts_with("elements\t0\ndepth\t0\nfault\t1\t1\n"));
     for (const char16_t* const wrong : {u"xml", u"xml check", u"xml check - -", u"xml read -"})
         EXPECT_EQ(Mova(wrong, "<a/>").status, 2u) << kv::Utf8(wrong);
 }
