@@ -119,7 +119,7 @@ class Memory final : public xercesc::MemoryManager {
  public:
     explicit Memory(Watcher& watcher) noexcept : watcher_(watcher) {}
     ~Memory() override {
-        while (first_.next != &first_) Free(first_.next);
+        for (Block* block = first_.next; block != &first_;) std::free(std::exchange(block, block->next));
     }
     Memory(const Memory&) = delete;
     Memory& operator=(const Memory&) = delete;

@@ -26,14 +26,13 @@ int CheckDocument(Arguments arguments) {
     for (;;) {
         VARIANT_BOOL found = VARIANT_FALSE;
         if (HRESULT status = reader->Read(&found); FAILED(status)) {
-            const Refused refused(status);  // before other calls take its text away
             LONG line = 0;
             LONG column = 0;
             Check(reader->get_LineNumber(&line));
             Check(reader->get_ColumnNumber(&column));
             printCounts();
             Print("fault\t" + std::to_string(line) + "\t" + std::to_string(column) + "\n");
-            throw refused;
+            throw Refused(status);  // with the text that is still on the thread
         }
         if (!found) break;
         movaXMLNodeType type = movaXMLNone;
