@@ -134,6 +134,7 @@ add_library(
   xml/OpenDocument.cpp
   xml/PrefixMap.cpp
   xml/PullParser.cpp
+  xml/TextScanner.cpp
   xml/XMLAttributes.cpp
   xml/XMLNamespaces.cpp
   xml/XMLTextReader.cpp

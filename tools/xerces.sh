@@ -29,14 +29,15 @@ make_xerces() {
         cmake --install "$making/build"
 }
 
-# Makes the library where it is missing: what stands in build/xerces-c is complete.
+# Makes the library where it is missing or was built otherwise: what stands in build/xerces-c is complete.
 ensure_xerces() {
-    [ ! -e "$build/xerces-c" ] || return 0
+    [ ! -e "$build/xerces-c" ] || [ "$root/cmake/xerces-c/CMakeLists.txt" -nt "$build/xerces-c" ] || return 0
     say "building Xerces-C in build/xerces-c"
     local making="$build/xerces-c.making"
     rm -rf "$making"
     mkdir -p "$build"
     make_xerces "$making" >"$build/xerces-c.log" 2>&1 || { say "that failed; see build/xerces-c.log" && return 1; }
+    rm -rf "$build/xerces-c"
     mv "$making/installed" "$build/xerces-c"
     rm -rf "$making"
 }

@@ -2,42 +2,28 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <new>
 #include <utility>
 #include <vector>
-#include <xercesc/framework/MemoryManager.hpp>
 #include <xercesc/framework/XMLAttr.hpp>
-#include <xercesc/framework/XMLBuffer.hpp>
 #include <xercesc/framework/XMLDocumentHandler.hpp>
 #include <xercesc/framework/XMLElementDecl.hpp>
 #include <xercesc/framework/XMLErrorCodes.hpp>
 #include <xercesc/framework/XMLErrorReporter.hpp>
 #include <xercesc/framework/XMLPScanToken.hpp>
-#include <xercesc/internal/DGXMLScanner.hpp>
-#include <xercesc/sax/InputSource.hpp>
-#include <xercesc/util/BinInputStream.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
-#include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XMLChar.hpp>
-#include <xercesc/validators/DTD/DocTypeHandler.hpp>
-#include <xercesc/validators/common/GrammarResolver.hpp>
 
 #include "xml/PrefixMap.h"
 #include "xml/ReusedItems.h"
+#include "xml/TextScanner.h"
 
 namespace xml {
 namespace {
 
 using xercesc::XMLErrs;
 
-/// What the parser holds at once: beside its own few hundred kilobytes, a tag, a comment, a CDATA section, an
-/// instruction or a document type while it is read, and the names that there were.
-constexpr std::size_t mostMemory = std::size_t{256} << 20;
-/// What it takes in all, freed or not: every expansion of an entity takes 160 KB.
-constexpr std::uint64_t mostTaken = std::uint64_t{16} << 30;
-constexpr std::uint64_t mostTakenPerByte = 1024;
 /// What entities, and attributes that the document type adds, may make of a document.
 constexpr std::uint64_t freeExpansion = std::uint64_t{8} << 20;
 constexpr std::uint64_t mostPerByte = 16;
@@ -45,13 +31,8 @@ constexpr std::uint64_t mostPerByte = 16;
 constexpr std::size_t mostQueued = std::size_t{64} << 20;
 
 constexpr auto notStarted = u"XML Parser initialization failed.";
-constexpr auto expandsTooFar = u"The entities of the document expand too far.";
-constexpr auto tooLarge = u"A part of the document is too large.";
 constexpr auto brokenOff = u"The source of the document failed.";
 constexpr auto nothingMore = u"The document ends too early.";
-
-/// Leaves the parser; the fault is known.
-struct Stop {};
 
 std::size_t Length(const XMLCh* text) noexcept {
     return std::char_traits<char16_t>::length(text);
@@ -59,14 +40,6 @@ std::size_t Length(const XMLCh* text) noexcept {
 
 std::u16string_view View(const XMLCh* text) noexcept {
     return text ? std::u16string_view(text, Length(text)) : std::u16string_view();
-}
-
-bool IsLeading(char16_t c) noexcept {
-    return (c & 0xFC00) == 0xD800;
-}
-
-bool IsTrailing(char16_t c) noexcept {
-    return (c & 0xFC00) == 0xDC00;
 }
 
 /// Xerces-C, which is initialized once and for all parsers.
@@ -104,227 +77,6 @@ bool UseLibrary() {
     return made->IsReady();
 }
 
-/// Who is told what the parser comes across beside the document's content.
-struct Watcher {
-    /// Notes a fault at the place that the parser has come to, unless there is one, and leaves the parser.
-    [[noreturn]] virtual void Fail(std::u16string_view reason) = 0;
-    virtual std::uint64_t BytesRead() const noexcept = 0;
-
- protected:
-    ~Watcher() = default;
-};
-
-/// The parser's memory: bounded, and given back where the parser, left by an exception, forgets it.
-class Memory final : public xercesc::MemoryManager {
- public:
-    explicit Memory(Watcher& watcher) noexcept : watcher_(watcher) {}
-    ~Memory() override {
-        for (Block* block = first_.next; block != &first_;) std::free(std::exchange(block, block->next));
-    }
-    Memory(const Memory&) = delete;
-    Memory& operator=(const Memory&) = delete;
-
-    void* allocate(XMLSize_t size) override {
-        taken_ += size;
-        if (size >= large) Check(size);
-        void* const memory = std::malloc(sizeof(Block) + size);
-        if (!memory) throw std::bad_alloc();
-        auto* const block = new (memory) Block{&first_, first_.next, size};
-        first_.next->previous = block;
-        first_.next = block;
-        held_ += size;
-        return block + 1;
-    }
-    void deallocate(void* memory) override {
-        if (memory) Free(static_cast<Block*>(memory) - 1);
-    }
-    xercesc::MemoryManager* getExceptionMemoryManager() override { return xercesc::XMLPlatformUtils::fgMemoryManager; }
-
-    /// Fails where so much more would be too much.
-    void Check(std::size_t size) {
-        if (taken_ > mostTaken + mostTakenPerByte * watcher_.BytesRead()) watcher_.Fail(expandsTooFar);
-        if (held_ > mostMemory || size > mostMemory - held_) watcher_.Fail(tooLarge);
-    }
-
- private:
-    /// Less than this is never refused, for destructors take some; that is made up for where the source is read.
-    static constexpr std::size_t large = std::size_t{64} << 10;
-
-    struct alignas(std::max_align_t) Block {
-        Block* previous;
-        Block* next;
-        std::size_t size;
-    };
-
-    void Free(Block* block) noexcept {
-        block->previous->next = block->next;
-        block->next->previous = block->previous;
-        held_ -= block->size;
-        std::free(block);
-    }
-
-    Watcher& watcher_;
-    Block first_{&first_, &first_, 0};
-    std::size_t held_ = 0;
-    std::uint64_t taken_ = 0;
-};
-
-/// The document's bytes, as the parser asks for them.
-class Input final : public xercesc::InputSource {
- public:
-    Input(ByteSource& source, std::u16string_view encoding, Memory& memory)
-        : InputSource(&memory), source_(source), memory_(memory) {
-        if (!encoding.empty()) setEncoding(std::u16string(encoding).c_str());
-    }
-    xercesc::BinInputStream* makeStream() const override { return new (&memory_) Stream(*this); }
-    std::uint64_t BytesRead() const noexcept { return bytesRead_; }
-
- private:
-    class Stream final : public xercesc::BinInputStream {
-     public:
-        explicit Stream(const Input& input) noexcept : input_(input) {}
-        XMLFilePos curPos() const override { return input_.bytesRead_; }
-        /// Fills the buffer, for the parser recognizes an encoding by the first bytes that it gets together.
-        XMLSize_t readBytes(XMLByte* target, XMLSize_t size) override {
-            input_.memory_.Check(0);
-            std::size_t filled = 0;
-            while (filled < size) {
-                const std::size_t came =
-                    input_.source_.Read(std::as_writable_bytes(std::span(target + filled, size - filled)));
-                if (came == 0) break;
-                filled += came;
-                input_.bytesRead_ += came;
-            }
-            return filled;
-        }
-        const XMLCh* getContentType() const override { return nullptr; }
-
-     private:
-        const Input& input_;
-    };
-
-    ByteSource& source_;
-    Memory& memory_;
-    mutable std::uint64_t bytesRead_ = 0;
-};
-
-/// A place in the document.
-struct Place {
-    std::uint64_t line = 0, column = 0;
-};
-
-/// Xerces' scanner for documents with a document type or none. Names are left as they are written: its own namespaces
-/// take a time that grows with the depth of the elements. Text is gathered here, so that it can come in pieces.
-class Scanner final : public xercesc::DGXMLScanner {
- public:
-    Scanner(xercesc::GrammarResolver& grammars, Memory& memory)
-        : DGXMLScanner(nullptr, &grammars, &memory), text_(initialText, &memory) {
-        setURIStringPool(grammars.getStringPool());
-        setDoNamespaces(false);
-        setValidationScheme(Val_Never);
-        setLoadExternalDTD(false);
-        setDisableDefaultEntityResolution(true);
-        setSecurityManager(&security_);
-    }
-
-    /// The text since it was cleared, in part perhaps.
-    std::u16string_view Text() const noexcept { return {text_.getRawBuffer(), text_.getLen()}; }
-    void ClearText() noexcept { text_.reset(); }
-    Place Here() const noexcept { return {fReaderMgr.getLineNumber(), fReaderMgr.getColumnNumber()}; }
-    const Place& TextEnd() const noexcept { return textEnd_; }
-
- private:
-    static constexpr std::size_t initialText = 4095;
-
-    /// Makes what is protected in the base class, and private in the class between, callable by its virtual function.
-    struct Protected : XMLScanner {
-        using XMLScanner::scanEntityRef;
-    };
-
-    void scanCharData(xercesc::XMLBuffer&) override;
-    /// Takes a reference; what it stands for follows in the source, or is added to the text.
-    void TakeReference();
-    [[noreturn]] void RefuseCharacter(char16_t character);
-
-    xercesc::SecurityManager security_;
-    xercesc::XMLBuffer text_;
-    Place textEnd_;
-    unsigned brackets_ = 0;  ///< how many "]" the text ends with, of which two count
-};
-
-void Scanner::TakeReference() {
-    char16_t first = 0;
-    char16_t second = 0;
-    bool isEscaped = false;
-    if ((this->*(&Protected::scanEntityRef))(false, first, second, isEscaped) != EntityExp_Returned) return;
-    text_.append(first);
-    if (second) text_.append(second);
-}
-
-void Scanner::RefuseCharacter(char16_t character) {
-    constexpr std::u16string_view digits = u"0123456789ABCDEF";
-    std::u16string number;
-    for (int shift = 12; shift >= 0; shift -= 4) number += digits[(character >> shift) & 0xF];
-    emitError(XMLErrs::InvalidCharacter, number.c_str());
-    throw Stop();
-}
-
-void Scanner::scanCharData(xercesc::XMLBuffer&) {
-    bool isInPair = false;
-    for (char16_t c = 0;;) {
-        if (brackets_ == 0 && !isInPair) fReaderMgr.movePlainContentChars(text_);
-        if (text_.getLen() >= PullParser::maxText && !isInPair) break;  // the rest comes as a text of its own
-        if (!fReaderMgr.getNextCharIfNot(xercesc::chOpenAngle, c)) {
-            brackets_ = 0;
-            break;
-        }
-        if (isInPair != IsTrailing(c))
-            emitError(isInPair ? XMLErrs::Expected2ndSurrogateChar : XMLErrs::Unexpected2ndSurrogateChar);
-        isInPair = IsLeading(c);
-        if (c == u'&') {
-            brackets_ = 0;
-            TakeReference();
-            continue;
-        }
-        if (!IsLeading(c) && !IsTrailing(c) && !fReaderMgr.getCurrentReader()->isXMLChar(c)) RefuseCharacter(c);
-        if (c == u'>' && brackets_ == 2) emitError(XMLErrs::BadSequenceInCharData);
-        brackets_ = c == u']' ? std::min(brackets_ + 1, 2U) : 0;
-        text_.append(c);
-    }
-    if (isInPair) emitError(XMLErrs::Expected2ndSurrogateChar);
-    textEnd_ = Here();
-}
-
-/// Sees to it that the document type leaves no reference unknown: one that only an external part could have declared
-/// would be dropped silently.
-class DocumentType final : public xercesc::DocTypeHandler {
- public:
-    explicit DocumentType(Scanner& scanner) noexcept : scanner_(scanner) {}
-
-    void doctypeDecl(const xercesc::DTDElementDecl&, const XMLCh*, const XMLCh*, bool, bool) override {
-        scanner_.setHasNoDTD(true);
-    }
-    void endIntSubset() override { scanner_.setHasNoDTD(true); }
-
-    void attDef(const xercesc::DTDElementDecl&, const xercesc::DTDAttDef&, bool) override {}
-    void doctypeComment(const XMLCh*) override {}
-    void doctypePI(const XMLCh*, const XMLCh*) override {}
-    void doctypeWhitespace(const XMLCh*, XMLSize_t) override {}
-    void elementDecl(const xercesc::DTDElementDecl&, bool) override {}
-    void endAttList(const xercesc::DTDElementDecl&) override {}
-    void endExtSubset() override {}
-    void entityDecl(const xercesc::DTDEntityDecl&, bool, bool) override {}
-    void resetDocType() override {}
-    void notationDecl(const xercesc::XMLNotationDecl&, bool) override {}
-    void startAttList(const xercesc::DTDElementDecl&) override {}
-    void startIntSubset() override {}
-    void startExtSubset() override {}
-    void TextDecl(const XMLCh*, const XMLCh*) override {}
-
- private:
-    Scanner& scanner_;
-};
-
 /// A node that the parser has brought.
 struct Node {
     NodeType type = NodeType::none;
@@ -337,7 +89,7 @@ struct Node {
 
 class PullParser::Document final : public xercesc::XMLDocumentHandler,
                                    public xercesc::XMLErrorReporter,
-                                   private Watcher {
+                                   private ParserWatcher {
  public:
     Document(ByteSource& source, std::u16string_view encoding);
 
@@ -391,7 +143,7 @@ class PullParser::Document final : public xercesc::XMLDocumentHandler,
     struct Parsing {
         explicit Parsing(Document& document, ByteSource& source, std::u16string_view encoding)
             : memory(document),
-              input(source, encoding, memory),
+              input(source, encoding, memory, document),
               grammars(nullptr, &memory),
               scanner(grammars, memory),
               documentType(scanner) {
@@ -399,10 +151,10 @@ class PullParser::Document final : public xercesc::XMLDocumentHandler,
             scanner.setErrorReporter(&document);
             scanner.setDocTypeHandler(&documentType);
         }
-        Memory memory;
-        Input input;
+        ParserMemory memory;
+        ParserInput input;
         xercesc::GrammarResolver grammars;
-        Scanner scanner;
+        TextScanner scanner;
         DocumentType documentType;
         xercesc::XMLPScanToken token;
     };
@@ -413,6 +165,8 @@ class PullParser::Document final : public xercesc::XMLDocumentHandler,
     };
 
     [[noreturn]] void Fail(std::u16string_view reason) override;
+    void NoteBrokenOff() override { Note(brokenOff); }
+    void Note(std::u16string_view reason);
     std::uint64_t BytesRead() const noexcept override { return parsing_ ? parsing_->input.BytesRead() : 0; }
 
     void Scan();
@@ -461,12 +215,15 @@ PullParser::Document::Document(ByteSource& source, std::u16string_view encoding)
 
 // Faults
 
+void PullParser::Document::Note(std::u16string_view reason) {
+    if (fault_) return;
+    const Place here = parsing_ ? parsing_->scanner.Here() : Place();
+    fault_ = {std::u16string(reason), std::max<std::uint64_t>(here.line, 1), std::max<std::uint64_t>(here.column, 1)};
+}
+
 void PullParser::Document::Fail(std::u16string_view reason) {
-    if (!fault_) {
-        const Place here = parsing_ ? parsing_->scanner.Here() : Place{1, 1};
-        fault_ = {std::u16string(reason), here.line, here.column};
-    }
-    throw Stop();
+    Note(reason);
+    throw StopParsing();
 }
 
 void PullParser::Document::error(unsigned code, const XMLCh*, ErrTypes type, const XMLCh* text, const XMLCh*,
@@ -676,13 +433,13 @@ void PullParser::Document::HandOutText() {
 
 /// Lets the parser bring what comes next, which is nothing where a text goes on.
 void PullParser::Document::Scan() try {
-    Scanner& scanner = parsing_->scanner;
+    TextScanner& scanner = parsing_->scanner;
     const bool goesOn = std::exchange(hasStarted_, true) ? scanner.scanNext(parsing_->token)
                                                          : scanner.scanFirst(parsing_->input, parsing_->token);
     if (queue_.Count() != 0 || scanner.Text().size() >= maxText) CountExpansion(scanner.Text().size());
     hasEnded_ = !goesOn || isWhole_;
     if (!goesOn && !isWhole_ && !fault_) fault_ = {nothingMore, 1, 1};
-} catch (const Stop&) {
+} catch (const StopParsing&) {
     hasEnded_ = true;
 } catch (const xercesc::OutOfMemoryException&) {
     BreakOff();
