@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <new>
+#include <thread>
 #include <utility>
 #include <vector>
 #include <xercesc/framework/XMLAttr.hpp>
@@ -42,39 +43,32 @@ std::u16string_view View(const XMLCh* text) noexcept {
     return text ? std::u16string_view(text, Length(text)) : std::u16string_view();
 }
 
-/// Xerces-C, which is initialized once and for all parsers.
-class Library {
- public:
-    /// @throw std::bad_alloc
-    Library() {
-        try {
-            xercesc::XMLPlatformUtils::Initialize();
-            isReady_ = true;
-        } catch (const xercesc::OutOfMemoryException&) {
-            throw std::bad_alloc();
-        } catch (const xercesc::XMLException&) {
-            // what cannot be initialized is not ready
-        }
-    }
-    ~Library() {
-        if (isReady_) xercesc::XMLPlatformUtils::Terminate();
-    }
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
+/// Xerces-C is initialized by the first parser, for all of them. What the language has for this leaves a thread-local
+/// index behind in a module that is unloaded.
+enum class LibraryState : std::uint8_t { fresh, starting, ready, failed };
+constinit std::atomic<LibraryState> libraryState = LibraryState::fresh;
 
-    bool IsReady() const noexcept { return isReady_; }
-
- private:
-    bool isReady_ = false;
-};
-
-/// Without a destructor, since clients may hold parsers while the process ends.
-std::atomic<Library*> theLibrary = nullptr;
+LibraryState StartLibrary() try {
+    xercesc::XMLPlatformUtils::Initialize();
+    return LibraryState::ready;
+} catch (const xercesc::OutOfMemoryException&) {
+    return LibraryState::fresh;
+} catch (const xercesc::XMLException&) {
+    return LibraryState::failed;
+}
 
 /// @return whether the library can be used @throw std::bad_alloc
 bool UseLibrary() {
-    static const Library* const made = theLibrary = new Library();
-    return made->IsReady();
+    for (;;) {
+        LibraryState state = libraryState;
+        if (state == LibraryState::fresh && libraryState.compare_exchange_strong(state, LibraryState::starting)) {
+            libraryState = state = StartLibrary();
+            if (state == LibraryState::fresh) throw std::bad_alloc();
+        }
+        if (state == LibraryState::ready) return true;
+        if (state == LibraryState::failed) return false;
+        std::this_thread::yield();
+    }
 }
 
 /// A node that the parser has brought.
@@ -463,7 +457,7 @@ void PullParser::Document::BreakOff() {
 // The parser's face
 
 void CloseParserLibrary() noexcept {
-    delete theLibrary.exchange(nullptr);
+    if (libraryState.exchange(LibraryState::fresh) == LibraryState::ready) xercesc::XMLPlatformUtils::Terminate();
 }
 
 PullParser::PullParser(ByteSource& source, std::u16string_view encoding)

@@ -20,7 +20,7 @@ struct ByteSource {
     virtual std::size_t Read(std::span<std::byte> target) = 0;
 };
 
-/// Lets go of what all parsers share, of which there must be none any more, nor ever again.
+/// Lets go of what all parsers share. There must be none any more.
 void CloseParserLibrary() noexcept;
 
 enum class NodeType { none, startElement, endElement, text, cdata, comment, processingInstruction };
