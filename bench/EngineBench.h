@@ -8,7 +8,7 @@ namespace bench {
 /// Loading documents, and their tokens. @throw std::runtime_error where the engine does not do what is measured
 void RunEngineJson(const Session& session);
 
-/// Writing documents. @throw std::runtime_error as above
+/// Writing documents, and reading them. @throw std::runtime_error as above
 void RunEngineXml(const Session& session);
 
 }  // namespace bench

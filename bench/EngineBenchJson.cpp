@@ -38,7 +38,7 @@ class ChunkScanner {
 
 /// Loads the document that a scanner stands on the start of. @return the number of its outermost entries
 std::uint64_t LoadAndFree(Scanner& scanner) {
-    const auto arena = json::ArenaPtr::Attach(json::Arena::Make());
+    const auto arena = kv::ArenaPtr::Attach(kv::Arena::Make());
     json::TreeBuilder builder(*arena.Get(), &HashName, false, 0);
     json::ScannerSource source(scanner);
     const bool isObject = scanner.token() == Token::StartOfObject;

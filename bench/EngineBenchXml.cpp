@@ -1,10 +1,17 @@
-// The XML engine beside libxml2's writer, both writing to memory that grows.
+// The XML engines: the emitter beside libxml2's writer, both writing to memory that grows; the pull parser beside the
+// parser beneath it and libxml2's reader.
+#include <libxml/xmlreader.h>
 #include <libxml/xmlwriter.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "bench/EngineBench.h"
+#include "bench/SaxReading.h"
 #include "bench/XmlData.h"
 #include "kvcore/Utf.h"
 #include "xml/Emitter.h"
+#include "xml/PullParser.h"
 
 namespace bench {
 namespace {
@@ -59,6 +66,59 @@ std::uint64_t WriteByPeer(const std::vector<XmlItem>& items) {
     return items.size();
 }
 
+/// A document in memory, as a source of bytes.
+class DocumentSource final : public xml::ByteSource {
+ public:
+    explicit DocumentSource(std::string_view document) noexcept : rest_(document) {}
+    std::size_t Read(std::span<std::byte> target) override {
+        const std::size_t size = std::min(target.size(), rest_.size());
+        std::memcpy(target.data(), rest_.data(), size);
+        rest_.remove_prefix(size);
+        return size;
+    }
+
+ private:
+    std::string_view rest_;
+};
+
+XmlTotals ReadByPullParser(std::string_view document) {
+    DocumentSource source(document);
+    xml::PullParser parser(source);
+    XmlTotals totals;
+    while (parser.Next()) {
+        totals.texts += parser.Text().size();
+        if (parser.Type() != xml::NodeType::startElement) continue;
+        ++totals.elements;
+        totals.names += parser.Name().size();
+        for (const xml::Attribute& attribute : parser.Attributes()) totals.values += attribute.value.size();
+    }
+    Require(!parser.Fault(), "A document has a fault.");
+    return totals;
+}
+
+/// The UTF-16 units of a text, for the sums of all readers are compared.
+std::uint64_t UnitsOf(const xmlChar* text) noexcept {
+    std::uint64_t units = 0;
+    for (; *text; ++text) units += ((*text & 0xC0) != 0x80 ? 1U : 0U) + (*text >= 0xF0 ? 1U : 0U);
+    return units;
+}
+
+XmlTotals ReadByPeer(std::string_view document) {
+    xmlTextReader* const reader =
+        xmlReaderForMemory(document.data(), static_cast<int>(document.size()), nullptr, nullptr, 0);
+    XmlTotals totals;
+    while (xmlTextReaderRead(reader) == 1) {
+        const int type = xmlTextReaderNodeType(reader);
+        if (type == XML_READER_TYPE_TEXT) totals.texts += UnitsOf(xmlTextReaderConstValue(reader));
+        if (type != XML_READER_TYPE_ELEMENT) continue;
+        ++totals.elements;
+        totals.names += UnitsOf(xmlTextReaderConstLocalName(reader));
+        while (xmlTextReaderMoveToNextAttribute(reader) == 1) totals.values += UnitsOf(xmlTextReaderConstValue(reader));
+    }
+    xmlFreeTextReader(reader);
+    return totals;
+}
+
 }  // namespace
 
 void RunEngineXml(const Session& session) {
@@ -77,6 +137,12 @@ void RunEngineXml(const Session& session) {
                           return std::uint64_t{count};
                       }},
                      {"libxml2 xmlTextWriter", [&] { return WriteByPeer(items); }, goal}});
+    constexpr double readingGoal = 1 / 1.3;
+    const std::string_view document = written.bytes;
+    session.Compare("xml engine, read (ns an element)", count,
+                    {{"PullParser", [&] { return ReadByPullParser(document).Sum(); }},
+                     {"Xerces SAX2XMLReader", [&] { return ReadBySax(document).Sum(); }, readingGoal},
+                     {"libxml2 xmlTextReader", [&] { return ReadByPeer(document).Sum(); }}});
 }
 
 }  // namespace bench

@@ -18,7 +18,9 @@ void RunPersist(const Session& session);
 /// Time and memory of the property set. @throw std::runtime_error as above
 void RunPropset(const Session& session);
 
-/// Writing XML. @throw std::runtime_error as above
+/// XML: documents written and read, and object graphs in it. @throw std::runtime_error as above
 void RunXml(const Session& session);
+void RunXmlReading(const Session& session);
+void RunXmlGraphs(const Session& session);
 
 }  // namespace bench

@@ -109,6 +109,8 @@ void RunXml(const Session& session) {
                         {{"XMLWriter", [&] { return writing.Write(); }},
                          {"xmllite IXmlWriter", [&] { return writing.WriteByPeer(); }, goal}});
     }
+    RunXmlReading(session);
+    RunXmlGraphs(session);
 }
 
 }  // namespace bench

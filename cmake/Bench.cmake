@@ -23,11 +23,14 @@ add_executable(
   bench/Memory.cpp
   bench/PersistBench.cpp
   bench/PropsetBench.cpp
+  bench/SaxReading.cpp
   bench/XmlBench.cpp
   bench/XmlData.cpp
+  bench/XmlGraphBench.cpp
+  bench/XmlReaderBench.cpp
   $<TARGET_OBJECTS:kvcore>
   $<TARGET_OBJECTS:mova-identifiers>)
 set_target_properties(mova-bench PROPERTIES OUTPUT_NAME bench)
 target_include_directories(mova-bench SYSTEM PRIVATE ${CMAKE_BINARY_DIR}/peers)
-target_link_libraries(mova-bench PRIVATE mova-windows ole32 oleaut32 psapi uuid)
+target_link_libraries(mova-bench PRIVATE mova-windows ole32 oleaut32 psapi uuid XercesC::XercesC)
 add_dependencies(mova-bench mova-idl)

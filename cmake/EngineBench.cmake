@@ -1,6 +1,7 @@
 # The benchmarks of the engines without Windows beneath them, beside peers that are built for this machine.
 find_package(simdjson REQUIRED)
 find_package(LibXml2 REQUIRED)
+find_package(XercesC REQUIRED)
 add_executable(
   engine-bench
   bench/Bench.cpp
@@ -8,8 +9,9 @@ add_executable(
   bench/EngineBenchJson.cpp
   bench/EngineBenchXml.cpp
   bench/JsonData.cpp
+  bench/SaxReading.cpp
   bench/XmlData.cpp
   kvcore/HeapBlocks.cpp
   ${engine_sources})
 target_include_directories(engine-bench PRIVATE ${CMAKE_SOURCE_DIR})
-target_link_libraries(engine-bench PRIVATE mova-warnings LibXml2::LibXml2 simdjson::simdjson z)
+target_link_libraries(engine-bench PRIVATE mova-warnings LibXml2::LibXml2 simdjson::simdjson XercesC::XercesC z)

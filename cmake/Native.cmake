@@ -9,9 +9,10 @@ if(MOVA_FUZZ)
   add_compile_options(-O2 -fsanitize=fuzzer-no-link)  # for twice as many inputs in the same time
 endif()
 
+find_package(XercesC REQUIRED)
 add_library(engines STATIC kvcore/HeapBlocks.cpp ${engine_sources} ${tool_engine_sources})
 target_include_directories(engines PUBLIC ${CMAKE_SOURCE_DIR})
-target_link_libraries(engines PUBLIC mova-warnings z)
+target_link_libraries(engines PUBLIC mova-warnings XercesC::XercesC z)
 
 if(NOT MOVA_FUZZ)
   add_library(fuzz-replay OBJECT fuzz/replay/Replay.cpp)

@@ -1,8 +1,8 @@
 # The server, its client, and their tests and benchmarks, for Windows.
 include(Widl)
 enable_language(RC)
-mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaXML movaJSON movaJSONReader
-                 movaJSONWriter)
+mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaXML movaXMLReader
+                 movaXMLSerializer movaJSON movaJSONReader movaJSONWriter)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -32,6 +32,7 @@ add_dependencies(mova-identifiers mova-idl)
 # The foundation library.
 add_library(
   kvcore OBJECT
+  kvcore/Arena.cpp
   kvcore/BlockPool.cpp
   kvcore/CreateInstance.cpp
   kvcore/DateText.cpp
@@ -51,6 +52,17 @@ add_library(
 target_link_libraries(kvcore PUBLIC mova-windows)
 add_dependencies(kvcore mova-idl)
 
+# The XML parser, which ./dev and ./mova make before they configure.
+add_library(XercesC::XercesC STATIC IMPORTED)
+set_target_properties(
+  XercesC::XercesC
+  PROPERTIES IMPORTED_LOCATION ${CMAKE_SOURCE_DIR}/build/xerces-c/lib/libxerces-c.a
+             INTERFACE_INCLUDE_DIRECTORIES ${CMAKE_SOURCE_DIR}/build/xerces-c/include
+             INTERFACE_LINK_LIBRARIES advapi32)
+if(NOT EXISTS ${CMAKE_SOURCE_DIR}/build/xerces-c)
+  message(FATAL_ERROR "build/xerces-c is missing: ./dev build makes it")
+endif()
+
 # The server's code, once for the DLL and for the tests of its parts.
 add_library(
   mova-server OBJECT
@@ -61,7 +73,6 @@ add_library(
   containers/StrArray.cpp
   containers/SystemNames.cpp
   containers/UID.cpp
-  json/Arena.cpp
   json/BitStack.cpp
   json/ByteChain.cpp
   json/ChunkedText.cpp
@@ -120,20 +131,36 @@ add_library(
   streams/VariantStreamIO.cpp
   xml/Base64.cpp
   xml/DocumentText.cpp
+  xml/ElementTree.cpp
   xml/Emitter.cpp
+  xml/GraphReader.cpp
+  xml/GraphWriter.cpp
   xml/NamespaceMap.cpp
+  xml/OpenDocument.cpp
+  xml/PrefixMap.cpp
+  xml/PullParser.cpp
+  xml/ReaderNodes.cpp
   xml/SchemaRelease.cpp
+  xml/SerializeData.cpp
+  xml/TextScanner.cpp
+  xml/TreeWriter.cpp
   xml/TypeMap.cpp
+  xml/ValueTypes.cpp
+  xml/WriterSink.cpp
   xml/XMLAttributes.cpp
   xml/XMLFlags.cpp
   xml/XMLNamespaces.cpp
+  xml/XMLPersistedObject.cpp
+  xml/XMLSerializer.cpp
+  xml/XMLSerializerAlt.cpp
   xml/XMLStream.cpp
+  xml/XMLTextReader.cpp
   xml/XMLTypeMapper.cpp
   xml/XMLWriter.cpp
   xml/XmlNames.cpp
   xml/XmlNamespaceUtils.cpp
   xml/XmlValues.cpp)
-target_link_libraries(mova-server PUBLIC mova-windows)
+target_link_libraries(mova-server PUBLIC mova-windows XercesC::XercesC)
 add_dependencies(mova-server mova-idl)
 
 configure_file(server/Version.rc.in ${CMAKE_BINARY_DIR}/Version.rc @ONLY)
@@ -142,8 +169,9 @@ add_library(movaSystem SHARED server/Exports.cpp server/Strings.rc ${CMAKE_BINAR
                               $<TARGET_OBJECTS:mova-server> $<TARGET_OBJECTS:kvcore>
                               $<TARGET_OBJECTS:mova-identifiers>)
 set_target_properties(movaSystem PROPERTIES PREFIX "" OUTPUT_NAME movaSystem)
-target_link_libraries(movaSystem PRIVATE mova-windows ole32 oleaut32 uuid ntdll z)
-target_link_options(movaSystem PRIVATE -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat -Wl,--exclude-all-symbols)
+target_link_libraries(movaSystem PRIVATE mova-windows ole32 oleaut32 uuid ntdll z XercesC::XercesC)
+target_link_options(movaSystem PRIVATE -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat -Wl,--exclude-all-symbols
+                                       -Wl,--gc-sections)
 
 # The client: public interfaces only, nothing of the server.
 add_executable(
@@ -160,6 +188,7 @@ add_executable(
   tools/mova/Stream.cpp
   tools/mova/Streams.cpp
   tools/mova/Uid.cpp
+  tools/mova/Xml.cpp
   ${tool_engine_sources}
   $<TARGET_OBJECTS:kvcore>
   $<TARGET_OBJECTS:mova-identifiers>)
@@ -186,7 +215,7 @@ target_compile_definitions(
   windows-tests
   PRIVATE MOVA_SOURCES="${CMAKE_SOURCE_DIR}" MOVA_CONTRACT_FOUND="${CMAKE_BINARY_DIR}/contract.txt"
           MOVA_BINARY_FOLDER="${CMAKE_BINARY_DIR}")
-target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uuid ntdll version psapi z)
+target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uuid ntdll version psapi z XercesC::XercesC)
 add_dependencies(windows-tests movaSystem mova first-client mova-idl)
 add_test(NAME windows-tests COMMAND windows-tests)
 # Wine takes the user's locale from the environment.

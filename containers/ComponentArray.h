@@ -5,15 +5,15 @@
 #include <movaServer.h>
 #include "kvcore/Ptr.h"
 #include "server/HoldsObjects.h"
-#include "streams/PersistentComponent.h"
+#include "xml/XmlPersistentComponent.h"
 
 namespace mova {
 
 /// A growing array of components of one kind, from index 0; what all such classes share. Null elements are refused.
 /// @tparam Array has Count, Element, Add, Insert, Remove and RemoveAll. @tparam Item the elements' interface.
 template <class Self, class Coclass, class Array, class Item>
-class ComponentArray : public PersistentComponent<Self, Coclass, Array, IClone, IHoldsObjects> {
-    using Base = PersistentComponent<Self, Coclass, Array, IClone, IHoldsObjects>;
+class ComponentArray : public XmlPersistentComponent<Self, Coclass, Array, IClone, IHoldsObjects> {
+    using Base = XmlPersistentComponent<Self, Coclass, Array, IClone, IHoldsObjects>;
 
  public:
     using Base::Base;
@@ -84,9 +84,30 @@ class ComponentArray : public PersistentComponent<Self, Coclass, Array, IClone, 
         if (!in.Failed()) elements_.swap(elements);
         return in.Status();
     }
+    // XmlPersistentComponent's
+    HRESULT WriteElements(XmlFieldWriter& out) const {
+        const auto elements = elements_;  // as in WriteFields
+        for (const auto& element : elements)
+            if (!out.Add(&IXMLSerializeData::AddObject, itemElement, element.Get())) break;
+        return out.Status();
+    }
+    HRESULT ReadElements(XmlFieldReader& in) {
+        std::vector<kv::Ptr<Item>> elements;
+        in.ForEach(itemElement, [&](LONG index) {
+            kv::Ptr<IUnknown> object;
+            if (HRESULT status = in.Data()->GetObjectAt(index, object.Put()); FAILED(status)) return status;
+            auto element = object.template As<Item>();
+            if (!element) return RefuseOther();
+            elements.push_back(std::move(element));
+            return S_OK;
+        });
+        if (SUCCEEDED(in.Status())) elements_.swap(elements);
+        return in.Status();
+    }
 
  private:
     static constexpr std::uint16_t recordVersion = 1;
+    static constexpr std::u16string_view itemElement = u"Item";
 
     static bool IsWithin(LONG index, std::size_t count) noexcept {
         return index >= 0 && static_cast<std::size_t>(index) < count;
@@ -97,6 +118,10 @@ class ComponentArray : public PersistentComponent<Self, Coclass, Array, IClone, 
     HRESULT RefuseNull() const noexcept {
         return this->template Refuse<Array>(E_INVALIDARG, u"The array takes no null elements.");
     }
+    HRESULT RefuseOther() const noexcept {
+        return this->template Refuse<IXMLSerialize>(E_FAIL, u"An element of the array is null or of another kind.");
+    }
+
     std::vector<kv::Ptr<Item>> elements_;
 };
 

@@ -16,6 +16,7 @@ namespace {
 constexpr std::size_t longestNameInMessage = 100;
 constexpr std::uint16_t recordVersion = 1;
 constexpr DWORD contextWithClass = 15;  ///< of a transfer by value: the receiver is to learn the class, too
+constexpr std::u16string_view propertyElement = u"Property";
 constexpr auto noNames = u"The names must be an array of strings in one dimension.";
 
 /// The names in an array of strings, or of VARIANTs that hold strings; nothing where an element is no string.
@@ -47,6 +48,12 @@ std::optional<std::vector<kv::Variant>> ValuesIn(const VARIANT& value) {
         if (FAILED(status)) return {};
     }
     return values;
+}
+
+/// Whether a value is an object, or an array that may hold some.
+bool HoldsObjects(const VARIANT& value) noexcept {
+    const int type = value.vt & VT_TYPEMASK;
+    return type == VT_UNKNOWN || type == VT_DISPATCH || type == VT_VARIANT;
 }
 
 void CopyOut(const kv::Variant& value, VARIANT* target) {
@@ -262,6 +269,40 @@ HRESULT PropertySet::ReadProperties(kv::StreamReader& in, kv::Objects objects) {
         properties_.Append(PropertyList::MakeEntry(name, std::move(value)));
     }
     return in.Status();
+}
+
+HRESULT PropertySet::WriteElements(XmlFieldWriter& out) const {
+    VARIANT_BOOL isForSOAP = VARIANT_FALSE;
+    if (HRESULT status = out.Data()->get_ForSOAP(&isForSOAP); FAILED(status)) return status;
+    const std::size_t count = properties_.Count();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (properties_.Count() != count) return Refuse(E_FAIL);  // an object that was written has changed the set
+        const kv::Variant& value = properties_.ValueAt(i);
+        if (isForSOAP && value.Get().vt == (VT_ARRAY | VT_BSTR))
+            return Refuse<IXMLSerialize>(E_FAIL,
+                                         u"VT_ARRAY | VT_BSTR properties are not supported for SOAP serialization.");
+        const kv::BString key(properties_.NameAt(i));
+        kv::Variant copy;  // of a value with objects, for these may change the set, too
+        if (HoldsObjects(value.Get())) CopyOut(value, copy.Put());
+        const VARIANT& written = copy.Get().vt == VT_EMPTY ? value.Get() : copy.Get();
+        if (!out.Add(&IXMLSerializeData::AddKeyedVariant, propertyElement, key.Get(), written)) break;
+    }
+    return out.Status();
+}
+
+HRESULT PropertySet::ReadElements(XmlFieldReader& in) {
+    PropertyList properties;
+    in.ForEach(propertyElement, [&](LONG index) {
+        kv::BString key;
+        kv::Variant value;
+        if (HRESULT status = in.Data()->GetKey(index, key.Put()); FAILED(status)) return status;
+        if (HRESULT status = in.Data()->GetVariant(index, value.Put()); FAILED(status)) return status;
+        properties.Append(PropertyList::MakeEntry(key.View(), std::move(value)));
+        return S_OK;
+    });
+    if (FAILED(in.Status())) return in.Status();
+    properties_.Swap(properties);
+    return S_OK;
 }
 
 HRESULT PropertySet::RefuseUnknown(std::u16string_view name) const noexcept {

@@ -4,17 +4,17 @@
 #include "containers/PropertyList.h"
 #include "kvcore/VariantStream.h"
 #include "server/HoldsObjects.h"
-#include "streams/PersistentComponent.h"
+#include "xml/XmlPersistentComponent.h"
 
 namespace mova {
 
 /// An ordered list of named values; how they are kept and found is in PropertyList.h.
 class PropertySet final
-    : public PersistentComponent<PropertySet, ::PropertySet, Generations<IPropertySet2, IPropertySet>, IPropertySetImpl,
-                                 IClone, IHoldsObjects> {
+    : public XmlPersistentComponent<PropertySet, ::PropertySet, Generations<IPropertySet2, IPropertySet>,
+                                    IPropertySetImpl, IClone, IHoldsObjects> {
  public:
     using Component::Make;
-    using PersistentComponent::PersistentComponent;
+    using XmlPersistentComponent::XmlPersistentComponent;
 
     // IPropertySet
     STDMETHODIMP GetCount(LONG* count) noexcept override;
@@ -40,6 +40,10 @@ class PropertySet final
     // PersistentComponent's
     void WriteFields(kv::StreamWriter& out) const { WriteProperties(out, kv::Objects::kept); }
     HRESULT ReadFields(kv::StreamReader& in) { return ReadProperties(in, kv::Objects::kept); }
+    // XmlPersistentComponent's
+    static constexpr std::u16string_view typeName = u"PropertySet";
+    HRESULT WriteElements(XmlFieldWriter& out) const;
+    HRESULT ReadElements(XmlFieldReader& in);
 
  private:
     /// @param objects dropped: for a transfer by value, in which empty values become null, too.

@@ -10,6 +10,8 @@ class PropertySetArray final
     : public ComponentArray<PropertySetArray, ::PropertySetArray, IPropertySetArray, IPropertySet> {
  public:
     using ComponentArray::ComponentArray;
+
+    static constexpr std::u16string_view typeName = u"PropertySetArray";
 };
 
 /// An array of single properties.
@@ -17,6 +19,8 @@ class PropertySetPropertyArray final : public ComponentArray<PropertySetProperty
                                                              IPropertySetPropertyArray, IPropertySetProperty> {
  public:
     using ComponentArray::ComponentArray;
+
+    static constexpr std::u16string_view typeName = u"PropertySetPropertyArray";
 };
 
 }  // namespace mova

@@ -8,6 +8,8 @@ namespace mova {
 namespace {
 
 constexpr std::uint16_t recordVersion = 1;
+constexpr std::u16string_view keyElement = u"Key";
+constexpr std::u16string_view valueElement = u"Value";
 
 }  // namespace
 
@@ -72,6 +74,25 @@ HRESULT PropertySetProperty::ReadFields(kv::StreamReader& in) {
     kv::Variant value;
     if (!kv::ReadText(in, key) || !kv::ReadValue(in, value.Put(), kv::Objects::kept)) return in.Status();
     key_ = kv::BString(key);
+    value_ = std::move(value);
+    return S_OK;
+}
+
+HRESULT PropertySetProperty::WriteElements(XmlFieldWriter& out) const {
+    kv::Variant value;  // an object that is written may call back and change the property
+    if (HRESULT status = value_.CopyTo(value.Put()); FAILED(status)) return Refuse(status);
+    out.Add(&IXMLSerializeData::AddString, keyElement, key_.Get());
+    out.Add(&IXMLSerializeData::AddVariant, valueElement, value.Get());
+    return out.Status();
+}
+
+HRESULT PropertySetProperty::ReadElements(XmlFieldReader& in) {
+    kv::BString key;
+    kv::Variant value;
+    in.Get(&IXMLSerializeData::GetString, keyElement, key.Put());
+    in.Get(&IXMLSerializeData::GetVariant, valueElement, value.Put());
+    if (FAILED(in.Status())) return in.Status();
+    key_ = std::move(key);
     value_ = std::move(value);
     return S_OK;
 }

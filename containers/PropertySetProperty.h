@@ -3,15 +3,15 @@
 #include <movaSystem.h>
 #include "kvcore/Variant.h"
 #include "server/HoldsObjects.h"
-#include "streams/PersistentComponent.h"
+#include "xml/XmlPersistentComponent.h"
 
 namespace mova {
 
 /// One named value as an object.
-class PropertySetProperty final : public PersistentComponent<PropertySetProperty, ::PropertySetProperty,
-                                                             IPropertySetProperty, IClone, IHoldsObjects> {
+class PropertySetProperty final : public XmlPersistentComponent<PropertySetProperty, ::PropertySetProperty,
+                                                                IPropertySetProperty, IClone, IHoldsObjects> {
  public:
-    using PersistentComponent::PersistentComponent;
+    using XmlPersistentComponent::XmlPersistentComponent;
 
     // IPropertySetProperty
     STDMETHODIMP put_Key(BSTR key) noexcept override;
@@ -26,6 +26,10 @@ class PropertySetProperty final : public PersistentComponent<PropertySetProperty
     // PersistentComponent's
     void WriteFields(kv::StreamWriter& out) const;
     HRESULT ReadFields(kv::StreamReader& in);
+    // XmlPersistentComponent's
+    static constexpr std::u16string_view typeName = u"PropertySetProperty";
+    HRESULT WriteElements(XmlFieldWriter& out) const;
+    HRESULT ReadElements(XmlFieldReader& in);
 
  private:
     kv::BString key_;

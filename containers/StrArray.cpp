@@ -12,6 +12,7 @@ namespace mova {
 namespace {
 
 constexpr std::uint16_t recordVersion = 1;
+constexpr std::u16string_view itemElement = u"Item";
 constexpr std::size_t longestText = std::numeric_limits<std::int32_t>::max() / sizeof(char16_t);  // of a BSTR
 
 }  // namespace
@@ -177,6 +178,24 @@ HRESULT StrArray::ReadFields(kv::StreamReader& in) {
         if (!kv::ReadText(in, elements.emplace_back())) break;
     }
     if (!in.Failed()) elements_.swap(elements);
+    return in.Status();
+}
+
+HRESULT StrArray::WriteElements(XmlFieldWriter& out) const {
+    for (const auto& element : elements_)
+        if (!out.Add(&IXMLSerializeData::AddString, itemElement, kv::BString(element).Get())) break;
+    return out.Status();
+}
+
+HRESULT StrArray::ReadElements(XmlFieldReader& in) {
+    std::vector<std::u16string> elements;
+    in.ForEach(itemElement, [&](LONG index) {
+        kv::BString text;
+        const HRESULT status = in.Data()->GetString(index, text.Put());
+        if (SUCCEEDED(status)) elements.emplace_back(text.View());
+        return status;
+    });
+    if (SUCCEEDED(in.Status())) elements_.swap(elements);
     return in.Status();
 }
 

@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "streams/PersistentComponent.h"
+#include "xml/XmlPersistentComponent.h"
 
 namespace mova {
 
 /// A growing array of texts, from index 0.
-class StrArray final : public PersistentComponent<StrArray, ::StrArray, IStringArray, IClone> {
+class StrArray final : public XmlPersistentComponent<StrArray, ::StrArray, IStringArray, IClone> {
  public:
-    using PersistentComponent::PersistentComponent;
+    using XmlPersistentComponent::XmlPersistentComponent;
 
     // IStringArray
     STDMETHODIMP get_Count(LONG* count) noexcept override;
@@ -33,6 +33,10 @@ class StrArray final : public PersistentComponent<StrArray, ::StrArray, IStringA
     // PersistentComponent's
     void WriteFields(kv::StreamWriter& out) const;
     HRESULT ReadFields(kv::StreamReader& in);
+    // XmlPersistentComponent's
+    static constexpr std::u16string_view typeName = u"StrArray";
+    HRESULT WriteElements(XmlFieldWriter& out) const;
+    HRESULT ReadElements(XmlFieldReader& in);
 
  private:
     /// The element at an index; null outside the array.

@@ -8,11 +8,14 @@
 #include "kvcore/Guid.h"
 #include "kvcore/TrelCore.h"
 #include "kvcore/Variant.h"
+#include "xml/XmlValues.h"
 
 namespace mova {
 namespace {
 
 constexpr std::uint16_t recordVersion = 1;
+constexpr std::u16string_view valueElement = u"Value";
+constexpr std::u16string_view subtypeElement = u"SubType";
 /// What the names of the family's own classes begin with, whichever library has them.
 constexpr std::u16string_view familyPrefix = u"mova";
 constexpr std::size_t longestKeyName = 2048;
@@ -192,6 +195,27 @@ HRESULT UID::ReadFields(kv::StreamReader& in) noexcept {
     identifier_ = read.guid;
     subtype_ = read.subtype;
     hasValue_ = hasValue != 0;
+    return S_OK;
+}
+
+HRESULT UID::WriteElements(XmlFieldWriter& out) const {
+    if (hasValue_) out.Add(&IXMLSerializeData::AddString, valueElement, kv::BString(kv::GuidText(identifier_)).Get());
+    out.Add(&IXMLSerializeData::AddLong, subtypeElement, subtype_);
+    return out.Status();
+}
+
+HRESULT UID::ReadElements(XmlFieldReader& in) {
+    kv::BString text;
+    LONG subtype = 0;
+    const bool hasValue = in.Get(&IXMLSerializeData::GetString, valueElement, text.Put());
+    in.Get(&IXMLSerializeData::GetLong, subtypeElement, &subtype);
+    if (FAILED(in.Status())) return in.Status();
+    const auto identifier = kv::MOVA_CLSIDFromString(xml::WithoutBlanks(text.View()));
+    if (hasValue && !identifier) return Refuse<IXMLSerialize>(E_INVALIDARG, u"The value is no GUID.");
+    if (subtype < 0) return Refuse<IXMLSerialize>(E_INVALIDARG, badSubtype);
+    identifier_ = hasValue ? *identifier : GUID{};
+    subtype_ = subtype;
+    hasValue_ = hasValue;
     return S_OK;
 }
 

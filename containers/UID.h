@@ -1,14 +1,14 @@
 #pragma once
 
 #include <movaSystem.h>
-#include "streams/PersistentComponent.h"
+#include "xml/XmlPersistentComponent.h"
 
 namespace mova {
 
 /// An identifier as an object, with a subtype.
-class UID final : public PersistentComponent<UID, ::UID, IUID, IIdentifierExchange> {
+class UID final : public XmlPersistentComponent<UID, ::UID, IUID, IIdentifierExchange> {
  public:
-    using PersistentComponent::PersistentComponent;
+    using XmlPersistentComponent::XmlPersistentComponent;
 
     // IUID
     STDMETHODIMP put_Value(VARIANT value) noexcept override;
@@ -25,6 +25,10 @@ class UID final : public PersistentComponent<UID, ::UID, IUID, IIdentifierExchan
     static constexpr ULONG sizeMax = 23;
     void WriteFields(kv::StreamWriter& out) const noexcept;
     HRESULT ReadFields(kv::StreamReader& in) noexcept;
+    // XmlPersistentComponent's
+    static constexpr std::u16string_view typeName = u"UID";
+    HRESULT WriteElements(XmlFieldWriter& out) const;
+    HRESULT ReadElements(XmlFieldReader& in);
 
  private:
     HRESULT PutObject(IUnknown* object) noexcept;

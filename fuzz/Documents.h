@@ -24,7 +24,7 @@ inline std::uint32_t SpreadHash(std::u16string_view name) noexcept {
 
 /// A document, or as much of it as was complete.
 struct Document {
-    json::ArenaPtr arena;
+    kv::ArenaPtr arena;
     json::Entries* entries = nullptr;  ///< null where no object or array was begun
     bool isObject = false;
     json::Loaded loaded = json::Loaded::SourceFailed;
@@ -43,7 +43,7 @@ inline Document LoadDocument(json::Scanner& scanner, json::NameHash hash, bool r
         return document;
     }
     document.isObject = source.Current() == json::Token::StartOfObject;
-    document.arena = json::ArenaPtr::Attach(json::Arena::Make());
+    document.arena = kv::ArenaPtr::Attach(kv::Arena::Make());
     json::TreeBuilder builder(*document.arena.Get(), hash, replaces, 0);
     document.loaded = json::LoadTree(source, builder, document.isObject, depth);
     document.lacksName = document.loaded == json::Loaded::SourceFailed && source.LacksName();

@@ -57,7 +57,7 @@ void Container::Clear() noexcept {
     index_.Forget();
     Entries* const entries = std::exchange(entries_, nullptr);
     const bool ownedBlock = std::exchange(ownsBlock_, false);
-    const ArenaPtr arena = std::exchange(arena_, ArenaPtr());
+    const kv::ArenaPtr arena = std::exchange(arena_, kv::ArenaPtr());
     if (!entries) return;
     const Tag* const tags = entries->Tags(named_);
     for (std::uint32_t i = 0; i < entries->count; ++i) {
@@ -67,7 +67,7 @@ void Container::Clear() noexcept {
     if (ownedBlock) FreeBlock(entries);
 }
 
-void Container::Adopt(ArenaPtr arena, Entries* entries) noexcept {
+void Container::Adopt(kv::ArenaPtr arena, Entries* entries) noexcept {
     Clear();
     arena_ = std::move(arena);
     entries_ = entries;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "json/Arena.h"
 #include "json/Entries.h"
 #include "json/NameIndex.h"
+#include "kvcore/Arena.h"
 
 namespace json {
 
@@ -23,7 +23,7 @@ class Container {
     std::uint32_t Count() const noexcept { return entries_ ? entries_->count : 0; }
     Value At(std::uint32_t i) const noexcept { return entries_->At(i, named_); }
     std::u16string_view NameAt(std::uint32_t i) const noexcept { return entries_->NameAt(i); }
-    const ArenaPtr& SharedArena() const noexcept { return arena_; }
+    const kv::ArenaPtr& SharedArena() const noexcept { return arena_; }
 
     /// The member with exactly that name. @param hash the name's. @return its place, or none
     std::uint32_t Find(std::u16string_view name, std::uint32_t hash) const noexcept {
@@ -46,7 +46,7 @@ class Container {
     void Clear() noexcept;
 
     /// Takes what was loaded in place of what it holds. @param entries lie in the arena, and nobody else's.
-    void Adopt(ArenaPtr arena, Entries* entries) noexcept;
+    void Adopt(kv::ArenaPtr arena, Entries* entries) noexcept;
 
  private:
     static constexpr std::uint32_t longestScanned = 8;
@@ -71,7 +71,7 @@ class Container {
     void FreeBlock(Entries* entries) const noexcept;
 
     Entries* entries_ = nullptr;
-    ArenaPtr arena_;  ///< of what was loaded; none where nothing was
+    kv::ArenaPtr arena_;  ///< of what was loaded; none where nothing was
     mutable NameIndex index_;
     Dispose dispose_;
     const bool named_;

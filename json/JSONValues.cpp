@@ -262,7 +262,7 @@ HRESULT JSONValues::LoadFrom(Source& source, LONG depth, Failure failure) {
         if (!source.Start(isEmpty)) return failure();
         if (isEmpty) return S_OK;
     }
-    auto arena = json::ArenaPtr::Attach(json::Arena::Make());
+    auto arena = kv::ArenaPtr::Attach(kv::Arena::Make());
     json::TreeBuilder builder(*arena.Get(), &HashName, replaceExisting, Flags());
     const json::Loaded loaded = json::LoadTree(source, builder, isObject, depth);
     if (json::Entries* const entries = builder.Finish()) held.Adopt(std::move(arena), entries);

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "json/Arena.h"
 #include "json/Entries.h"
+#include "kvcore/Arena.h"
 
 namespace json {
 
@@ -14,7 +14,7 @@ using NameHash = std::uint32_t (*)(std::u16string_view name) noexcept;
 /// The names of a document that is being loaded, each of them once.
 class NamePool {
  public:
-    NamePool(NameHash hash, Arena& arena) noexcept : hash_(hash), arena_(arena) {}
+    NamePool(NameHash hash, kv::Arena& arena) noexcept : hash_(hash), arena_(arena) {}
 
     /// The number of a name. @throw std::bad_alloc
     std::uint32_t Find(std::u16string_view text) {
@@ -41,7 +41,7 @@ class NamePool {
     void Enlarge();
 
     NameHash hash_;
-    Arena& arena_;
+    kv::Arena& arena_;
     std::vector<Known> known_;
     std::vector<std::uint32_t> slots_;  ///< the number behind a name's, by hash; 0 for a free slot
     std::uint32_t last_ = UINT32_MAX;

@@ -46,7 +46,7 @@ class TreeBuilder {
  public:
     /// @param replaces whether a name that comes again replaces a value of the same type instead of being refused.
     /// @param detail the tags of the objects and arrays within carry it.
-    TreeBuilder(Arena& arena, NameHash hash, bool replaces, std::int8_t detail)
+    TreeBuilder(kv::Arena& arena, NameHash hash, bool replaces, std::int8_t detail)
         : arena_(arena), names_(hash, arena), replaces_(replaces), detail_(detail) {}
 
     /// Begins an object or array within the innermost one that is open.
@@ -100,7 +100,7 @@ class TreeBuilder {
     bool ReplaceFormer(Frame& frame, const Value& value);
     Entries* LayDown(std::size_t first, std::size_t last, bool named);
 
-    Arena& arena_;
+    kv::Arena& arena_;
     NamePool names_;
     PlainStack<Slot> slots_;  ///< of all open containers, the outermost first
     std::vector<Frame> frames_;

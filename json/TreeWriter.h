@@ -29,7 +29,7 @@ class TreeWriter {
     struct Level {
         kv::Ptr<IUnknown> keeper;  ///< of a component
         JSONValues* values;        ///< the component's
-        json::PinnedArena arena;   ///< where the entries of any other lie
+        kv::PinnedArena arena;     ///< where the entries of any other lie
         const json::Entries* entries;
         bool isObject;
         std::uint32_t next;
@@ -65,7 +65,7 @@ class TreeWriter {
             const bool isObject = value.tag.kind == json::Kind::Object;
             return Open(name, {{},
                                nullptr,
-                               json::PinnedArena(top.values ? top.values->held.SharedArena() : top.arena.Get()),
+                               kv::PinnedArena(top.values ? top.values->held.SharedArena() : top.arena.Get()),
                                value.payload.entries,
                                isObject,
                                0});

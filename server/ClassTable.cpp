@@ -26,7 +26,12 @@
 #include "xml/XMLAttributes.h"
 #include "xml/XMLFlags.h"
 #include "xml/XMLNamespaces.h"
+#include "xml/XMLPersistedObject.h"
+#include "xml/XMLReader.h"
+#include "xml/XMLSerializer.h"
+#include "xml/XMLSerializerAlt.h"
 #include "xml/XMLStream.h"
+#include "xml/XMLTextReader.h"
 #include "xml/XMLTypeMapper.h"
 #include "xml/XMLWriter.h"
 #include "xml/XmlNamespaceUtils.h"
@@ -65,12 +70,17 @@ constinit const ClassEntry classTable[] = {
     NewObject<PropertySetPropertyArray>(u"PropertySetPropertyArray"),
     NewObject<PropertySetArray>(u"PropertySetArray"),
     NewObject<ObjectCopy>(u"ObjectCopy"),
+    NewObject<XMLPersistedObject>(u"XMLPersistedObject"),
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
     NewObject<XmlNamespaceUtils>(u"XmlNamespaceUtils"),
     NewObject<XMLStream>(u"XMLStream"),
+    NewObject<XMLReader>(u"XMLReader"),
+    NewObject<XMLTextReader>(u"XMLTextReader"),
     NewObject<XMLAttributes>(u"XMLAttributes"),
     NewObject<XMLNamespaces>(u"XMLNamespaces"),
     ThreadSingleton<XMLTypeMapper>(u"XMLTypeMapper"),
+    NewObject<XMLSerializer>(u"XMLSerializer"),
+    NewObject<XMLSerializerAlt>(u"XMLSerializerAlt"),
     NewObject<XMLWriter>(u"XMLWriter"),
     NewObject<XMLFlags>(u"XMLFlags"),
     NewObject<JSONWriter>(u"JSONWriter"),

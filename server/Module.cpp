@@ -11,6 +11,7 @@
 #include "kvcore/Ptr.h"
 #include "server/ClassDirectory.h"
 #include "server/ClassFactory.h"
+#include "xml/PullParser.h"
 
 extern "C" IMAGE_DOS_HEADER __ImageBase;  // NOLINT: the linker's name for where the module begins
 
@@ -78,6 +79,7 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* processEnds) {
         delete mova::directory.exchange(nullptr);
         kv::CloseBlockPool();
         json::FreeTextMemory();
+        xml::CloseParserLibrary();
         kv::ClosePages();
     }
     return TRUE;

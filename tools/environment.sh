@@ -7,10 +7,17 @@ registered="$WINEPREFIX/registered"  # names the preset whose DLL is registered,
 
 say() { echo "$*" >&2; }
 
-build_packages=(cmake libcereal-dev libsimdjson-dev libxml2-dev ninja-build nlohmann-json3-dev rapidjson-dev g++
-    g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev libz-mingw-w64-dev wine wine64 zlib1g-dev)
+. "$root/tools/xerces.sh"
+
+build_packages=(cmake dpkg-dev libcereal-dev libsimdjson-dev libxerces-c-dev libxml2-dev ninja-build
+    nlohmann-json3-dev rapidjson-dev g++ g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev libz-mingw-w64-dev
+    wine wine64 zlib1g-dev)
 test_packages=(googletest)
 tool_packages=(clang clang-format clang-tidy libclang-rt-14-dev)
+
+as_root() {
+    if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
+}
 
 # Installs those of the named Debian packages that are missing.
 install_packages() {
@@ -20,11 +27,9 @@ install_packages() {
     done
     [ ${#missing[@]} -eq 0 ] && return
     say "installing ${missing[*]}"
-    local as_root=()
-    [ "$(id -u)" = 0 ] || as_root=(sudo)
     {
-        "${as_root[@]}" apt-get update -q
-        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -qy --no-install-recommends "${missing[@]}"
+        as_root apt-get update -q
+        as_root env DEBIAN_FRONTEND=noninteractive apt-get install -qy --no-install-recommends "${missing[@]}"
     } >&2
 }
 
@@ -47,6 +52,7 @@ ensure_prefix() {
 build_preset() {
     local preset=$1
     shift
+    case "$preset" in debug | release) ensure_xerces ;; esac
     if [ ! -e "$build/$preset/build.ninja" ]; then
         say "configuring $preset"
         (cd "$root" && cmake --preset "$preset") >&2

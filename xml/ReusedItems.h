@@ -25,6 +25,7 @@ class ReusedItems {
 
     std::size_t Count() const noexcept { return count_; }
     Item& operator[](std::size_t index) noexcept { return items_[index]; }
+    const Item& operator[](std::size_t index) const noexcept { return items_[index]; }
     auto begin() noexcept { return items_.begin(); }
     auto end() noexcept { return items_.begin() + static_cast<std::ptrdiff_t>(count_); }
     auto begin() const noexcept { return items_.begin(); }

@@ -81,6 +81,18 @@ STDMETHODIMP XMLAttributes::RemoveAll() noexcept {
     return S_OK;
 }
 
+kv::Ptr<XMLAttributes> XMLAttributes::Of(std::span<const xml::Attribute> attributes) {
+    auto made = kv::Ptr<XMLAttributes>::Attach(Make());
+    for (const xml::Attribute& attribute : attributes) {
+        Item& item = made->items_.Next();
+        item.uri = attribute.uri;
+        item.name = attribute.name;
+        item.value = attribute.value;
+        made->items_.Keep();
+    }
+    return made;
+}
+
 void STDMETHODCALLTYPE XMLAttributes::AppendTo(std::vector<xml::Attribute>& attributes) const {
     for (const Item& item : items_) attributes.push_back({item.uri, item.name, item.value});
 }

@@ -2,8 +2,10 @@
 
 #include <movaSystem.h>
 
+#include <span>
 #include <string>
 
+#include "kvcore/Ptr.h"
 #include "server/Component.h"
 #include "xml/ElementParts.h"
 #include "xml/ReusedItems.h"
@@ -25,6 +27,9 @@ class XMLAttributes final : public Component<XMLAttributes, ::XMLAttributes, IXM
     STDMETHODIMP FindAttribute(BSTR namespaceURI, BSTR localName, LONG* index) noexcept override;
     STDMETHODIMP Remove(LONG index) noexcept override;
     STDMETHODIMP RemoveAll() noexcept override;
+
+    /// A collection of them. @throw std::bad_alloc
+    static kv::Ptr<XMLAttributes> Of(std::span<const xml::Attribute> attributes);
 
     // IHoldsAttributes
     void STDMETHODCALLTYPE AppendTo(std::vector<xml::Attribute>& attributes) const override;

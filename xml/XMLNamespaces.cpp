@@ -71,6 +71,17 @@ STDMETHODIMP XMLNamespaces::RemoveAll() noexcept {
     return S_OK;
 }
 
+kv::Ptr<XMLNamespaces> XMLNamespaces::Of(std::span<const xml::Declaration> declarations) {
+    auto made = kv::Ptr<XMLNamespaces>::Attach(Make());
+    for (const xml::Declaration& declaration : declarations) {
+        Item& item = made->items_.Next();
+        item.prefix = declaration.prefix;
+        item.uri = declaration.uri;
+        made->items_.Keep();
+    }
+    return made;
+}
+
 void STDMETHODCALLTYPE XMLNamespaces::AppendTo(std::vector<xml::Declaration>& declarations) const {
     for (const Item& item : items_) declarations.push_back({item.prefix, item.uri});
 }

@@ -2,8 +2,10 @@
 
 #include <movaSystem.h>
 
+#include <span>
 #include <string>
 
+#include "kvcore/Ptr.h"
 #include "server/Component.h"
 #include "xml/ElementParts.h"
 #include "xml/ReusedItems.h"
@@ -24,6 +26,9 @@ class XMLNamespaces final : public Component<XMLNamespaces, ::XMLNamespaces, IXM
     STDMETHODIMP FindURI(BSTR namespaceURI, LONG* index) noexcept override;
     STDMETHODIMP Remove(LONG index) noexcept override;
     STDMETHODIMP RemoveAll() noexcept override;
+
+    /// A collection of them. @throw std::bad_alloc
+    static kv::Ptr<XMLNamespaces> Of(std::span<const xml::Declaration> declarations);
 
     // IHoldsNamespaces
     void STDMETHODCALLTYPE AppendTo(std::vector<xml::Declaration>& declarations) const override;

@@ -13,7 +13,7 @@ namespace {
 
 // Texts are narrowed by the block, and short ones before it is known whether they can be.
 TEST(TreeBuilder, KeepsTextsOfEveryLength) {
-    const auto arena = ArenaPtr::Attach(Arena::Make());
+    const auto arena = kv::ArenaPtr::Attach(kv::Arena::Make());
     TreeBuilder builder(
         *arena.Get(), [](std::u16string_view) noexcept { return std::uint32_t{0}; }, false, 0);
     std::vector<std::pair<std::u16string, Value>> kept;

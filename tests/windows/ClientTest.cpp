@@ -47,6 +47,17 @@ TEST(Client, SavesAndLoadsPropertySets) {
     EXPECT_EQ(loaded.output, saved.output);
     EXPECT_EQ(loaded.status, 0u);
     EXPECT_TRUE(DeleteFileW(kv::Wide(file.c_str())));
+    const auto printed = Mova(u"propset - --xml", "A=str:\xC3\xA4\nB=i4:7\nC=null:\n");
+    EXPECT_EQ(
+        printed.output,
+        "<PropertySet xsi:type='mova:PropertySet' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'"
+        " xmlns:xs='http://www.w3.org/2001/XMLSchema' xmlns:mova='urn:mova:schemas:10.0'>"
+        "<Property key='A' xsi:type='xs:string'>\xC3\xA4</Property><Property key='B' xsi:type='xs:int'>7</Property>"
+        "<Property key='C' xsi:nil='true'/></PropertySet>\n");
+    EXPECT_EQ(Mova(u"propset --load -", printed.output).output, "A\t8\t\"\xC3\xA4\"\nB\t3\t7\nC\t1\t\n");
+    EXPECT_EQ(Mova(u"propset - --xml --save \"" + file + u"\"", "B=i4:7\n").output, "B\t3\t7\n");
+    EXPECT_EQ(Mova(u"propset --load \"" + file + u"\"").output, "B\t3\t7\n");
+    EXPECT_TRUE(DeleteFileW(kv::Wide(file.c_str())));
     std::string duplicates = ReadSource("tests/golden/set-by-value-with-class.bin").substr(0, 16);
     duplicates += std::string("\1\0\0\0\1\0\2\0\0\0\1\0\0\0A\0\3\0\1\0\0\0\1\0\0\0a\0\3\0\2\0\0\0", 34);
     EXPECT_EQ(Mova(u"propset --load -", duplicates).output, "A\t3\t1\na\t3\t2\n");
@@ -192,6 +203,21 @@ TEST(Client, OfTheReadmeWorksAsItStands) {
     const auto run = RunProcess(BinaryFolder() + u"first-client.exe");
     EXPECT_EQ(run.output, "Port is 5151\r\n");
     EXPECT_EQ(run.status, 0u);
+}
+
+TEST(Client, ChecksXmlDocuments) {
+    const auto whole = Mova(u"xml check -", "<?xml version='1.0'?>\n<a><b><c/></b><b/></a>");
+    EXPECT_EQ(whole.output, "elements\t4\ndepth\t3\n");
+    EXPECT_EQ(whole.status, 0u);
+    const auto broken = Mova(u"xml check -", "<a>\n <b></a>");
+    EXPECT_EQ(
+        broken.output,
+        "elements\t2\ndepth\t2\nfault\t2\t7\nmova: movaSystem.XMLReader: Xml Parsing failed.\\nReason:expected end "
+        "of tag 'b' (column 7)\\nLinepos:2\\nSource:stream. (0x80004005)\n");
+    EXPECT_EQ(broken.status, 1u);
+    EXPECT_TRUE(Mova(u"xml check -", "").output.starts_with("elements\t0\ndepth\t0\nfault\t1\t1\n"));
+    for (const char16_t* const wrong : {u"xml", u"xml check", u"xml check - -", u"xml read -"})
+        EXPECT_EQ(Mova(wrong, "<a/>").status, 2u) << kv::Utf8(wrong);
 }
 
 }  // namespace mova::test

@@ -77,13 +77,71 @@ std::optional<std::u16string> ReadByPlatform(IStream* stream) {
     return nodes.All();
 }
 
+// ---- The library's own reader
+
+template <class Ask>
+std::u16string Told(Ask ask) {
+    kv::BString text;
+    EXPECT_EQ(ask(text.Put()), S_OK);
+    return std::u16string(text.View());
+}
+
+void AddElement(IXMLReader& reader, sequences::Nodes& nodes) {
+    nodes.Start(Told([&](BSTR* text) { return reader.get_NamespaceURI(text); }),
+                Told([&](BSTR* text) { return reader.get_LocalName(text); }));
+    kv::Ptr<IXMLAttributes> attributes;
+    kv::Ptr<IXMLNamespaces> namespaces;
+    LONG count = 0;
+    EXPECT_EQ(reader.get_Attributes(attributes.Put()), S_OK);
+    EXPECT_EQ(reader.get_Namespaces(namespaces.Put()), S_OK);
+    EXPECT_EQ(attributes->get_Count(&count), S_OK);
+    for (LONG i = 0; i < count; ++i) {
+        nodes.Attribute(Told([&](BSTR* text) { return attributes->GetNamespaceURI(i, text); }),
+                        Told([&](BSTR* text) { return attributes->GetLocalName(i, text); }),
+                        Told([&](BSTR* text) { return attributes->GetValue(i, text); }));
+    }
+    EXPECT_EQ(namespaces->get_Count(&count), S_OK);
+    for (LONG i = 0; i < count; ++i) {
+        nodes.Declaration(Told([&](BSTR* text) { return namespaces->GetPrefix(i, text); }),
+                          Told([&](BSTR* text) { return namespaces->GetURI(i, text); }));
+    }
+}
+
+std::optional<std::u16string> ReadByLibrary(IStream* stream) {
+    const auto reader = New<IXMLReader>(u"XMLReader");
+    EXPECT_EQ(reader->put_InputStream(stream), S_OK);
+    sequences::Nodes nodes;
+    VARIANT_BOOL found = VARIANT_TRUE;
+    HRESULT status = S_OK;
+    while ((status = reader->Read(&found)) == S_OK && found) {
+        movaXMLNodeType type = movaXMLNone;
+        EXPECT_EQ(reader->get_NodeType(&type), S_OK);
+        switch (type) {
+            case movaXMLStartElement:
+                AddElement(*reader.Get(), nodes);
+                break;
+            case movaXMLEndElement:
+                nodes.End();
+                break;
+            case movaXMLText:
+            case movaXMLCData:
+                nodes.Text(Told([&](BSTR* text) { return reader->get_Value(text); }));
+                break;
+            default:
+                break;
+        }
+    }
+    if (status != S_OK) return {};
+    return nodes.All();
+}
+
 /// Those that documents are read by.
 constexpr struct {
     const char* name;
     ReadNodes read;
     bool followsRedeclarations;  ///< of prefixes; Wine's reader stays with what was declared first
     ULONGLONG mostBytes;         ///< Wine's reader breaks characters at the ends of the pieces that it reads
-} readers[] = {{"the platform's", &ReadByPlatform, false, 4096}};
+} readers[] = {{"the platform's", &ReadByPlatform, false, 4096}, {"the library's", &ReadByLibrary, true, UINT64_MAX}};
 
 // ---- The writer
 

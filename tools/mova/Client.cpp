@@ -28,10 +28,11 @@ constexpr Command commands[] = {
     {"register", "", "registers the library that lies beside the client", &RunRegister},
     {"unregister", "", "removes what registration wrote", &RunUnregister},
     {"registered", "NAME", "prints the registry entries of a class: KEY, VALUE-NAME, DATA, sorted", &RunRegistered},
-    {"propset", "[--copy] [--save OUT] FILE|- | [--copy] [--save OUT] --load IN",
+    {"propset", "[--copy] [--xml] [--save OUT] FILE|- | [--copy] [--xml] [--save OUT] --load IN",
      "reads NAME=TYPE:VALUE lines into a property set and prints NAME, VARTYPE, VALUE in the set's order.\n"
      "TYPE is empty, null, bool, i2, i4, i8, r4, r8, date (an OLE date) or str; a line -NAME removes.\n"
      "--save OUT saves the set through an object stream into a file; --load IN takes a saved set instead of lines.\n"
+     "--xml saves the set as an XML document instead, or, without --save, prints it; --load takes that, too.\n"
      "--copy prints the clone instead of the set.",
      &RunPropset},
     {"uid", "[TEXT] | --compare A B",
@@ -52,6 +53,10 @@ constexpr Command commands[] = {
      "decimals at most.\n"
      "get prints the value at a path of member names and array indices, joined by /.",
      &RunJson},
+    {"xml", "check FILE|-",
+     "reads a document and prints how many elements it has and how deep they nest, and the line and column of its "
+     "fault,\nwhere it has one. Its exit status is 1 where the document has a fault.",
+     &RunXml},
 };
 
 /// The text with line breaks and other control characters escaped, so that it stays one line.

@@ -1,4 +1,4 @@
-#include "json/Arena.h"
+#include "kvcore/Arena.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -6,7 +6,7 @@
 
 #include "kvcore/Pages.h"
 
-namespace json {
+namespace kv {
 namespace {
 
 /// The first block of an arena; each further one is eight times as large, up to the size that is recycled.
@@ -22,8 +22,8 @@ void Arena::ReleaseReference() noexcept {
     if (references_.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
     while (block_) {
         Block* const freed = std::exchange(block_, block_->previous);
-        if (freed->size == kv::pageSize) {
-            kv::GivePage(freed);
+        if (freed->size == pageSize) {
+            GivePage(freed);
         } else {
             std::free(freed);
         }
@@ -35,7 +35,7 @@ void Arena::ReleaseReference() noexcept {
 void* Arena::TakeFromNewBlock(std::size_t size) {
     static_assert(sizeof(Block) % alignment == 0);
     if (size > SIZE_MAX / 2) throw std::bad_alloc();
-    if (size > kv::pageSize / 4) {
+    if (size > pageSize / 4) {
         auto* const own = static_cast<Block*>(std::malloc(sizeof(Block) + size));
         if (!own) throw std::bad_alloc();
         *own = {own_, size};
@@ -44,8 +44,8 @@ void* Arena::TakeFromNewBlock(std::size_t size) {
     }
     std::size_t blockSize = block_ ? block_->size * 8 : firstBlock;
     while (blockSize < sizeof(Block) + size + alignment) blockSize *= 8;
-    blockSize = std::min(blockSize, kv::pageSize);
-    void* const memory = blockSize == kv::pageSize ? kv::TakePage() : std::malloc(blockSize);
+    blockSize = std::min(blockSize, pageSize);
+    void* const memory = blockSize == pageSize ? TakePage() : std::malloc(blockSize);
     if (!memory) throw std::bad_alloc();
     block_ = ::new (memory) Block{block_, blockSize};
     next_ = reinterpret_cast<std::byte*>(block_ + 1);
@@ -53,4 +53,4 @@ void* Arena::TakeFromNewBlock(std::size_t size) {
     return Take(size);
 }
 
-}  // namespace json
+}  // namespace kv

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <utility>
 
-namespace json {
+namespace kv {
 
 /// The memory of one loaded document: what is taken from it is freed all at once, when the last of those who share it
 /// lets go of it.
@@ -108,4 +108,4 @@ class PinnedArena {
     ArenaPtr arena_;
 };
 
-}  // namespace json
+}  // namespace kv

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "streams/PersistentComponent.h"
+#include "xml/FieldForms.h"
+
+namespace mova {
+
+/// A component that persists in binary and as XML. For the latter a class says, beside what PersistentComponent wants,
+///
+///     static constexpr std::u16string_view typeName;    // of its type in documents
+///     HRESULT WriteElements(XmlFieldWriter& out) const;  // S_OK, or a failure; out.Status() where the writer has it
+///     HRESULT ReadElements(XmlFieldReader& in);          // the same; a failure leaves the object as it was
+///
+/// Both may throw.
+template <class Self, class Coclass, class... Items>
+class XmlPersistentComponent : public PersistentComponent<Self, Coclass, Items..., IXMLSerialize> {
+    using Base = PersistentComponent<Self, Coclass, Items..., IXMLSerialize>;
+
+ public:
+    using Base::Base;
+
+    // IXMLSerialize
+    STDMETHODIMP Serialize(IXMLSerializeData* data) noexcept override try {
+        if (!data) return Base::Refuse(E_POINTER);
+        XmlFieldWriter out(data, Self::typeName);
+        return static_cast<const Self*>(this)->WriteElements(out);
+    } catch (...) {
+        return CaughtStatus();
+    }
+    STDMETHODIMP Deserialize(IXMLSerializeData* data) noexcept override try {
+        if (!data) return Base::Refuse(E_POINTER);
+        XmlFieldReader in(data);
+        const HRESULT status = static_cast<Self*>(this)->ReadElements(in);
+        if (SUCCEEDED(status)) Base::SetDirty();
+        return status;
+    } catch (...) {
+        return CaughtStatus();
+    }
+};
+
+}  // namespace mova
