@@ -293,11 +293,12 @@ HRESULT PropertySet::WriteElements(XmlFieldWriter& out) const {
 HRESULT PropertySet::ReadElements(XmlFieldReader& in) {
     PropertyList properties;
     in.ForEach(propertyElement, [&](LONG index) {
-        kv::BString key;
+        kv::BString holder;
         kv::Variant value;
-        if (HRESULT status = in.Data()->GetKey(index, key.Put()); FAILED(status)) return status;
         if (HRESULT status = in.Data()->GetVariant(index, value.Put()); FAILED(status)) return status;
-        properties.Append(PropertyList::MakeEntry(key.View(), std::move(value)));
+        const auto key = in.Key(index, holder);
+        if (FAILED(in.Status())) return in.Status();
+        properties.Append(PropertyList::MakeEntry(key, std::move(value)));
         return S_OK;
     });
     if (FAILED(in.Status())) return in.Status();

@@ -52,8 +52,11 @@ std::u16string_view ElementTree::Keep(std::u16string_view text) {
 }
 
 std::u16string_view ElementTree::KeepOnce(std::u16string_view text) {
+    if (text.empty()) return {};
+    auto& recent = recentNames_[(text.size() + 3 * text.front() + 7 * text.back()) % recentNames_.size()];
+    if (recent == text) return recent;
     const auto known = names_.find(text);
-    return known != names_.end() ? *known : *names_.insert(Keep(text)).first;
+    return recent = known != names_.end() ? *known : *names_.insert(Keep(text)).first;
 }
 
 std::optional<std::u16string_view> ElementTree::FindIds() {

@@ -1,6 +1,7 @@
 // An element of a document with all that is in it, as objects are written into and read from.
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
@@ -95,7 +96,8 @@ class ElementTree {
     kv::PagedList<Element> elements_;
     std::vector<Index> open_;
     kv::ArenaPtr texts_ = kv::ArenaPtr::Attach(kv::Arena::Make());
-    std::unordered_set<std::u16string_view> names_;  ///< what KeepOnce has kept
+    std::unordered_set<std::u16string_view> names_;    ///< what KeepOnce has kept
+    std::array<std::u16string_view, 64> recentNames_;  ///< some of it, each at the one place where it may be
     std::unordered_map<std::u16string_view, Index> ids_;
 };
 

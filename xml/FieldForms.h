@@ -8,6 +8,7 @@
 
 #include "kvcore/BString.h"
 #include "kvcore/Ptr.h"
+#include "xml/SeesElements.h"
 
 namespace mova {
 
@@ -43,7 +44,7 @@ class XmlFieldWriter {
 /// Reads an object's fields from elements; its first failure sticks, and nothing more is read then.
 class XmlFieldReader {
  public:
-    explicit XmlFieldReader(IXMLSerializeData* data) noexcept : data_(data) {}
+    explicit XmlFieldReader(IXMLSerializeData* data) noexcept : data_(data), own_(data_.As<ISeesElements>()) {}
 
     /// Reads the first element of a name, where there is one. @param get the operation of IXMLSerializeData
     /// @return whether there is one, and it was read
@@ -62,16 +63,28 @@ class XmlFieldReader {
         LONG count = 0;
         if (SUCCEEDED(status_)) status_ = data_->get_Count(&count);
         for (LONG i = 0; i < count && SUCCEEDED(status_); ++i) {
-            kv::BString found;
-            status_ = data_->GetName(i, found.Put());
-            if (SUCCEEDED(status_) && found.View() == name) status_ = read(i);
+            if (HasName(i, name) && SUCCEEDED(status_)) status_ = read(i);
         }
+    }
+    /// The key of an element; empty where it has none. @param holder keeps the text, where that is to be kept
+    std::u16string_view Key(LONG index, kv::BString& holder) {
+        if (own_) return own_->KeyOf(index);
+        status_ = data_->GetKey(index, holder.Put());
+        return holder.View();
     }
     IXMLSerializeData* Data() const noexcept { return data_.Get(); }
     HRESULT Status() const noexcept { return FAILED(status_) ? status_ : S_OK; }
 
  private:
+    bool HasName(LONG index, std::u16string_view name) {
+        if (own_) return own_->NameOf(index) == name;
+        kv::BString found;
+        status_ = data_->GetName(index, found.Put());
+        return found.View() == name;
+    }
+
     const kv::Ptr<IXMLSerializeData> data_;
+    const kv::Ptr<ISeesElements> own_;  ///< the same, where it is one of this module
     HRESULT status_ = S_OK;
 };
 

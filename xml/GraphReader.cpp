@@ -128,7 +128,10 @@ std::optional<CLSID> GraphReader::ClassOf(const xml::ElementTree::Element& eleme
 HRESULT GraphReader::ReadNewObject(Index element, kv::Ptr<IUnknown>& object) {
     const auto classId = ClassOf(tree_[element]);
     kv::Ptr<IUnknown> made;
-    if (!classId || FAILED(creator_.Create(*classId, nullptr, __uuidof(IUnknown), made.PutVoid())) || !made)
+    const HRESULT creating =
+        classId ? creator_.Create(*classId, nullptr, __uuidof(IUnknown), made.PutVoid()) : REGDB_E_CLASSNOTREG;
+    if (creating == E_OUTOFMEMORY) return creating;
+    if (FAILED(creating) || !made)
         return settings_.readsUnknownAsNull ? S_FALSE : data_->Explain(E_FAIL, unknownClassMessage);
     const auto serialized = made.As<IXMLSerialize>();
     if (!serialized) return data_->Explain(E_FAIL, notXml);

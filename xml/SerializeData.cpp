@@ -237,6 +237,18 @@ STDMETHODIMP SerializeData::GetKey(LONG index, BSTR* key) noexcept {
     });
 }
 
+const xml::ElementTree::Element& SerializeData::ElementAt(LONG index) noexcept {
+    return reader_->Tree()[children_[firstChild_ + static_cast<std::size_t>(index)]];
+}
+
+std::u16string_view STDMETHODCALLTYPE SerializeData::NameOf(LONG index) noexcept {
+    return ElementAt(index).name;
+}
+
+std::u16string_view STDMETHODCALLTYPE SerializeData::KeyOf(LONG index) noexcept {
+    return ElementAt(index).key;
+}
+
 STDMETHODIMP SerializeData::Find(BSTR name, LONG* index) noexcept {
     if (!index) return Refuse(E_POINTER);
     *index = -1;

@@ -7,6 +7,7 @@
 #include "kvcore/Ptr.h"
 #include "server/Component.h"
 #include "xml/ElementTree.h"
+#include "xml/SeesElements.h"
 
 namespace mova {
 
@@ -22,7 +23,7 @@ namespace mova {
 
 /// What objects write themselves into and read themselves from: the face of a GraphWriter or GraphReader, for as long
 /// as a turn lasts. No client creates one.
-class SerializeData final : public Component<SerializeData, SerializeDataClass, IXMLSerializeData> {
+class SerializeData final : public Component<SerializeData, SerializeDataClass, IXMLSerializeData, ISeesElements> {
  public:
     using Component::Component;
     using Index = xml::ElementTree::Index;
@@ -91,9 +92,13 @@ class SerializeData final : public Component<SerializeData, SerializeDataClass, 
     STDMETHODIMP GetBytes(LONG index, VARIANT* bytes) noexcept override;
     STDMETHODIMP GetObjectAt(LONG index, IUnknown** object) noexcept override;
     STDMETHODIMP GetVariant(LONG index, VARIANT* element) noexcept override;
+    // ISeesElements
+    std::u16string_view STDMETHODCALLTYPE NameOf(LONG index) noexcept override;
+    std::u16string_view STDMETHODCALLTYPE KeyOf(LONG index) noexcept override;
 
  private:
     xml::ElementTree* Tree() noexcept;
+    const xml::ElementTree::Element& ElementAt(LONG index) noexcept;
     template <class Fill>
     HRESULT Add(BSTR name, Fill fill) noexcept;
     /// Hands out what stands in the tree of whoever writes or reads. @param text std::u16string_view(ElementTree&)

@@ -79,7 +79,7 @@ TypeMap::Removal TypeMap::Remove(const TypeName& type) noexcept {
 /// Where a type that is being removed was the first of its class, the next one is from now on.
 void TypeMap::ForgetFirst(const AddedType& removed) noexcept {
     const auto first = firstOfClass_.find(removed.classId);
-    if (first->second != &removed) return;
+    if (first == firstOfClass_.end() || first->second != &removed) return;
     const auto next = std::find_if(added_.begin(), added_.end(), [&](const auto& added) {
         return added.get() != &removed && added->classId == removed.classId;
     });
