@@ -1,30 +1,13 @@
 // However the bytes of a document are cut into pieces, the same nodes come of it; and what was read, written by the
 // emitter, reads back the same.
-#include <algorithm>
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "fuzz/Input.h"
+#include "tests/PiecewiseSource.h"
 #include "xml/Emitter.h"
-#include "xml/PullParser.h"
 
 namespace {
-
-class Source final : public xml::ByteSource {
- public:
-    Source(std::string_view document, std::size_t piece) : rest_(document), piece_(piece) {}
-    std::size_t Read(std::span<std::byte> target) override {
-        const std::size_t size = std::min({target.size(), rest_.size(), piece_});
-        std::memcpy(target.data(), rest_.data(), size);
-        rest_.remove_prefix(size);
-        return size;
-    }
-
- private:
-    std::string_view rest_;
-    std::size_t piece_;
-};
 
 struct Document final : xml::ByteSink {
     void Write(std::string_view piece) noexcept override { bytes.append(piece); }
@@ -74,7 +57,7 @@ struct Reading {
 
 /// @param copy receives the elements and texts, which alone are described where it is given, texts as one
 Reading Read(std::string_view bytes, std::size_t piece, xml::Emitter* copy) {
-    Source source(bytes, piece);
+    xml::PiecewiseSource source(bytes, piece);
     xml::PullParser parser(source);
     Reading reading;
     bool isRight = true;

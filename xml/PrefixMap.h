@@ -8,10 +8,9 @@
 #include <string>
 #include <string_view>
 
-namespace xml {
+#include "xml/SchemaRelease.h"
 
-inline constexpr std::u16string_view xmlUri = u"http://www.w3.org/XML/1998/namespace";
-inline constexpr std::u16string_view xmlnsUri = u"http://www.w3.org/2000/xmlns/";
+namespace xml {
 
 /// What the prefixes stand for that are declared in an element and those around it. The prefix xml is, always; the
 /// empty prefix stands for no namespace until it is declared. Finding takes a time that hardly grows with what is

@@ -42,8 +42,6 @@ constexpr std::u16string_view NameOf(SchemaRelease release) noexcept {
 inline constexpr std::u16string_view xmlUri = u"http://www.w3.org/XML/1998/namespace";  ///< of the prefix xml
 inline constexpr std::u16string_view xmlnsUri = u"http://www.w3.org/2000/xmlns/";       ///< of the prefix xmlns
 inline constexpr std::u16string_view schemaUri = u"http://www.w3.org/2001/XMLSchema";   ///< of XML Schema's types
-inline constexpr std::u16string_view instanceUri = u"http://www.w3.org/2001/XMLSchema-instance";      ///< type, nil
-inline constexpr std::u16string_view soapEnvelopeUri = u"http://schemas.xmlsoap.org/soap/envelope/";  ///< SOAP 1.1
-inline constexpr std::u16string_view soapEncodingUri = u"http://schemas.xmlsoap.org/soap/encoding/";  ///< SOAP 1.1
+inline constexpr std::u16string_view instanceUri = u"http://www.w3.org/2001/XMLSchema-instance";  ///< type, nil
 
 }  // namespace xml

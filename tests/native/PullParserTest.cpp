@@ -3,33 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 
 #include "kvcore/Utf.h"
+#include "tests/PiecewiseSource.h"
 #include "xml/PrefixMap.h"
 
 namespace xml {
 namespace {
 
 using namespace std::string_literals;
-
-/// A document in memory, handed out in pieces.
-class Source final : public ByteSource {
- public:
-    explicit Source(std::string_view document, std::size_t piece = SIZE_MAX) : rest_(document), piece_(piece) {}
-    std::size_t Read(std::span<std::byte> target) override {
-        const std::size_t size = std::min({target.size(), rest_.size(), piece_});
-        std::memcpy(target.data(), rest_.data(), size);
-        rest_.remove_prefix(size);
-        return size;
-    }
-
- private:
-    std::string_view rest_;
-    std::size_t piece_;
-};
 
 std::string Braced(std::u16string_view uri) {
     return uri.empty() ? "" : "{" + kv::Utf8(uri) + "}";
@@ -77,7 +61,7 @@ std::string FaultText(const PullParser& parser) {
 
 /// The nodes of a document one after the other, and its fault in parentheses.
 std::string Nodes(std::string_view document, std::size_t piece = SIZE_MAX, std::u16string_view encoding = {}) {
-    Source source(document, piece);
+    PiecewiseSource source(document, piece);
     PullParser parser(source, encoding);
     std::string nodes;
     while (parser.Next()) nodes += NodeText(parser);
@@ -93,7 +77,7 @@ struct Outcome {
     std::string fault;
 };
 Outcome Read(std::string_view document) {
-    Source source(document);
+    PiecewiseSource source(document);
     PullParser parser(source);
     Outcome outcome;
     for (; parser.Next(); ++outcome.nodes) {
@@ -237,7 +221,7 @@ TEST(PullParser, KnowsPlacesAndDepths) {
         {"<!DOCTYPE a [<!ENTITY e '\n\n<b/>x'>]>\n<a>&e;y</a>", "0@4:4 1@4:7 1@4:7 1@4:7 1@4:8 0@4:12 "},
     };
     for (const auto& [document, places] : rows) {
-        Source source(document);
+        PiecewiseSource source(document);
         PullParser parser(source);
         EXPECT_EQ(PlaceText(parser.Line(), parser.Column()), "0:0");
         std::string found;
@@ -251,7 +235,7 @@ TEST(PullParser, KnowsPlacesAndDepths) {
 TEST(PullParser, KnowsWhatPrefixesStandFor) {
     const std::string document = "<a xmlns='u' xmlns:p='v'>x<b xmlns='' xmlns:q='w'>y</b>z</a>";
     const std::string expected[] = {"u v - ", "u v - ", " v w ", " v w ", " v w ", "u v - ", "u v - "};
-    Source source(document);
+    PiecewiseSource source(document);
     PullParser parser(source);
     for (const std::string& uris : expected) {
         ASSERT_TRUE(parser.Next());
@@ -276,7 +260,7 @@ TEST(PullParser, FindsManyPrefixes) {
         ends.insert(0, "<p:x/></p" + n + ":e>");
     }
     document += ends + "</r>";
-    Source source(document);
+    PiecewiseSource source(document);
     PullParser parser(source);
     std::size_t elements = 0;
     for (; parser.Next(); ++elements) {
@@ -298,7 +282,7 @@ TEST(PullParser, PassesOnWhatTheSourceThrows) {
     struct Failing final : ByteSource {
         std::size_t Read(std::span<std::byte> target) override {
             if (left-- == 0) throw std::runtime_error("source");
-            return Source(left == 0 ? "<a><b>text" : "<a>", 10).Read(target);
+            return PiecewiseSource(left == 0 ? "<a><b>text" : "<a>", 10).Read(target);
         }
         int left = 0;
     };
