@@ -31,23 +31,28 @@ class Handler final : public xercesc::DefaultHandler {
 
 }  // namespace
 
-XmlTotals ReadBySax(std::string_view document) {
+SaxLibrary::SaxLibrary() {
     xercesc::XMLPlatformUtils::Initialize();
-    Handler handler;
-    {
-        const std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
-        reader->setProperty(XMLUni::fgXercesScannerName, const_cast<XMLCh*>(XMLUni::fgDGXMLScanner));
-        reader->setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
-        reader->setFeature(XMLUni::fgSAX2CoreValidation, false);
-        reader->setFeature(XMLUni::fgXercesSchema, false);
-        reader->setFeature(XMLUni::fgXercesLoadExternalDTD, false);
-        reader->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
-        reader->setContentHandler(&handler);
-        reader->setErrorHandler(&handler);
-        reader->parse(xercesc::MemBufInputSource(reinterpret_cast<const XMLByte*>(document.data()), document.size(),
-                                                 u"document"));
-    }
+}
+
+SaxLibrary::~SaxLibrary() {
     xercesc::XMLPlatformUtils::Terminate();
+}
+
+XmlTotals ReadBySax(std::string_view document) {
+    const SaxLibrary library;
+    Handler handler;
+    const std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
+    reader->setProperty(XMLUni::fgXercesScannerName, const_cast<XMLCh*>(XMLUni::fgDGXMLScanner));
+    reader->setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
+    reader->setFeature(XMLUni::fgSAX2CoreValidation, false);
+    reader->setFeature(XMLUni::fgXercesSchema, false);
+    reader->setFeature(XMLUni::fgXercesLoadExternalDTD, false);
+    reader->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+    reader->setContentHandler(&handler);
+    reader->setErrorHandler(&handler);
+    reader->parse(
+        xercesc::MemBufInputSource(reinterpret_cast<const XMLByte*>(document.data()), document.size(), u"document"));
     return handler.totals;
 }
 

@@ -14,6 +14,15 @@ struct XmlTotals {
     std::uint64_t Sum() const noexcept { return elements * 1'000'003 + names * 1'009 + values * 31 + texts; }
 };
 
+/// Keeps Xerces initialized, which each reading does otherwise.
+class SaxLibrary {
+ public:
+    SaxLibrary();
+    ~SaxLibrary();
+    SaxLibrary(const SaxLibrary&) = delete;
+    SaxLibrary& operator=(const SaxLibrary&) = delete;
+};
+
 /// Reads a document with Xerces' SAX2 reader, set as our reader sets it.
 XmlTotals ReadBySax(std::string_view document);
 

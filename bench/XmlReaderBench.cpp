@@ -64,6 +64,18 @@ void RunXmlReading(const Session& session) {
     session.Compare("xml, read 200000 elements (ns an element)", count,
                     {{"XMLReader", [&] { return reading.Read(); }},
                      {"Xerces SAX2XMLReader", [&] { return reading.ReadByPeer(); }, goal}});
+
+    constexpr std::size_t documents = 1'000;
+    const XmlReading small(3);
+    const SaxLibrary library;
+    const auto readAll = [](auto read) {
+        std::uint64_t sum = 0;
+        for (std::size_t i = 0; i < documents; ++i) sum += read();
+        return sum;
+    };
+    session.Compare("xml, read a document of 3 elements (ns a document)", documents,
+                    {{"XMLReader", [&] { return readAll([&] { return small.Read(); }); }},
+                     {"Xerces SAX2XMLReader", [&] { return readAll([&] { return small.ReadByPeer(); }); }, goal}});
 }
 
 }  // namespace bench

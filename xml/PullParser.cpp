@@ -21,6 +21,9 @@
 #include "xml/TextScanner.h"
 
 namespace xml {
+
+constinit kv::FreeList freeReaders;
+
 namespace {
 
 using xercesc::XMLErrs;
@@ -457,6 +460,7 @@ void PullParser::Document::BreakOff() {
 // The parser's face
 
 void CloseParserLibrary() noexcept {
+    freeReaders.Close();
     if (libraryState.exchange(LibraryState::fresh) == LibraryState::ready) xercesc::XMLPlatformUtils::Terminate();
 }
 

@@ -37,7 +37,7 @@ class TextScanner final : public xercesc::DGXMLScanner {
     const Place& TextEnd() const noexcept { return textEnd_; }
 
  private:
-    static constexpr std::size_t initialText = 4095;
+    static constexpr std::size_t initialText = 1023;
 
     /// Makes what is protected in the base class, and private in the class between, callable by its virtual function.
     struct Protected : XMLScanner {
