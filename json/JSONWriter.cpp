@@ -111,6 +111,7 @@ bool PutScalar(json::Emitter& out, const VARIANT& value) {
             out.Formatted(value.cyVal.int64, kv::FormatCurrency);
             return true;
         case VT_DECIMAL:
+            if (value.decVal.scale > kv::greatestScale) return false;
             out.Formatted(value.decVal, FormatDecimalValue);
             return true;
         default:

@@ -588,6 +588,7 @@ char* FormatFloat(char* out, float value) noexcept {
 }
 
 char* FormatDecimal(char* out, std::uint32_t high, std::uint64_t low, int scale, bool isNegative) noexcept {
+    if (scale < 0 || scale > greatestScale) return nullptr;
     Wide number = static_cast<Wide>(high) << 64 | low;
     if (number == 0) isNegative = false;
     for (; scale > 0 && number % 10 == 0; --scale) number /= 10;

@@ -12,6 +12,8 @@ namespace kv {
 inline constexpr std::size_t numberTextSize = 64;
 /// The most decimals that FormatDecimals writes.
 inline constexpr int mostDecimals = 16;
+/// The most digits behind the point that a decimal number of 96 bits has.
+inline constexpr int greatestScale = 28;
 
 /// Reads a number as JSON has it: digits without a needless zero in front, behind them optionally a point with digits
 /// and an exponent; nothing around.
@@ -46,7 +48,7 @@ char* FormatDecimals(char* out, double value, int decimals) noexcept;
 /// Nine significant digits at most, as "%0.9g" has them. What is no number is NaN, INF or -INF.
 char* FormatFloat(char* out, float value) noexcept;
 /// A decimal number of 96 bits, high * 2^64 + low, with so many of its digits behind the point; no zeros at the end.
-/// @param scale 0 to 28
+/// @return null where the scale is not 0 to greatestScale
 char* FormatDecimal(char* out, std::uint32_t high, std::uint64_t low, int scale, bool isNegative) noexcept;
 /// An amount in ten-thousandths, as a decimal number.
 char* FormatCurrency(char* out, std::int64_t tenThousandths) noexcept;

@@ -162,6 +162,7 @@ class DocumentReader : public Component<Self, Coclass, Main, IReadsNodes> {
         if (IsBusy()) return RefuseBusy();
         if (!document_) return Base::template Refuse<IXMLReader>(E_UNEXPECTED, u"The reader has no document.");
         const HRESULT status = document_->Read();
+        if (status == E_OUTOFMEMORY) return Base::Refuse(status);
         if (status != E_FAIL) return status;
         const std::u16string reason = document_->Reason();
         return reason.empty() ? status : Base::template Refuse<IXMLReader>(status, reason.c_str());

@@ -115,8 +115,9 @@ void ElementTree::ReadTag(NodeSource& source) {
             element.hasKey = true;
         } else if (read.name == attribute::encodedKey) {
             const auto key = Decoded(*this, read.value);
-            element.hasKey = key.has_value();
-            if (key) element.key = *key;
+            element.hasKey = true;
+            element.isKeyEncoded = !key;
+            element.key = key ? *key : Keep(read.value);
         } else if (read.name == attribute::id && !element.isReference) {
             element.id = Keep(WithoutBlanks(read.value));
         } else if (read.name == attribute::href) {

@@ -21,10 +21,13 @@ constexpr auto noElement = u"The document has no element here.";
 constexpr auto endsEarly = u"The document ends within an element.";
 constexpr auto repeatedId = u"Two elements of the document have the same identifier.";
 constexpr auto noSuchId = u"A reference names no element of the document.";
+constexpr auto failedBefore = u"A reference names an object that could not be read.";
 constexpr auto notXml = u"An object of the document cannot be read from XML.";
 constexpr auto tooDeep = u"The objects nest too deeply.";
 constexpr auto noValue = u"The text is no value of its type.";
 constexpr auto unknownType = u"An element has a type of which no value is known.";
+constexpr auto badKey = u"The key of an element is not base64 of UTF-16 text.";
+constexpr auto noDispatch = u"An object in an array is not one for automation.";
 constexpr auto badArray = u"The bounds of an array are not those of its elements.";
 constexpr UINT unknownClassMessage = 2203;
 constexpr std::size_t mostDimensions = 64;
@@ -93,8 +96,8 @@ HRESULT GraphReader::TakeIn(IXMLReader& reader) {
 
 void GraphReader::Drop() noexcept {
     const auto identified = std::exchange(identified_, {});
-    for (const auto& [element, object] : identified)
-        if (const auto holder = object.As<IHoldsObjects>()) holder->DropObjects();
+    for (const auto& [element, known] : identified)
+        if (const auto holder = known.object.As<IHoldsObjects>()) holder->DropObjects();
 }
 
 // Objects
@@ -103,7 +106,8 @@ HRESULT GraphReader::ReadObject(Index element, kv::Ptr<IUnknown>& object) {
     if (HRESULT status = Resolve(element); FAILED(status)) return status;
     if (tree_[element].isNil) return S_FALSE;
     if (const auto known = identified_.find(element); known != identified_.end()) {
-        object = known->second;
+        if (FAILED(known->second.status)) return data_->Explain(known->second.status, failedBefore);
+        object = known->second.object;
         return S_OK;
     }
     return ReadNewObject(element, object);
@@ -130,16 +134,20 @@ HRESULT GraphReader::ReadNewObject(Index element, kv::Ptr<IUnknown>& object) {
     kv::Ptr<IUnknown> made;
     const HRESULT creating =
         classId ? creator_.Create(*classId, nullptr, __uuidof(IUnknown), made.PutVoid()) : REGDB_E_CLASSNOTREG;
-    if (creating == E_OUTOFMEMORY) return creating;
+    if (creating == E_OUTOFMEMORY) return Refuse(creating);
     if (FAILED(creating) || !made)
         return settings_.readsUnknownAsNull ? S_FALSE : data_->Explain(E_FAIL, unknownClassMessage);
     const auto serialized = made.As<IXMLSerialize>();
     if (!serialized) return data_->Explain(E_FAIL, notXml);
     const GraphDepth depth(depth_);
     if (depth.IsTooDeep()) return data_->Explain(E_FAIL, tooDeep);
-    if (!tree_[element].id.empty()) identified_.emplace(element, made);
+    Identified* const known =
+        tree_[element].id.empty() ? nullptr : &identified_.insert({element, {made, S_OK}}).first->second;
     const SerializeData::Turn turn(*data_.Get(), *this, element);
-    if (HRESULT status = serialized->Deserialize(data_.Get()); FAILED(status)) return status;
+    if (HRESULT status = serialized->Deserialize(data_.Get()); FAILED(status)) {
+        if (known) known->status = status;
+        return status;
+    }
     object = std::move(made);
     return S_OK;
 }
@@ -151,19 +159,28 @@ HRESULT GraphReader::ReadValue(Index element, kv::Variant& value) {
     const auto type = read.isReference        ? std::optional(xml::NamedType{kv::ValueType::unknown, false})
                       : read.typeName.empty() ? std::optional(xml::NamedType{kv::ValueType::text, false})
                                               : xml::TypeNamed(read.typeName, read.typeUri);
+    if (read.isKeyEncoded) return data_->Explain(E_INVALIDARG, badKey);
+    if (!type && read.typeUri == xml::schemaUri) return data_->Explain(E_INVALIDARG, unknownType);
+    const bool isPlain =
+        type && !type->isArray && type->type != kv::ValueType::unknown && type->type != kv::ValueType::dispatch;
     VARIANT made{};
-    if (read.isNil && read.typeName.empty() && !read.isReference) {
+    if (isPlain && read.isNil) {
         made.vt = VT_NULL;
         value = kv::Variant::Attach(made);
         return S_OK;
     }
+    if (isPlain) return ReadPlain(element, static_cast<VARTYPE>(type->type), value);
     if (type && type->isArray) return ReadArray(element, static_cast<VARTYPE>(type->type), value);
-    if (type && type->type != kv::ValueType::unknown && type->type != kv::ValueType::dispatch)
-        return ReadPlain(element, static_cast<VARTYPE>(type->type), value);
     kv::Ptr<IUnknown> object;
     if (HRESULT status = ReadObject(element, object); FAILED(status)) return status;
-    made.vt = type && type->type == kv::ValueType::dispatch ? VT_DISPATCH : VT_UNKNOWN;
-    made.punkVal = object.Detach();
+    auto dispatch = type && type->type == kv::ValueType::dispatch ? object.As<IDispatch>() : kv::Ptr<IDispatch>();
+    if (dispatch || (type && type->type == kv::ValueType::dispatch && !object)) {
+        made.vt = VT_DISPATCH;
+        made.pdispVal = dispatch.Detach();
+    } else {
+        made.vt = VT_UNKNOWN;
+        made.punkVal = object.Detach();
+    }
     value = kv::Variant::Attach(made);
     return S_OK;
 }
@@ -223,7 +240,7 @@ HRESULT GraphReader::ReadPlain(Index element, VARTYPE type, kv::Variant& value) 
                 Take(read.typeName == xml::dateNumberName ? xml::ReadDouble(text) : xml::ReadDate(text), made.date);
             break;
         case VT_DECIMAL:
-            isRead = TakeDecimal(text, made.decVal);
+            isRead = TakeDecimal(text, made.decVal) && xml::IsInRangeOf(read.typeName, text);
             break;
         case VT_BSTR: {
             kv::BString copy;
@@ -303,7 +320,13 @@ HRESULT GraphReader::ReadItem(Index element, VARTYPE type, kv::Variant& item) {
     if (HRESULT status = ReadObject(element, object); FAILED(status)) return status;
     VARIANT made{};
     made.vt = type;
-    made.punkVal = type == VT_DISPATCH ? object.As<IDispatch>().Detach() : object.Detach();
+    if (type == VT_DISPATCH) {
+        auto dispatch = object.As<IDispatch>();
+        if (object && !dispatch) return data_->Explain(E_NOINTERFACE, noDispatch);
+        made.pdispVal = dispatch.Detach();
+    } else {
+        made.punkVal = object.Detach();
+    }
     item = kv::Variant::Attach(made);
     return S_OK;
 }
@@ -328,7 +351,7 @@ HRESULT GraphReader::ReadBounds(Index element, std::vector<SAFEARRAYBOUND>& boun
         LONG lower = 0;
         ULONG length = 0;
         if (!TakeInteger(TakeWord(text), lower) || !TakeInteger(TakeWord(text), length) ||
-            length > static_cast<ULONG>(std::numeric_limits<LONG>::max()) || bounds.size() == mostDimensions)
+            std::int64_t{lower} + length > std::numeric_limits<LONG>::max() || bounds.size() == mostDimensions)
             return data_->Explain(E_INVALIDARG, badArray);
         if (length != 0 && product > count / length)
             product = count + 1;

@@ -60,7 +60,12 @@ class GraphReader {
     const xml::TypeMap& types_;
     const Settings settings_;
     const kv::Ptr<SerializeData> data_;
-    std::unordered_map<Index, kv::Ptr<IUnknown>> identified_;  ///< those that others may refer to
+    /// An object that others may refer to, and why it could not be read.
+    struct Identified {
+        kv::Ptr<IUnknown> object;
+        HRESULT status = S_OK;
+    };
+    std::unordered_map<Index, Identified> identified_;
     kv::Creator creator_;
     int depth_ = 0;
 };

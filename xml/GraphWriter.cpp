@@ -175,11 +175,13 @@ HRESULT GraphWriter::FillPlain(Index element, const VARIANT& value) {
             return FillFormatted(element, [&](char* out) { return kv::FormatShortest(out, value.dblVal); });
         case VT_CY:
             return FillFormatted(element, [&](char* out) { return kv::FormatCurrency(out, value.cyVal.int64); });
-        case VT_DECIMAL:
-            return FillFormatted(element, [&](char* out) {
+        case VT_DECIMAL: {
+            const HRESULT status = FillFormatted(element, [&](char* out) {
                 const DECIMAL& number = value.decVal;
                 return kv::FormatDecimal(out, number.Hi32, number.Lo64, number.scale, number.sign != 0);
             });
+            return SUCCEEDED(status) ? status : data_->Explain(status, unwritable);
+        }
         case VT_DATE:
             if (SUCCEEDED(FillFormatted(element, [&](char* out) { return FormatExactDate(out, value.date); })))
                 return S_OK;

@@ -18,10 +18,12 @@ struct StopParsing {};
 class ParserInput final : public xercesc::InputSource {
  public:
     ParserInput(ByteSource& source, std::u16string_view encoding, ParserMemory& memory, ParserWatcher& watcher)
-        : InputSource(&memory), source_(source), memory_(memory), watcher_(watcher) {
-        if (!encoding.empty()) setEncoding(std::u16string(encoding).c_str());
+        : InputSource(&memory), source_(source), encoding_(encoding), memory_(memory), watcher_(watcher) {}
+    xercesc::BinInputStream* makeStream() const override {
+        if (encoding_.empty()) FindEncoding();
+        return new (&memory_) Stream(*this);
     }
-    xercesc::BinInputStream* makeStream() const override { return new (&memory_) Stream(*this); }
+    const XMLCh* getEncoding() const override { return encoding_.empty() ? nullptr : encoding_.c_str(); }
     std::uint64_t BytesRead() const noexcept { return bytesRead_; }
 
  private:
@@ -46,7 +48,9 @@ class ParserInput final : public xercesc::InputSource {
         /// Fills the buffer, for the parser recognizes an encoding by the first bytes that it gets together.
         XMLSize_t readBytes(XMLByte* target, XMLSize_t size) override {
             input_.memory_.Check(0);
-            return input_.Fill(std::as_writable_bytes(std::span(target, size)));
+            const std::size_t begun = input_.begin_.copy(reinterpret_cast<char*>(target), size);
+            input_.begin_.erase(0, begun);
+            return begun + input_.Fill(std::as_writable_bytes(std::span(target, size).subspan(begun)));
         }
         const XMLCh* getContentType() const override { return nullptr; }
 
@@ -54,7 +58,24 @@ class ParserInput final : public xercesc::InputSource {
         const ParserInput& input_;
     };
 
+    /// The encoding that a byte order mark tells, which is the document's whatever it declares.
+    void FindEncoding() const {
+        static constexpr struct {
+            std::string_view mark;
+            const char16_t* encoding;
+        } marks[] = {{"\xEF\xBB\xBF", u"UTF-8"}, {"\xFE\xFF", u"UTF-16BE"}, {"\xFF\xFE", u"UTF-16LE"}};
+        begin_.resize(longestMark);
+        begin_.resize(Fill(std::as_writable_bytes(std::span(begin_))));
+        if (begin_ == std::string_view("\xFF\xFE\0\0", longestMark)) return;  // of UTF-32
+        for (const auto& row : marks)
+            if (begin_.starts_with(row.mark)) encoding_ = row.encoding;
+    }
+
+    static constexpr std::size_t longestMark = 4;
+
     ByteSource& source_;
+    mutable std::string begin_;  ///< what was read and the parser has not got
+    mutable std::u16string encoding_;
     ParserMemory& memory_;
     ParserWatcher& watcher_;
     mutable std::uint64_t bytesRead_ = 0;

@@ -51,12 +51,13 @@ std::u16string_view View(const XMLCh* text) noexcept {
 enum class LibraryState : std::uint8_t { fresh, starting, ready, failed };
 constinit std::atomic<LibraryState> libraryState = LibraryState::fresh;
 
-LibraryState StartLibrary() try {
+/// Half started, it can be neither ended nor started again: so it is begun only where there is memory for it.
+LibraryState StartLibrary() noexcept try {
+    constexpr std::size_t needed = std::size_t{1} << 20;
+    if (!std::unique_ptr<std::byte[]>(new (std::nothrow) std::byte[needed])) return LibraryState::fresh;
     xercesc::XMLPlatformUtils::Initialize();
     return LibraryState::ready;
-} catch (const xercesc::OutOfMemoryException&) {
-    return LibraryState::fresh;
-} catch (const xercesc::XMLException&) {
+} catch (...) {
     return LibraryState::failed;
 }
 

@@ -6,6 +6,7 @@
 #include "xml/ByteArrays.h"
 #include "xml/GraphReader.h"
 #include "xml/GraphWriter.h"
+#include "xml/XmlNames.h"
 #include "xml/XmlValues.h"
 
 namespace mova {
@@ -13,7 +14,9 @@ namespace {
 
 constexpr auto notWriting = u"No object is being written.";
 constexpr auto notReading = u"No object is being read.";
-constexpr auto nameless = u"An element must have a name.";
+constexpr auto noName = u"An element must have a name as XML has them, without a prefix.";
+constexpr auto noTypeName = u"The name of a type must be one as XML has them, without a prefix.";
+constexpr auto badKey = u"The key of the element is not base64 of UTF-16 text.";
 constexpr auto noSuchIndex = u"The index is outside the elements.";
 constexpr auto noSuchValue = u"The text of an element is no value of this type.";
 
@@ -76,6 +79,7 @@ HRESULT SerializeData::HandOutText(BSTR* target, Text text) noexcept try {
 
 STDMETHODIMP SerializeData::put_TypeName(BSTR typeName) noexcept try {
     if (!writer_) return Explain(E_UNEXPECTED, notWriting);
+    if (!kv::View(typeName).empty() && !xml::IsName(kv::View(typeName))) return Explain(E_INVALIDARG, noTypeName);
     const auto kept = writer_->Tree().KeepOnce(kv::View(typeName));
     writer_->Tree()[element_].typeName = kept;
     return S_OK;
@@ -109,6 +113,8 @@ STDMETHODIMP SerializeData::get_ReleaseNamespaceURI(BSTR* namespaceURI) noexcept
 
 STDMETHODIMP SerializeData::get_ForSOAP(VARIANT_BOOL* isForSOAP) noexcept {
     if (!isForSOAP) return Refuse(E_POINTER);
+    *isForSOAP = VARIANT_FALSE;
+    if (!Tree()) return Explain(E_UNEXPECTED, notReading);
     *isForSOAP = writer_ && writer_->Said().isForSOAP ? VARIANT_TRUE : VARIANT_FALSE;
     return S_OK;
 }
@@ -118,7 +124,7 @@ STDMETHODIMP SerializeData::get_ForSOAP(VARIANT_BOOL* isForSOAP) noexcept {
 template <class Fill>
 HRESULT SerializeData::Add(BSTR name, Fill fill) noexcept try {
     if (!writer_) return Explain(E_UNEXPECTED, notWriting);
-    if (kv::View(name).empty()) return Explain(E_INVALIDARG, nameless);
+    if (!xml::IsName(kv::View(name))) return Explain(E_INVALIDARG, noName);
     GraphWriter& writer = *writer_;
     return writer.Add(writer.Tree().KeepOnce(kv::View(name)), [&](Index element) { return fill(writer, element); });
 } catch (...) {
@@ -163,9 +169,9 @@ STDMETHODIMP SerializeData::AddString(BSTR name, BSTR text) noexcept {
 }
 
 STDMETHODIMP SerializeData::AddBytes(BSTR name, VARIANT bytes) noexcept {
-    const auto found = BytesIn(bytes);
-    if (!found) return Explain(E_INVALIDARG, noBytes);
     return Add(name, [&](GraphWriter& writer, Index element) {
+        const auto found = BytesIn(bytes);
+        if (!found) return Explain(E_INVALIDARG, noBytes);
         writer.FillBytes(element, *found);
         return S_OK;
     });
@@ -232,6 +238,7 @@ STDMETHODIMP SerializeData::GetKey(LONG index, BSTR* key) noexcept {
     *key = nullptr;
     return At(index, [&](GraphReader& reader, Index element) {
         if (!reader.Tree()[element].hasKey) return S_FALSE;
+        if (reader.Tree()[element].isKeyEncoded) return Explain(E_INVALIDARG, badKey);
         *key = kv::BString(reader.Tree()[element].key).Detach();
         return S_OK;
     });

@@ -11,6 +11,7 @@
 #include "xml/HoldsFlags.h"
 #include "xml/MapsTypes.h"
 #include "xml/TreeWriter.h"
+#include "xml/XmlNames.h"
 
 namespace mova {
 
@@ -55,6 +56,7 @@ class SerializerComponent : public Component<Self, Coclass, Serializer> {
     /// @param write HRESULT(ElementTree&, const TreeForm&); nothing was written before it is called
     template <class Fill, class Write>
     HRESULT WriteElement(std::u16string_view name, std::u16string_view uri, Fill fill, Write write) {
+        if (!name.empty() && !xml::IsName(name)) return RefuseName();
         SerializeFlags said;
         if (HRESULT status = Ask(said); FAILED(status)) return status;
         kv::Ptr<IMapsTypes> mapper;
@@ -64,6 +66,11 @@ class SerializerComponent : public Component<Self, Coclass, Serializer> {
         if (FAILED(status)) return status;
         if (name.empty()) graph.Tree()[0].name = graph.Tree()[0].typeName;
         return write(graph.Tree(), xml::TreeForm{uri, xml::NamespaceOf(release_), said.formatted});
+    }
+
+    HRESULT RefuseName() const noexcept {
+        return this->template Refuse<Serializer>(E_INVALIDARG,
+                                                 u"An element must have a name as XML has them, without a prefix.");
     }
 
     /// Reads the next element of a reader. @param read HRESULT(GraphReader&), of the element 0; may throw

@@ -9,22 +9,24 @@
 namespace xml {
 namespace {
 
-/// A namespace of the outermost element, and the prefix that it has in all of them.
+/// A namespace that elements need, and the prefix that it has in all of them.
 struct Scope {
-    std::u16string_view uri;
-    std::u16string prefix;
+    std::u16string_view uri, ownPrefix;
+    bool isForAttributes = false;  ///< which without a prefix are in no namespace
+    std::u16string prefix = {};
+    bool isBound = false;
 };
 
 class Writer {
  public:
-    Writer(ElementTree& tree, const TreeForm& form, ElementSink& out) : tree_(tree), form_(form), out_(out) {}
+    Writer(ElementTree& tree, const TreeForm& form, ElementSink& out)
+        : tree_(tree),
+          form_(form),
+          out_(out),
+          scopes_{{{instanceUri, u"xsi", true}, {schemaUri, u"xs"}, {form.releaseUri, u"mova"}, {form.uri, u"e"}}} {}
 
     bool Write() {
-        Bind(instance_, {instanceUri, u"xsi"}, true);
-        Bind(schema_, {schemaUri, u"xs"}, false);
-        Bind(release_, {form_.releaseUri, u"mova"}, false);
-        if (!form_.uri.empty() && form_.uri != form_.releaseUri && !out_.PrefixOf(form_.uri))
-            declarations_.push_back({u"e", form_.uri});
+        Bind();
         for (ElementTree::Index i = 0; i < tree_.Count(); ++i) {
             if (!CloseUpTo(i) || !WriteElement(i)) return false;
             declarations_.clear();
@@ -33,15 +35,31 @@ class Writer {
     }
 
  private:
-    /// Finds the prefix of a namespace, or declares one.
-    void Bind(Scope& scope, Scope own, bool isForAttributes) {
-        const auto prefix = out_.PrefixOf(own.uri);
-        scope = std::move(own);
-        if (prefix && !(isForAttributes && prefix->empty())) {
-            scope.prefix = *prefix;
-        } else {
+    /// Finds the prefixes of the namespaces, and declares those of which there is none: such as hide none that is
+    /// found.
+    void Bind() {
+        for (Scope& scope : scopes_) {
+            const auto prefix = out_.PrefixOf(scope.uri);
+            scope.isBound = scope.uri.empty() || (prefix && !(scope.isForAttributes && prefix->empty()));
+            if (scope.isBound) scope.prefix = prefix.value_or(std::u16string_view());
+        }
+        for (Scope& scope : scopes_) {
+            if (scope.isBound || FindScope(scope.uri) != &scope) continue;
+            scope.prefix = FreePrefix(scope.ownPrefix);
+            scope.isBound = true;
             declarations_.push_back({scope.prefix, scope.uri});
         }
+        addedTypePrefix_ = FreePrefix(u"t");
+    }
+    const Scope* FindScope(std::u16string_view uri) const noexcept {
+        return std::find_if(scopes_.begin(), scopes_.end(), [&](const Scope& scope) { return scope.uri == uri; });
+    }
+    std::u16string FreePrefix(std::u16string_view wanted) const {
+        std::u16string prefix(wanted);
+        const auto isTaken = [&](const Scope& scope) { return scope.isBound && scope.prefix == prefix; };
+        for (char16_t digit = u'1'; std::any_of(scopes_.begin(), scopes_.end(), isTaken); ++digit)
+            prefix.assign(wanted).push_back(digit);
+        return prefix;
     }
 
     /// Ends the open elements that an element is not in.
@@ -87,13 +105,11 @@ class Writer {
 
     std::u16string_view TypeText(const ElementTree::Element& element) {
         if (element.typeUri.empty()) return element.typeName;
-        const Scope* const known = element.typeUri == schema_.uri    ? &schema_
-                                   : element.typeUri == release_.uri ? &release_
-                                                                     : nullptr;
-        if (!known) declarations_.push_back({u"t", element.typeUri});
-        const std::u16string_view prefix = known ? std::u16string_view(known->prefix) : u"t";
-        type_ = prefix;
-        if (!prefix.empty()) type_ += u':';
+        const Scope* const known = FindScope(element.typeUri);
+        const bool isAdded = known == scopes_.end();
+        if (isAdded) declarations_.push_back({addedTypePrefix_, element.typeUri});
+        type_ = isAdded ? addedTypePrefix_ : known->prefix;
+        if (!type_.empty()) type_ += u':';
         return type_ += element.typeName;
     }
 
@@ -111,7 +127,8 @@ class Writer {
     ElementTree& tree_;
     const TreeForm& form_;
     ElementSink& out_;
-    Scope instance_, schema_, release_;
+    std::array<Scope, 4> scopes_;
+    std::u16string addedTypePrefix_;
     std::vector<ElementTree::Index> open_;
     std::size_t idCount_ = 0;
 

@@ -42,16 +42,26 @@ constexpr struct { std::u16string_view name; bool isOwn; kv::ValueType type; } o
     {encodedTextName,          true,  text},
     {dateNumberName,           true,  date},
     {u"date",                  false, date},
-    {u"integer",               false, decimal},
-    {u"nonNegativeInteger",    false, decimal},
-    {u"positiveInteger",       false, decimal},
-    {u"nonPositiveInteger",    false, decimal},
-    {u"negativeInteger",       false, decimal},
     {u"normalizedString",      false, text},
     {u"token",                 false, text},
     {u"anyURI",                false, text},
 };
+
+/// Names of integers beyond 64 bits.
+constexpr struct { std::u16string_view name; bool hasNegative, hasZero, hasPositive; } integerNames[] = {
+    {u"integer",            true,  true,  true},
+    {u"nonNegativeInteger", false, true,  true},
+    {u"positiveInteger",    false, false, true},
+    {u"nonPositiveInteger", true,  true,  false},
+    {u"negativeInteger",    true,  false, false},
+};
 // clang-format on
+
+const auto* FindInteger(std::u16string_view name) noexcept {
+    const auto* const found = std::find_if(std::begin(integerNames), std::end(integerNames),
+                                           [&](const auto& row) { return row.name == name; });
+    return found != std::end(integerNames) ? found : nullptr;
+}
 
 }  // namespace
 
@@ -71,7 +81,16 @@ std::optional<NamedType> TypeNamed(std::u16string_view name, std::u16string_view
     for (const auto& other : otherNames)
         if (other.isOwn == isOwn && other.name == name) return NamedType{other.type, false};
     if (!isOwn && name == bytesName) return NamedType{ui1, true};
+    if (!isOwn && FindInteger(name)) return NamedType{decimal, false};
     return {};
+}
+
+bool IsInRangeOf(std::u16string_view typeName, std::u16string_view number) noexcept {
+    const auto* const row = FindInteger(typeName);
+    if (!row) return true;
+    if (number.find(u'.') != std::u16string_view::npos) return false;
+    if (number.find_first_of(u"123456789") == std::u16string_view::npos) return row->hasZero;
+    return number.find(u'-') != std::u16string_view::npos ? row->hasNegative : row->hasPositive;
 }
 
 }  // namespace xml

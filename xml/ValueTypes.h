@@ -26,6 +26,9 @@ struct NamedType {
 /// The type of a name in XML Schema's namespace, or in that of a release; nothing for others.
 std::optional<NamedType> TypeNamed(std::u16string_view name, std::u16string_view uri) noexcept;
 
+/// Whether the text of a decimal number is one of a type of XML Schema's: no fraction, nor the other sign, in integers.
+bool IsInRangeOf(std::u16string_view typeName, std::u16string_view number) noexcept;
+
 /// An array of bytes from index 0, which is a name of XML Schema's.
 inline constexpr std::u16string_view bytesName = u"base64Binary";
 /// Own types: a text that XML cannot carry, its units in base64, lower byte first; and a date as an OLE date's number.

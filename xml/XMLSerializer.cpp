@@ -7,7 +7,7 @@ namespace mova {
 template <class Fill>
 HRESULT XMLSerializer::Write(IXMLWriter* writer, BSTR name, BSTR namespaceURI, Fill fill) noexcept try {
     if (!writer) return Refuse(E_POINTER);
-    if (kv::View(name).empty()) return Refuse<IXMLSerializer>(E_INVALIDARG, u"An element must have a name.");
+    if (kv::View(name).empty()) return RefuseName();
     WriterSink out(writer);
     return WriteElement(kv::View(name), kv::View(namespaceURI), fill,
                         [&](xml::ElementTree& tree, const xml::TreeForm& form) {

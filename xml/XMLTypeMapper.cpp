@@ -203,7 +203,7 @@ STDMETHODIMP XMLTypeMapper::TextToDecimal(BSTR text, DECIMAL* number) noexcept {
 STDMETHODIMP XMLTypeMapper::DecimalToText(DECIMAL number, BSTR* text) noexcept {
     if (!text) return Refuse(E_POINTER);
     *text = nullptr;
-    if (number.scale > xml::greatestScale || (number.sign & ~DECIMAL_NEG) != 0)
+    if (number.scale > kv::greatestScale || (number.sign & ~DECIMAL_NEG) != 0)
         return Refuse<IXMLTypeMapper2>(E_INVALIDARG, badDecimal);
     return HandOutText(text, [&](char* out) {
         return kv::FormatDecimal(out, number.Hi32, number.Lo64, number.scale, number.sign != 0);

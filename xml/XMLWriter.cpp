@@ -130,15 +130,22 @@ STDMETHODIMP XMLWriter::StartElement(BSTR name, BSTR namespaceURI, IXMLAttribute
         declarations_.clear();
         texts_.clear();
         if (kv::View(name).empty()) return StatusOf(xml::Refusal::Nameless);
+        const auto gatherAttributes = [&] {
+            return Gather<IHoldsAttributes>(*attributes, attributes_, &IXMLAttributes::GetNamespaceURI,
+                                            &IXMLAttributes::GetLocalName, &IXMLAttributes::GetValue);
+        };
+        // Those of another make come first: while they are called, they may change ours.
+        const bool areForeign = attributes && !kv::Ptr<IXMLAttributes>(attributes).As<IHoldsAttributes>();
+        if (areForeign) {
+            if (HRESULT status = gatherAttributes(); FAILED(status)) return status;
+        }
         if (namespaces) {
             const HRESULT status = Gather<IHoldsNamespaces>(*namespaces, declarations_, &IXMLNamespaces::GetPrefix,
                                                             &IXMLNamespaces::GetURI);
             if (FAILED(status)) return status;
         }
-        if (attributes) {
-            const HRESULT status = Gather<IHoldsAttributes>(*attributes, attributes_, &IXMLAttributes::GetNamespaceURI,
-                                                            &IXMLAttributes::GetLocalName, &IXMLAttributes::GetValue);
-            if (FAILED(status)) return status;
+        if (attributes && !areForeign) {
+            if (HRESULT status = gatherAttributes(); FAILED(status)) return status;
         }
         return StatusOf(emitter_.StartElement(kv::View(name), kv::View(namespaceURI), attributes_, declarations_,
                                               empty != VARIANT_FALSE));

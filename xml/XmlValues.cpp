@@ -209,7 +209,7 @@ std::optional<Decimal> ReadDecimal(std::u16string_view text) noexcept {
     if (TakeOne(text, u'.')) fraction = TakeDigits(text);
     if (!text.empty() || (whole.empty() && fraction.empty())) return {};
     fraction = fraction.substr(0, fraction.find_last_not_of(u'0') + 1);
-    if (fraction.size() > greatestScale) return {};
+    if (fraction.size() > kv::greatestScale) return {};
     constexpr int bits = 96;
     Wide number = 0;
     for (const std::u16string_view digits : {whole, fraction}) {

@@ -40,8 +40,6 @@ struct Decimal {
 
     friend bool operator==(const Decimal&, const Decimal&) noexcept = default;
 };
-/// The most decimals that one has.
-inline constexpr int greatestScale = 28;
 /// A decimal number without an exponent. Zeros at its end count for nothing; what then has more digits than there are
 /// bits for, or more decimals, is nothing: no digit is lost.
 std::optional<Decimal> ReadDecimal(std::u16string_view text) noexcept;

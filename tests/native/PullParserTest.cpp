@@ -122,7 +122,9 @@ const std::pair<std::string, std::string> readable[] = {
      "<a c='1 2' b='1 x' {u}d='v' xmlns:p='u'></a>"},
     {"<!DOCTYPE a SYSTEM 'nowhere.dtd' [<!ENTITY % p SYSTEM 'nowhere.ent'><!ENTITY e 'x'>]><a>&e;</a>", "<a>\"x\"</a>"},
     {"<!DOCTYPE a [<!ENTITY % p '<!ENTITY e \"x\">'> %p; <!--c--><?p?>]><a>&e;</a>", "<a>\"x\"</a>"},
-    // Encodings.
+    // Encodings. A byte order mark goes before what is declared.
+    {"\xEF\xBB\xBF<?xml version='1.0' encoding='ISO-8859-1'?><a>\xC3\xA4</a>", "<a>\"\xC3\xA4\"</a>"},
+    {"\xEF\xBB\xBF<a/>", "<a></a>"},
     {"<?xml version='1.0' encoding='ISO-8859-1'?><a b='\xE4'>\xFC</a>", "<a b='\xC3\xA4'>\"\xC3\xBC\"</a>"},
     {"<?xml version='1.0' encoding='windows-1252'?><a>\x80</a>", "<a>\"\xE2\x82\xAC\"</a>"},
     {"\xFF\xFE<\0a\0>\0\xE4\0\x3D\xD8\0\xDE<\0/\0a\0>\0"s, "<a>\"\xC3\xA4\xF0\x9F\x98\x80\"</a>"},

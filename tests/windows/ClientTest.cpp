@@ -1,6 +1,7 @@
 // The command-line client as a process of its own.
 #include <algorithm>
 
+#include "tests/windows/StreamSupport.h"
 #include "tests/windows/Support.h"
 
 namespace mova::test {
@@ -209,6 +210,11 @@ TEST(Client, ChecksXmlDocuments) {
     const auto whole = Mova(u"xml check -", "<?xml version='1.0'?>\n<a><b><c/></b><b/></a>");
     EXPECT_EQ(whole.output, "elements\t4\ndepth\t3\n");
     EXPECT_EQ(whole.status, 0u);
+    const std::u16string file = BinaryFolder() + u"b\u00E4d.xml";
+    WriteFileBytes(file, "<a>");
+    EXPECT_NE(Mova(u"xml check \"" + file + u"\"", "").output.find("\\nSource:" + kv::Utf8(file)), std::string::npos);
+    EXPECT_TRUE(DeleteFileW(kv::Wide(file.c_str())));
+    EXPECT_EQ(Mova(u"xml check \"" + file + u"\"", "").status, 2u);
     const auto broken = Mova(u"xml check -", "<a>\n <b></a>");
     EXPECT_EQ(
         broken.output,

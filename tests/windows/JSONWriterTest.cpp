@@ -428,6 +428,8 @@ TEST(JSONWriter, WritesEveryVariantItCan) {
         {bytes.Get(), "[0,0]", ""},
         {none.Get(), "[]", ""},
         {Typed(VT_ERROR, DISP_E_PARAMNOTFOUND).Get(), "", ""},
+        {Decimal(0, 1, 29, 0).Get(), "", ""},
+        {Decimal(0, 1, 255, 0).Get(), "", ""},
         {Typed(VT_ARRAY | VT_I4, LONGLONG{0}).Get(), "", ""},
         {Typed(VT_BYREF | VT_I4, LONGLONG{0}).Get(), "", ""},
         {Typed(VT_RECORD, LONGLONG{0}).Get(), "", ""},

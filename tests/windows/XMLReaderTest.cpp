@@ -385,6 +385,9 @@ TEST(XMLReader, KnowsEncodings) {
         {"<?xml version='1.0' encoding='US-ASCII'?><a>\xE4</a>",
          Fault("char 0xE4 is not representable in 'US-ASCII' encoding", 1, 42)},
         {"<?xml version='1.0' encoding='UTF-16'?><a/>", "<a>/"},
+        {"\xEF\xBB\xBF<?xml version='1.0' encoding='ISO-8859-1'?><a>\xC3\xA4</a>", "<a>\xC3\xA4/"},
+        {"\xEF\xBB\xBF<?xml version='1.0' encoding='UTF-16'?><a>\xC3\xA4</a>", "<a>\xC3\xA4/"},
+        {"\xEF\xBB\xBF<a>\xE4</a>", Fault("invalid byte '<' at position 2 of a 3-byte sequence", 1, 1)},
         {"<a>\xC3(</a>   ", Fault("invalid byte '(' at position 2 of a 2-byte sequence", 1, 1)},
     };
     for (const auto& [document, content] : rows) EXPECT_EQ(Content(Open(document).Get()), content) << document;

@@ -68,6 +68,16 @@ class LocalObject : public Local<IXMLSerialize> {
     std::function<HRESULT(IXMLSerializeData*)> read = [](IXMLSerializeData*) { return S_OK; };
 };
 
+/// The type that the start tag names on which a reader stands.
+std::string TypeAt(IXMLReader& reader) {
+    kv::BString type;
+    kv::BString uri;
+    EXPECT_EQ(reader.GetAttribute(Bstr(u"http://www.w3.org/2001/XMLSchema-instance"), Bstr(u"type"), type.Put()), S_OK);
+    const auto colon = type.View().find(u':');
+    EXPECT_EQ(reader.LookupNamespaceURI(Bstr(type.View().substr(0, colon)), uri.Put()), S_OK);
+    return "{" + kv::Utf8(uri.View()) + "}" + kv::Utf8(type.View().substr(colon + 1));
+}
+
 }  // namespace
 
 TEST(XMLSerializer, WritesEachClassInItsForm) {
@@ -246,6 +256,7 @@ TEST(XMLSerializer, RefusesForSOAPWhatSOAPCannotCarry) {
 TEST(XMLSerializer, SaysWhatIsWrongWithADocument) {
     constexpr auto badValue = "The text is no value of its type.";
     constexpr auto noClass = "Unable to instantiate class for xml schema type";
+    constexpr auto unknownType = "An element has a type of which no value is known.";
     const struct {
         std::string document;
         HRESULT status;
@@ -261,8 +272,17 @@ TEST(XMLSerializer, SaysWhatIsWrongWithADocument) {
         {SetDocument("<Property key='a' xsi:type='xs:byte'>128</Property>"), E_INVALIDARG, badValue},
         {SetDocument("<Property key='a' xsi:type='xs:base64Binary'>QQ=</Property>"), E_INVALIDARG, badValue},
         {SetDocument("<Property key='a' xsi:type='mova:EncodedString'>?</Property>"), E_INVALIDARG, badValue},
-        {SetDocument("<Property key='a' xsi:type='xs:anyType'/>"), E_INVALIDARG,
-         "An element has a type of which no value is known."},
+        {SetDocument("<Property key='a' xsi:type='xs:anyType'/>"), E_INVALIDARG, unknownType},
+        {SetDocument("<Property key='a' xsi:type='xs:hexBinary'>00</Property>"), E_INVALIDARG, unknownType},
+        {SetDocument("<Property key='a' xsi:type='xs:integer'>-1</Property>"), S_OK, ""},
+        {SetDocument("<Property key='a' xsi:type='xs:integer'>1.5</Property>"), E_INVALIDARG, badValue},
+        {SetDocument("<Property key='a' xsi:type='xs:positiveInteger'>-3</Property>"), E_INVALIDARG, badValue},
+        {SetDocument("<Property key='a' xsi:type='xs:negativeInteger'>0</Property>"), E_INVALIDARG, badValue},
+        {SetDocument("<Property encodedKey='?' xsi:type='xs:int'>1</Property>"), E_INVALIDARG,
+         "The key of an element is not base64 of UTF-16 text."},
+        {SetDocument("<Property key='a' xsi:type='mova:ArrayOfInt'><Bounds>2147483647 1</Bounds><Item>1</Item>"
+                     "</Property>"),
+         E_INVALIDARG, "The bounds of an array are not those of its elements."},
         {SetDocument("<Property key='a' xsi:type='mova:ArrayOfInt'><Bounds>0 2</Bounds><Item>1</Item></Property>"),
          E_INVALIDARG, "The bounds of an array are not those of its elements."},
         {SetDocument("<Property key='a' xsi:type='mova:ArrayOfInt'><Bounds>0 4294967295 0 4294967295 0 2</Bounds>"
@@ -296,6 +316,10 @@ TEST(XMLSerializer, SaysWhatIsWrongWithADocument) {
     kv::Ptr<IUnknown> object;
     ASSERT_EQ(Load(SetDocument("<Property key='a' xsi:type='mova:Unheard'/>"), object, lenient), S_OK);
     EXPECT_EQ(Get(object.As<IPropertySet>().Get(), u"a").Get().vt, VT_UNKNOWN);
+    EXPECT_EQ(Load(SetDocument("<Property key='a' xsi:type='xs:hexBinary'/>"), object, lenient), E_INVALIDARG)
+        << "no object is meant";
+    ASSERT_EQ(Load(SetDocument("<Property key='a' xsi:type='xs:int' xsi:nil='true'/>"), object), S_OK);
+    EXPECT_EQ(Get(object.As<IPropertySet>().Get(), u"a").Get().vt, VT_NULL);
     EXPECT_EQ(Load("<a xsi:type='mova:Unheard'" + declared + "/>", object, lenient), S_FALSE);
     EXPECT_EQ(object.Get(), nullptr);
     EXPECT_EQ(Load("<a xsi:nil='true'" + declared + "/>", object), S_FALSE);
@@ -359,6 +383,26 @@ TEST(XMLSerializer, RefusesObjectsThatCannotBeWritten) {
         EXPECT_EQ(TakeErrorInfo(), row.told ? Refusal<IXMLSerializeData>("XMLSerializer", row.told) : "");
         EXPECT_TRUE(BytesOf(stream).empty());
     }
+    const auto stream = StreamOf({});
+    for (const char16_t* const name : {u"1a", u"a b", u"p:a", u"<"}) {
+        LocalObject object;
+        object.write = [&](IXMLSerializeData* data) {
+            EXPECT_EQ(data->AddLong(Bstr(name), 1), E_INVALIDARG);
+            return data->put_TypeName(Bstr(name));
+        };
+        EXPECT_EQ(NewSerializer()->SaveToStream(&object, nullptr, stream.Get()), E_INVALIDARG);
+        EXPECT_EQ(NewSerializer()->SaveToStream(SetOf(u"a", Value(1).Get()).Get(), Bstr(name), stream.Get()),
+                  E_INVALIDARG);
+        EXPECT_EQ(TakeErrorInfo(),
+                  Refusal<IXMLSerializerAlt>("XMLSerializerAlt",
+                                             "An element must have a name as XML has them, without a prefix."));
+    }
+    VARIANT decimal{};
+    decimal.decVal.Lo64 = 1;
+    decimal.decVal.scale = 255;
+    decimal.vt = VT_DECIMAL;
+    EXPECT_EQ(NewSerializer()->SaveToStream(SetOf(u"a", decimal).Get(), nullptr, stream.Get()), E_INVALIDARG);
+    EXPECT_TRUE(BytesOf(stream).empty());
     EXPECT_EQ(NewSerializer()->SaveToStream(nullptr, nullptr, StreamOf({}).Get()), E_INVALIDARG);
     EXPECT_EQ(NewSerializer()->SaveToStream(&nameless, nullptr, nullptr), E_POINTER);
     EXPECT_EQ(NewSerializer()->SaveToString(&nameless, nullptr, nullptr), E_POINTER);
@@ -409,6 +453,7 @@ TEST(XMLSerializer, LetsAnObjectUseItsElementInItsTurnOnly) {
         for (const auto& write : writes) EXPECT_EQ(write(data), S_OK);
         for (const auto& read : reads) EXPECT_EQ(read(data, 0), E_UNEXPECTED);
         EXPECT_EQ(data->get_Count(&number), E_UNEXPECTED);
+        EXPECT_EQ(data->get_ForSOAP(&flag), S_OK);
         EXPECT_EQ(data->AddLong(nullptr, 1), E_INVALIDARG);
         EXPECT_EQ(data->AddBytes(Bstr(u"E"), Value(1).Get()), E_INVALIDARG);
         EXPECT_EQ(data->AddDate(Bstr(u"E"), 1e9), E_INVALIDARG) << "what fails leaves no element";
@@ -423,7 +468,87 @@ TEST(XMLSerializer, LetsAnObjectUseItsElementInItsTurnOnly) {
               "<E xsi:nil='true'/><E xsi:type='xs:int'>1</E><E key='k' xsi:type='xs:int'>1</E></T>");
     for (const auto& write : writes) EXPECT_EQ(write(kept.Get()), E_UNEXPECTED);
     for (const auto& read : reads) EXPECT_EQ(read(kept.Get(), 0), E_UNEXPECTED);
+    EXPECT_EQ(kept->get_ForSOAP(&flag), E_UNEXPECTED);
     kept = {};
+}
+
+TEST(XMLSerializer, HandsOutNoObjectThatFailed) {
+    // An object that makes light of the failure of another one, to which it refers twice.
+    constexpr CLSID carelessId = {0x8D4E1E1B, 0x0A4B, 0x4F0B, {0x9E, 0x77, 0x5B, 0x1B, 0x0C, 0x5D, 0x52, 0x31}};
+    std::vector<HRESULT> seen;
+    LocalObject careless;
+    careless.read = [&](IXMLSerializeData* data) {
+        for (LONG i = 0; i < 2; ++i) {
+            kv::Ptr<IUnknown> inner;
+            seen.push_back(data->GetObjectAt(i, inner.Put()));
+            EXPECT_EQ(inner.Get(), nullptr);
+        }
+        return S_OK;
+    };
+    Served served(carelessId, [&] { return &careless; });
+    const auto mapper = New<IXMLTypeMapper2>(u"XMLTypeMapper");
+    ASSERT_EQ(mapper->AddType(Bstr(u"Careless"), Bstr(u"urn:careless"), Bstr(u"8D4E1E1B-0A4B-4F0B-9E77-5B1B0C5D5231")),
+              S_OK);
+    kv::Ptr<IUnknown> object;
+    EXPECT_EQ(Load("<a xsi:type='c:Careless' xmlns:c='urn:careless'" + declared +
+                       "><b id='x' xsi:type='mova:UID'><SubType>-1</SubType></b><c href='#x'/></a>",
+                   object),
+              S_OK);
+    EXPECT_EQ(seen, (std::vector<HRESULT>{E_INVALIDARG, E_INVALIDARG}));
+    EXPECT_EQ(mapper->RemoveType(Bstr(u"Careless"), Bstr(u"urn:careless")), S_OK);
+}
+
+TEST(XMLSerializer, HidesNoPrefixThatItUses) {
+    constexpr auto release = u"urn:mova:schemas:10.0";
+    const struct {
+        const char16_t *prefix, *bound;   ///< around the element
+        const char16_t *uri, *addedType;  ///< of the element, and of the object in it
+    } rows[] = {
+        {u"mova", u"urn:mine", u"urn:mine", u""},
+        {u"xs", u"urn:mine", u"urn:mine", u""},
+        {u"xsi", u"urn:mine", u"urn:mine", u""},
+        {u"e", release, u"urn:mine", u""},
+        {u"t", u"http://www.w3.org/2001/XMLSchema", u"urn:mine", u"urn:of-others"},
+        {u"xs", u"http://www.w3.org/2001/XMLSchema-instance", u"", u"urn:of-others"},
+        {u"t", u"http://www.w3.org/2001/XMLSchema-instance", u"", u"urn:of-others"},
+    };
+    const auto serializer = New<IXMLSerializer>(u"XMLSerializer");
+    for (const auto& row : rows) {
+        const auto memory = StreamOf({});
+        const auto writer = New<IXMLWriter>(u"XMLWriter");
+        const auto namespaces = New<IXMLNamespaces>(u"XMLNamespaces");
+        namespaces->AddNamespace(Bstr(row.prefix), Bstr(row.bound));
+        writer->put_OutputStream(memory.Get());
+        writer->StartElement(Bstr(u"root"), nullptr, nullptr, namespaces.Get(), VARIANT_FALSE);
+        LocalObject added;
+        added.write = [&](IXMLSerializeData* data) {
+            data->put_TypeName(Bstr(u"Added"));
+            data->put_TypeNamespaceURI(Bstr(row.addedType));
+            return data->AddVariant(Bstr(u"E"), Value(7).Get());
+        };
+        const auto set = SetOf(u"a", Value(7).Get());
+        const bool isAdded = *row.addedType != 0;
+        IUnknown* const object = isAdded ? static_cast<IUnknown*>(&added) : set.Get();
+        EXPECT_EQ(serializer->WriteObject(writer.Get(), Bstr(u"o"), Bstr(row.uri), object), S_OK) << TakeErrorInfo();
+        writer->EndElement();
+
+        const auto reader = New<IXMLReader>(u"XMLReader");
+        reader->put_InputStream(StreamOf(BytesOf(memory)).Get());
+        const Bytes bytes = BytesOf(memory);
+        const std::string document(bytes.begin(), bytes.end());
+        VARIANT_BOOL found = VARIANT_FALSE;
+        reader->Read(&found);
+        reader->Read(&found);
+        if (isAdded) {
+            EXPECT_EQ(TypeAt(*reader.Get()), "{urn:of-others}Added") << document;
+            reader->Read(&found);
+            EXPECT_EQ(TypeAt(*reader.Get()), "{http://www.w3.org/2001/XMLSchema}int") << document;
+        } else {
+            kv::Ptr<IUnknown> read;
+            ASSERT_EQ(serializer->ReadObject(reader.Get(), read.Put()), S_OK) << document;
+            EXPECT_EQ(Get(read.As<IPropertySet>().Get(), u"a").Get().lVal, 7);
+        }
+    }
 }
 
 TEST(XMLSerializer, WritesAndReadsElementsAmongOthers) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "kvcore/BString.h"
 #include "tools/mova/Client.h"
 #include "tools/mova/Streams.h"
 
@@ -12,11 +13,20 @@ void PrintLine(const char* name, LONG number) {
     Print(std::string(name) + "\t" + std::to_string(number) + "\n");
 }
 
+/// The document's bytes: a file is read piece by piece.
+kv::Ptr<IStream> DocumentIn(const std::string& file) {
+    if (file == "-") return MemoryOf(ReadInput(file));
+    const auto stream = CreateAs<IFileStream>(u"BufferedFileStream");
+    if (FAILED(stream->Open(kv::BString(PlatformPath(file)).Get(), movaFileModeRead)))
+        throw WrongUsage{"cannot read " + file};
+    return stream.As<IStream>();
+}
+
 /// Reads a document to its end, and counts.
 int CheckDocument(Arguments arguments) {
     if (arguments.size() != 1) throw WrongUsage{"xml check takes a FILE"};
     const auto reader = CreateAs<IXMLReader>(u"XMLReader");
-    Check(reader->put_InputStream(MemoryOf(ReadInput(arguments[0])).Get()));
+    Check(reader->put_InputStream(DocumentIn(arguments[0]).Get()));
     LONG elements = 0;
     LONG deepest = 0;
     const auto printCounts = [&] {
