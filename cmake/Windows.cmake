@@ -2,7 +2,7 @@
 include(Widl)
 enable_language(RC)
 mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaXML movaXMLReader
-                 movaXMLSerializer movaJSON movaJSONReader movaJSONWriter)
+                 movaXMLSerializer movaFormats movaJSON movaJSONReader movaJSONWriter)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -38,6 +38,7 @@ add_library(
   kvcore/DateText.cpp
   kvcore/GuidText.cpp
   kvcore/MoveBytes.cpp
+  kvcore/NumberFmt.cpp
   kvcore/NumberText.cpp
   kvcore/Pages.cpp
   kvcore/RegistryKey.cpp
@@ -46,6 +47,8 @@ add_library(
   kvcore/String.cpp
   kvcore/SystemText.cpp
   kvcore/TrelCore.cpp
+  kvcore/UsNumber.cpp
+  kvcore/UserNumbers.cpp
   kvcore/Utf.cpp
   kvcore/Variant.cpp
   kvcore/VariantStream.cpp)
@@ -73,6 +76,8 @@ add_library(
   containers/StrArray.cpp
   containers/SystemNames.cpp
   containers/UID.cpp
+  formats/NumericFormat.cpp
+  formats/NumericText.cpp
   json/BitStack.cpp
   json/ByteChain.cpp
   json/ChunkedText.cpp
