@@ -187,6 +187,7 @@ add_executable(
   tools/mova/DemoDocument.cpp
   tools/mova/Json.cpp
   tools/mova/Main.cpp
+  tools/mova/Number.cpp
   tools/mova/PropertyFile.cpp
   tools/mova/Propset.cpp
   tools/mova/Script.cpp
@@ -224,8 +225,8 @@ target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uu
 add_dependencies(windows-tests movaSystem mova first-client mova-idl)
 add_test(NAME windows-tests COMMAND windows-tests)
 # Wine takes the user's locale from the environment.
-foreach(locale de_DE tr_TR)
-  add_test(NAME windows-tests-${locale} COMMAND windows-tests --gtest_filter=JSONLocales.*)
+foreach(locale ar_SA de_CH de_DE fr_FR hi_IN tr_TR)
+  add_test(NAME windows-tests-${locale} COMMAND windows-tests --gtest_filter=JSONLocales.*:NumericFormatLocales.*)
   set_tests_properties(windows-tests-${locale} PROPERTIES ENVIRONMENT LC_ALL=${locale}.UTF-8)
 endforeach()
 add_custom_command(

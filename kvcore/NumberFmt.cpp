@@ -174,7 +174,8 @@ std::optional<double> TakeMagnitude(std::u16string_view& text, const Notation& n
     bool isGrouped = false;
     if (!TakeWhole(text, notation, digits, isGrouped)) return {};
     std::u16string_view rest = text;
-    if (Take(rest, notation.decimal)) {
+    // Of a longer separator only the first unit stands before more decimals than the locale itself shows.
+    if (Take(rest, notation.decimal) || Take(rest, notation.decimal.substr(0, 1))) {
         const bool hasWhole = !digits.empty();
         digits += u'.';
         if (TakeDigits(rest, digits) > 0 || hasWhole) text = rest;

@@ -30,6 +30,7 @@ inline Text LocaleText(Text number, const kv::NumberFmt& fmt) {
     for (std::size_t group = 0; !whole.empty(); ++group) {
         std::size_t size = whole.size();
         if (!sizes.empty()) size = std::min(size, sizes[std::min(group, sizes.size() - 1)]);
+        if (size == 0) size = whole.size();  // no more groups
         const Text separator = group > 0 ? Text(fmt.thousandsSeparator.View()) : Text();
         grouped = whole.substr(whole.size() - size) + separator + grouped;
         whole.resize(whole.size() - size);
