@@ -251,12 +251,12 @@ void NumericFormat::WriteFields(kv::StreamWriter& out) const {
 HRESULT NumericFormat::ReadFields(kv::StreamReader& in) {
     std::int16_t version = 0;
     if (in.Read(version) && version > newestRecord) return RefuseNewer();
-    SetDirty();  // until all is read
     const auto read = [&](auto& field, auto isRight) {
         auto value = field;
         if (!in.Read(value)) return false;
         if (!isRight(value)) return in.Fail();
         field = value;
+        SetDirty();  // until all is read
         return true;
     };
     const auto any = [](auto) { return true; };
