@@ -44,19 +44,12 @@ NumericText::NumericText(const NumericSettings& settings, double value, const kv
     const bool countsDigits = settings.roundingOption == roundSignificantDigits;
     if (!countsDigits && settings.roundingOption != roundDecimals) return;
 
-    if (countsDigits) value = kv::GetRounded(value, settings.roundingValue);
-    const kv::UsNumber number(value);
-    const bool zeroPad = settings.zeroPad != 0;
-    const int decimals =
-        countsDigits ? DecimalsForDigits(number, value, settings.roundingValue, zeroPad) : settings.roundingValue;
     kv::NumberFmt fmt = rules;
-    fmt.numDigits = static_cast<std::uint32_t>(decimals);
-    if (!zeroPad) fmt.numDigits = std::min(fmt.numDigits, static_cast<std::uint32_t>(number.Fraction().size()));
     if (settings.useSeparator == 0) {
         fmt.grouping = 0;
         fmt.known |= kv::NumberFmt::groupingRule;
     }
-    Format(number, value, decimals, fmt, !zeroPad, byLocale);
+    if (countsDigits || !FormatPlain(settings, value, fmt)) FormatBySteps(settings, value, fmt, byLocale);
 
     if (settings.showPlus != 0 && value > 0) size_ = kv::ShowPlus(units_, size_);
     if (settings.alignmentOption != alignRight) return;
@@ -64,10 +57,34 @@ NumericText::NumericText(const NumericSettings& settings, double value, const kv
     width_ = static_cast<std::size_t>(settings.alignmentWidth);
 }
 
-void NumericText::Format(const kv::UsNumber& number, double value, int decimals, kv::NumberFmt fmt, bool trims,
-                         FormatByLocale byLocale) noexcept {
-    const std::span<char16_t> out(units_.data(), kv::formattedSize);
+/// Formats so many decimals where no zeros have to be dropped from what the locale writes, for there are none.
+/// @return whether it did
+bool NumericText::FormatPlain(const NumericSettings& settings, double value, kv::NumberFmt& fmt) noexcept {
+    constexpr std::uint32_t signInFront = 1;
+    const bool zeroPad = settings.zeroPad != 0;
+    const auto decimals = static_cast<std::uint32_t>(settings.roundingValue);
+    if (decimals > kv::mostLocaleDecimals) return false;
+    if (!zeroPad && ((value < 0 && fmt.negativeOrder != signInFront) || fmt.leadingZero == 0)) return false;
+    const auto number = kv::UsNumber::Rounded(value, settings.roundingValue, zeroPad);
+    fmt.numDigits = zeroPad ? decimals : static_cast<std::uint32_t>(number.Fraction().size());
+    size_ = kv::FormatByRules(number, fmt, {units_.data(), kv::formattedSize});
+    return size_ != 0;
+}
+
+/// @param value rounded here where digits are counted
+void NumericText::FormatBySteps(const NumericSettings& settings, double& value, kv::NumberFmt& fmt,
+                                FormatByLocale byLocale) noexcept {
+    const bool zeroPad = settings.zeroPad != 0;
+    const bool countsDigits = settings.roundingOption == roundSignificantDigits;
+    if (countsDigits) value = kv::GetRounded(value, settings.roundingValue);
+    kv::UsNumber number(value);
+    const int decimals =
+        countsDigits ? DecimalsForDigits(number, value, settings.roundingValue, zeroPad) : settings.roundingValue;
+    fmt.numDigits = static_cast<std::uint32_t>(decimals);
+    if (!zeroPad) fmt.numDigits = std::min(fmt.numDigits, static_cast<std::uint32_t>(number.Fraction().size()));
+
     const auto format = [&](const kv::UsNumber& rounded) {
+        const std::span<char16_t> out(units_.data(), kv::formattedSize);
         size_ = kv::FormatByRules(rounded, fmt, out);
         if (size_ != 0) return;
         std::array<char16_t, kv::UsNumber::textSize> text;
@@ -75,9 +92,8 @@ void NumericText::Format(const kv::UsNumber& number, double value, int decimals,
     };
     std::u16string_view separator = fmt.decimalSeparator.View();
     if (fmt.numDigits <= kv::mostLocaleDecimals) {
-        kv::UsNumber rounded = number;
-        rounded.Round(fmt.numDigits);
-        format(rounded);
+        number.Round(fmt.numDigits);
+        format(number);
     } else {
         // The locale shows the first decimals of the very number whose decimals follow, so that the digits before the
         // point belong to it.
@@ -90,8 +106,8 @@ void NumericText::Format(const kv::UsNumber& number, double value, int decimals,
         separator = separator.substr(0, 1);
     }
     if (size_ == 0) {
-        size_ = static_cast<std::size_t>(number.Write(units_.data()) - units_.data());
-    } else if (trims && fmt.numDigits > 0) {
+        size_ = static_cast<std::size_t>(kv::ValueToUSString(units_.data(), value) - units_.data());
+    } else if (!zeroPad && fmt.numDigits > 0) {
         Trim(separator);
     }
 }
@@ -124,7 +140,7 @@ unsigned RulesNeeded(const NumericSettings& settings, double value) noexcept {
     if (!(magnitude <= greatestShown)) return 0;
     const bool becomesZero = settings.roundingOption == roundSignificantDigits && settings.roundingValue == 0;
     unsigned needed = 0;
-    if (settings.zeroPad != 0 || magnitude != std::trunc(magnitude)) needed |= kv::NumberFmt::decimalRule;
+    if (settings.zeroPad != 0 || magnitude != static_cast<double>(static_cast<std::int64_t>(magnitude))) needed |= kv::NumberFmt::decimalRule;
     if (settings.useSeparator != 0 && magnitude >= 1) needed |= kv::NumberFmt::groupingRule;
     if (magnitude < 1 || becomesZero) needed |= kv::NumberFmt::zeroRule;
     if (value < 0) needed |= kv::NumberFmt::negativeRule;

@@ -64,8 +64,9 @@ class NumericText {
 
  private:
     std::u16string_view View() const noexcept { return {units_.data(), size_}; }
-    void Format(const kv::UsNumber& number, double value, int decimals, kv::NumberFmt fmt, bool trims,
-                FormatByLocale byLocale) noexcept;
+    bool FormatPlain(const NumericSettings& settings, double value, kv::NumberFmt& fmt) noexcept;
+    void FormatBySteps(const NumericSettings& settings, double& value, kv::NumberFmt& fmt,
+                       FormatByLocale byLocale) noexcept;
     void RebuildDecimals(std::string_view decimals, std::u16string_view separator) noexcept;
     void Trim(std::u16string_view separator) noexcept;
 

@@ -1,5 +1,7 @@
 #include "kvcore/NumberFmt.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <limits>
 #include <string>
@@ -25,20 +27,36 @@ std::optional<Groups> GroupsOf(std::uint32_t grouping) noexcept {
 }
 
 char16_t* Put(char16_t* out, std::u16string_view text) noexcept {
+    if (text.size() == 1) {  // as most are
+        *out = text.front();
+        return out + 1;
+    }
     return std::copy(text.begin(), text.end(), out);
 }
 
-char16_t* PutGrouped(char16_t* out, std::string_view digits, Groups groups, std::u16string_view separator) noexcept {
-    if (groups.last == 0 || digits.size() <= groups.last) return std::copy(digits.begin(), digits.end(), out);
-    const std::size_t front = digits.size() - groups.last;
-    std::size_t taken = (front - 1) % groups.others + 1;
-    out = std::copy_n(digits.begin(), taken, out);
-    while (taken < digits.size()) {
-        const std::size_t next = taken < front ? groups.others : groups.last;
-        out = std::copy_n(digits.data() + taken, next, Put(out, separator));
-        taken += next;
+constexpr std::size_t digitsAtOnce = 16;
+static_assert(UsNumber::readBeyond >= digitsAtOnce);
+
+/// Writes digits of a UsNumber, widened; up to so many units as are done at once behind them are written, too.
+char16_t* PutDigits(char16_t* out, std::string_view digits) noexcept {
+    for (std::size_t done = 0; done < digits.size(); done += digitsAtOnce) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(digits.data() + done));
+        auto* const units = reinterpret_cast<__m128i*>(out + done);
+        _mm_storeu_si128(units, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+        _mm_storeu_si128(units + 1, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
     }
-    return out;
+    return out + digits.size();
+}
+
+char16_t* PutGrouped(char16_t* out, std::string_view digits, Groups groups, std::u16string_view separator) noexcept {
+    if (groups.last == 0 || digits.size() <= groups.last) return PutDigits(out, digits);
+    const std::size_t front = digits.size() - groups.last;
+    std::size_t taken = front;
+    while (taken > groups.others) taken -= groups.others;
+    out = PutDigits(out, digits.substr(0, taken));
+    for (; taken < front; taken += groups.others)
+        out = PutDigits(Put(out, separator), digits.substr(taken, groups.others));
+    return PutDigits(Put(out, separator), digits.substr(front));
 }
 
 struct NegativeOrder {
@@ -251,7 +269,8 @@ std::size_t FormatByRules(const UsNumber& number, const NumberFmt& fmt, std::spa
         (isNegative && (fmt.negativeOrder >= std::size(negativeOrders) || number.IsZero())))
         return 0;
     const std::size_t most = (whole.size() + 3) * (1 + fmt.thousandsSeparator.View().size() * (groups->last != 0)) +
-                             fmt.decimalSeparator.View().size() + fmt.numDigits + fmt.negativeSign.View().size() + 2;
+                             fmt.decimalSeparator.View().size() + fmt.numDigits + fmt.negativeSign.View().size() + 2 +
+                             digitsAtOnce;
     if (most >= out.size()) return 0;
 
     char16_t* end = out.data();
@@ -267,8 +286,8 @@ std::size_t FormatByRules(const UsNumber& number, const NumberFmt& fmt, std::spa
     }
     if (fmt.numDigits > 0) {
         end = Put(end, fmt.decimalSeparator.View());
-        end = std::copy(fraction.begin(), fraction.end(), end);
-        end = std::fill_n(end, fmt.numDigits - fraction.size(), u'0');
+        end = PutDigits(end, fraction);
+        for (std::size_t zeros = fmt.numDigits - fraction.size(); zeros > 0; --zeros) *end++ = u'0';
     }
     if (order) {
         end = Put(end, order->back);

@@ -105,7 +105,7 @@ UsNumber UsNumber::Fixed(double value, int decimals) noexcept {
     made.isNegative_ = std::signbit(value) && value != 0;
     char* const begin = &made.digits_[made.first_];
     char* const end =
-        std::to_chars(begin, made.digits_.data() + textSize, magnitude, std::chars_format::fixed, decimals).ptr;
+        std::to_chars(begin, made.digits_.data() + made.digits_.size(), magnitude, std::chars_format::fixed, decimals).ptr;
     RoundTieAway(end[-1], magnitude, -decimals - 1);
     made.end_ = static_cast<std::size_t>(end - made.digits_.data());
     made.point_ = made.end_;
@@ -115,6 +115,31 @@ UsNumber UsNumber::Fixed(double value, int decimals) noexcept {
         --made.end_;
     }
     made.DropLeadingZero();
+    return made;
+}
+
+UsNumber UsNumber::Rounded(double value, int decimals, bool keepsZeros) noexcept {
+    const double magnitude = std::fabs(value);
+    const auto units = RoundedUnits(magnitude, decimals);
+    UsNumber made = units ? UsNumber() : UsNumber(value);
+    const auto places = static_cast<std::size_t>(decimals);
+    if (units) [[likely]] {
+        constexpr int digitCount = 16;
+        made.isNegative_ = std::signbit(value) && value != 0;
+        const DigitSpan span = PutSixteenDigits(&made.digits_[1], *units);
+        const int point = digitCount - decimals;
+        made.first_ = 1 + static_cast<std::size_t>(*units != 0 ? std::min(span.first, point) : point);
+        made.point_ = 1 + static_cast<std::size_t>(point);
+        made.end_ = 1 + static_cast<std::size_t>(keepsZeros ? digitCount : std::max(span.end, point));
+    } else {
+        made.Round(places);
+        if (keepsZeros) {
+            std::fill_n(&made.digits_[made.end_], places - made.Fraction().size(), '0');
+            made.end_ = made.point_ + places;
+        }
+        while (!keepsZeros && made.end_ > made.point_ && made.digits_[made.end_ - 1] == '0') --made.end_;
+    }
+    if (made.first_ == made.end_) made.digits_[made.end_++] = '0', made.point_ = made.end_;
     return made;
 }
 
@@ -200,7 +225,7 @@ double ScaledByTen(std::uint64_t digits, int exponent) noexcept {
     constexpr int mostExact = 27;
     if (exponent <= 0 && exponent >= -mostExact) return MakeDouble(digits, -exponent, false);
     std::array<char, 40> text;
-    char* end = std::to_chars(text.data(), text.data() + text.size(), digits).ptr;
+    char* end = FormatUInt64(text.data(), digits);
     *end++ = 'e';
     end = std::to_chars(end, text.data() + text.size(), exponent).ptr;
     double nearest = 0;

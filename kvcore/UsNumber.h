@@ -23,6 +23,13 @@ class UsNumber {
     /// @param value finite  @param decimals 0 to mostDecimals
     static UsNumber Fixed(double value, int decimals) noexcept;
 
+    /// The shortest text rounded to so many decimals, a 5 and what follows it up, away from zero. They are all there, or
+    /// none of the zeros at their end is. @param value finite  @param decimals 0 to 9
+    static UsNumber Rounded(double value, int decimals, bool keepsZeros) noexcept;
+
+    /// So many characters behind the digits of Whole and Fraction can be read, whatever they are.
+    static constexpr std::size_t readBeyond = 16;
+
     bool IsNegative() const noexcept { return isNegative_; }
     /// Whether all digits are zeros.
     bool IsZero() const noexcept { return Digits().find_first_not_of('0') == std::string_view::npos; }
@@ -48,7 +55,7 @@ class UsNumber {
     void DropLeadingZero() noexcept;
 
     // Of the digits only those from first_ to end_ mean anything; one place in front of them is free for a carry.
-    std::array<char, textSize> digits_;
+    std::array<char, textSize + readBeyond> digits_;
     std::size_t first_ = 1, point_ = 1, end_ = 1;
     bool isNegative_ = false;
 };

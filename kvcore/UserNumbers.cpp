@@ -1,6 +1,7 @@
 #include "kvcore/UserNumbers.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "kvcore/Platform.h"
 
@@ -59,12 +60,21 @@ bool ReadNegative(NumberFmt& fmt) noexcept {
 }  // namespace
 
 bool MOVALocale::IsCoordinateRightToLeft() noexcept {
-    constexpr DWORD rightToLeft = 1;
-    DWORD layout = 0;
-    const LCID language = MAKELCID(GetUserDefaultUILanguage(), SORT_DEFAULT);
-    return GetLocaleInfoW(language, LOCALE_IREADINGLAYOUT | LOCALE_RETURN_NUMBER, reinterpret_cast<wchar_t*>(&layout),
-                          sizeof layout / sizeof(wchar_t)) > 0 &&
-           layout == rightToLeft;
+    // The language that was asked for last, with its answer: the language can change, its direction cannot.
+    static constinit std::atomic<std::uint32_t> known{0};
+    constexpr std::uint32_t isKnown = 0x10000;
+    constexpr std::uint32_t isRightToLeft = 0x20000;
+    const LANGID language = GetUserDefaultUILanguage();
+    std::uint32_t answer = known.load(std::memory_order_relaxed);
+    if ((answer & ~isRightToLeft) != (isKnown | language)) {
+        constexpr DWORD rightToLeft = 1;
+        DWORD layout = 0;
+        GetLocaleInfoW(MAKELCID(language, SORT_DEFAULT), LOCALE_IREADINGLAYOUT | LOCALE_RETURN_NUMBER,
+                       reinterpret_cast<wchar_t*>(&layout), sizeof layout / sizeof(wchar_t));
+        answer = isKnown | language | (layout == rightToLeft ? isRightToLeft : 0);
+        known.store(answer, std::memory_order_relaxed);
+    }
+    return (answer & isRightToLeft) != 0;
 }
 
 void ReadUserRules(NumberFmt& fmt, unsigned rules) noexcept {
