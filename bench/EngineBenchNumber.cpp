@@ -63,8 +63,9 @@ class NumberWork {
         for (const double value : values_) {
             const icu::UnicodeString icuText = ByIcu(value);
             const std::string fmtText = ByFmt(value);
-            Require(Ours(value, false) == std::u16string(icuText.getBuffer(), static_cast<std::size_t>(icuText.length())),
-                    "A number's text is not ICU's.");
+            Require(
+                Ours(value, false) == std::u16string(icuText.getBuffer(), static_cast<std::size_t>(icuText.length())),
+                "A number's text is not ICU's.");
             Require(Ours(value, true) == std::u16string(fmtText.begin(), fmtText.end()),
                     "A number's text is not fmt's.");
         }
@@ -86,10 +87,9 @@ class NumberWork {
     formats::NumericSettings settings_, padded_;
     mutable std::array<char16_t, 256> text_;
     std::locale locale_{std::locale::classic(), new English};
-    icu::number::LocalizedNumberFormatter prepared_ =
-        icu::number::NumberFormatter::withLocale(icu::Locale("en_US"))
-            .precision(icu::number::Precision::maxFraction(decimals))
-            .roundingMode(UNUM_ROUND_HALFUP);
+    icu::number::LocalizedNumberFormatter prepared_ = icu::number::NumberFormatter::withLocale(icu::Locale("en_US"))
+                                                          .precision(icu::number::Precision::maxFraction(decimals))
+                                                          .roundingMode(UNUM_ROUND_HALFUP);
 };
 
 }  // namespace

@@ -116,9 +116,9 @@ void RunNumber(const Session& session) {
                          {"VarFormatNumber", [&] { return work.FormatByPlatform(); }, formatGoal}});
     const double plain = session.Time({{"NumericFormat", [&] { return work.FormatPlain(); }}}, count).front();
     session.Print("number, ValueToString, settings of a new format (ns)", plain, "itself, grouped", grouped, 0);
-    session.Compare("number, StringToValue (ns)", static_cast<double>(count),
-                    {{"NumericFormat", [&] { return work.Read(); }},
-                     {"wcstod", [&] { return work.ReadByRuntime(); }, readGoal}});
+    session.Compare(
+        "number, StringToValue (ns)", static_cast<double>(count),
+        {{"NumericFormat", [&] { return work.Read(); }}, {"wcstod", [&] { return work.ReadByRuntime(); }, readGoal}});
 }
 
 }  // namespace bench

@@ -33,9 +33,9 @@ struct OptionName {
     std::int32_t option;
     std::u16string_view name;
 };
-constexpr std::array<OptionName, 2> roundingNames{{{formats::roundDecimals, u"movaRoundNumberOfDecimals"},
-                                                   {formats::roundSignificantDigits,
-                                                    u"movaRoundNumberOfSignificantDigits"}}};
+constexpr std::array<OptionName, 2> roundingNames{
+    {{formats::roundDecimals, u"movaRoundNumberOfDecimals"},
+     {formats::roundSignificantDigits, u"movaRoundNumberOfSignificantDigits"}}};
 constexpr std::array<OptionName, 2> alignmentNames{
     {{formats::alignRight, u"movaAlignRight"}, {formats::alignLeft, u"movaAlignLeft"}}};
 
@@ -243,8 +243,7 @@ void NumericFormat::WriteFields(kv::StreamWriter& out) const {
     out << kv::KvStreamGetProSaveVersion(out.Stream(), recordVersions) << settings_.roundingOption
         << settings_.roundingValue << settings_.alignmentOption << settings_.alignmentWidth << settings_.useSeparator
         << settings_.zeroPad << settings_.showPlus;
-    if (kv::KvStreamGetDocumentVersion(out.Stream()) >= kv::currentDocumentVersion)
-        kv::WriteText(out, suffix_.View());
+    if (kv::KvStreamGetDocumentVersion(out.Stream()) >= kv::currentDocumentVersion) kv::WriteText(out, suffix_.View());
 }
 
 /// Fields that are read before something fails have their new values then.
@@ -261,7 +260,8 @@ HRESULT NumericFormat::ReadFields(kv::StreamReader& in) {
     };
     const auto any = [](auto) { return true; };
     if (!read(settings_.roundingOption, any) ||
-        !read(settings_.roundingValue, [](LONG digits) { return digits >= 0 && digits <= NumericSettings::mostDigits; }) ||
+        !read(settings_.roundingValue,
+              [](LONG digits) { return digits >= 0 && digits <= NumericSettings::mostDigits; }) ||
         !read(settings_.alignmentOption, any) ||
         !read(settings_.alignmentWidth, [](LONG width) { return width >= 0; }) || !read(settings_.useSeparator, any) ||
         !read(settings_.zeroPad, any) || !read(settings_.showPlus, any))

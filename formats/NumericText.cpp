@@ -8,6 +8,7 @@ namespace {
 
 constexpr double greatestShown = 9007199254740992.0;  // 2^53: from here on not every whole number is a double
 constexpr double leastShown = 1e-09;
+constexpr double leastGrouped = 10;  ///< one digit makes no groups
 
 /// How many decimals show so many significant digits. What looks odd is kept, for documents have been made with it: a
 /// whole number below 0 that is filled up with zeros gets none where its digits and its sign are as many as asked for.
@@ -140,8 +141,9 @@ unsigned RulesNeeded(const NumericSettings& settings, double value) noexcept {
     if (!(magnitude <= greatestShown)) return 0;
     const bool becomesZero = settings.roundingOption == roundSignificantDigits && settings.roundingValue == 0;
     unsigned needed = 0;
-    if (settings.zeroPad != 0 || magnitude != static_cast<double>(static_cast<std::int64_t>(magnitude))) needed |= kv::NumberFmt::decimalRule;
-    if (settings.useSeparator != 0 && magnitude >= 1) needed |= kv::NumberFmt::groupingRule;
+    if (settings.zeroPad != 0 || magnitude != static_cast<double>(static_cast<std::int64_t>(magnitude)))
+        needed |= kv::NumberFmt::decimalRule;
+    if (settings.useSeparator != 0 && magnitude >= leastGrouped) needed |= kv::NumberFmt::groupingRule;
     if (magnitude < 1 || becomesZero) needed |= kv::NumberFmt::zeroRule;
     if (value < 0) needed |= kv::NumberFmt::negativeRule;
     return needed;

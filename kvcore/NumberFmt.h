@@ -39,10 +39,10 @@ struct NumberFmt {
         allRules = 15,
     };
 
-    unsigned known = 0;            ///< rules; what belongs to others has no meaning
-    std::uint32_t numDigits = 0;   ///< decimals that are shown; no rule, but what is asked for
-    std::uint32_t leadingZero = 1;  ///< whether 0.5 is not .5
-    std::uint32_t grouping = 0;    ///< as in NUMBERFMTW: 0 for none, 3 for 1,234,567, 32 for 12,34,567
+    unsigned known = 0;               ///< rules; what belongs to others has no meaning
+    std::uint32_t numDigits = 0;      ///< decimals that are shown; no rule, but what is asked for
+    std::uint32_t leadingZero = 1;    ///< whether 0.5 is not .5
+    std::uint32_t grouping = 0;       ///< as in NUMBERFMTW: 0 for none, 3 for 1,234,567, 32 for 12,34,567
     std::uint32_t negativeOrder = 1;  ///< 0 to 4, as in (1.1), -1.1, - 1.1, 1.1-, 1.1 -
     RuleText decimalSeparator, thousandsSeparator, negativeSign;
 };
@@ -55,7 +55,8 @@ inline constexpr std::uint32_t mostLocaleDecimals = 9;
 /// Writes a number as GetNumberFormatW does, without calling it, where the result is sure to be the same: in groups of
 /// 1 to 9 digits, or of 3 and then 2, or in none. A negative number without a digit above 0 is left to the locale.
 /// @param number has no more decimals than fmt.numDigits
-/// @return how many units were written; 0 where it is left to the locale's function, also for lack of a rule that matters
+/// @return how many units were written; 0 where it is left to the locale's function, also for lack of a rule that
+/// matters
 std::size_t FormatByRules(const UsNumber& number, const NumberFmt& fmt, std::span<char16_t> out) noexcept;
 
 /// Puts a plus sign before a text. @param text has room for one unit more  @return the new size

@@ -105,7 +105,8 @@ UsNumber UsNumber::Fixed(double value, int decimals) noexcept {
     made.isNegative_ = std::signbit(value) && value != 0;
     char* const begin = &made.digits_[made.first_];
     char* const end =
-        std::to_chars(begin, made.digits_.data() + made.digits_.size(), magnitude, std::chars_format::fixed, decimals).ptr;
+        std::to_chars(begin, made.digits_.data() + made.digits_.size(), magnitude, std::chars_format::fixed, decimals)
+            .ptr;
     RoundTieAway(end[-1], magnitude, -decimals - 1);
     made.end_ = static_cast<std::size_t>(end - made.digits_.data());
     made.point_ = made.end_;

@@ -23,8 +23,8 @@ class UsNumber {
     /// @param value finite  @param decimals 0 to mostDecimals
     static UsNumber Fixed(double value, int decimals) noexcept;
 
-    /// The shortest text rounded to so many decimals, a 5 and what follows it up, away from zero. They are all there, or
-    /// none of the zeros at their end is. @param value finite  @param decimals 0 to 9
+    /// The shortest text rounded to so many decimals, a 5 and what follows it up, away from zero. They are all there,
+    /// or none of the zeros at their end is. @param value finite  @param decimals 0 to 9
     static UsNumber Rounded(double value, int decimals, bool keepsZeros) noexcept;
 
     /// So many characters behind the digits of Whole and Fraction can be read, whatever they are.

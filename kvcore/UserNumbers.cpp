@@ -25,12 +25,12 @@ bool ReadText(LCTYPE type, RuleText& rule) noexcept {
     return true;
 }
 
-bool ReadNumber(LCTYPE type, std::uint32_t& rule) noexcept {
-    DWORD number = 0;
-    const int size = GetLocaleInfoW(LOCALE_USER_DEFAULT, type | LOCALE_RETURN_NUMBER, reinterpret_cast<wchar_t*>(&number),
-                                    sizeof number / sizeof(wchar_t));
-    if (size <= 0) return false;
-    rule = number;
+/// A value of one digit. As text it comes sooner than as a number.
+bool ReadDigit(LCTYPE type, std::uint32_t& rule) noexcept {
+    std::array<wchar_t, 2> text;
+    std::u16string_view read;
+    if (!ReadText(type, text, read) || read.size() != 1 || read[0] < u'0' || read[0] > u'9') return false;
+    rule = static_cast<std::uint32_t>(read[0] - u'0');
     return true;
 }
 
@@ -44,13 +44,13 @@ bool ReadGrouping(std::uint32_t& rule) noexcept {
     if (repeats) read.remove_suffix(2);
     std::uint32_t grouping = 0;
     for (const char16_t unit : read)
-        if (unit >= u'0' && unit <= u'9') grouping = grouping * 10 + (unit - u'0');
+        if (unit >= u'0' && unit <= u'9') grouping = grouping * 10 + static_cast<std::uint32_t>(unit - u'0');
     rule = repeats ? grouping : grouping * 10;
     return true;
 }
 
 bool ReadNegative(NumberFmt& fmt) noexcept {
-    if (!ReadText(LOCALE_SNEGATIVESIGN, fmt.negativeSign) || !ReadNumber(LOCALE_INEGNUMBER, fmt.negativeOrder))
+    if (!ReadText(LOCALE_SNEGATIVESIGN, fmt.negativeSign) || !ReadDigit(LOCALE_INEGNUMBER, fmt.negativeOrder))
         return false;
     constexpr std::uint32_t signBehind = 3;
     if (MOVALocale::IsCoordinateRightToLeft()) fmt.negativeOrder = signBehind;
@@ -85,7 +85,7 @@ void ReadUserRules(NumberFmt& fmt, unsigned rules) noexcept {
     read(NumberFmt::decimalRule, [&] { return ReadText(LOCALE_SDECIMAL, fmt.decimalSeparator); });
     read(NumberFmt::groupingRule,
          [&] { return ReadText(LOCALE_STHOUSAND, fmt.thousandsSeparator) && ReadGrouping(fmt.grouping); });
-    read(NumberFmt::zeroRule, [&] { return ReadNumber(LOCALE_ILZERO, fmt.leadingZero); });
+    read(NumberFmt::zeroRule, [&] { return ReadDigit(LOCALE_ILZERO, fmt.leadingZero); });
     read(NumberFmt::negativeRule, [&] { return ReadNegative(fmt); });
 }
 

@@ -110,8 +110,8 @@ inline Text TextBySteps(const formats::NumericSettings& settings, double value, 
         kv::NumberFmt fmt = rules;
         fmt.numDigits = static_cast<std::uint32_t>(n);
         if (settings.zeroPad == 0)
-            fmt.numDigits = std::min(fmt.numDigits,
-                                     point == Text::npos ? 0 : static_cast<std::uint32_t>(s.size() - point - 1));
+            fmt.numDigits =
+                std::min(fmt.numDigits, point == Text::npos ? 0 : static_cast<std::uint32_t>(s.size() - point - 1));
         if (settings.useSeparator == 0) fmt.grouping = 0;
         Text separator(fmt.decimalSeparator.View());
         Text shown;
@@ -125,8 +125,8 @@ inline Text TextBySteps(const formats::NumericSettings& settings, double value, 
             shown = ByLocale(exact.substr(0, exactPoint + 10), fmt, byLocale);
             const std::size_t at = shown.rfind(separator);
             if (!shown.empty() && !separator.empty() && at != Text::npos && at + separator.size() + 9 <= shown.size())
-                shown = shown.substr(0, at + 1) + exact.substr(exactPoint + 1) +
-                        shown.substr(at + separator.size() + 9);
+                shown =
+                    shown.substr(0, at + 1) + exact.substr(exactPoint + 1) + shown.substr(at + separator.size() + 9);
             separator = separator.substr(0, 1);
         }
         const std::size_t at = separator.empty() ? 0 : shown.rfind(separator);

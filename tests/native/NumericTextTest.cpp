@@ -62,7 +62,8 @@ Text Show(const NumericSettings& settings, double value, const kv::NumberFmt& ru
     static FormatByLocale reference;
     all = &rules;
     reference = byLocale;
-    const FormatByLocale complete = [](std::u16string_view text, const kv::NumberFmt& fmt, std::span<char16_t> out) noexcept {
+    const FormatByLocale complete = [](std::u16string_view text, const kv::NumberFmt& fmt,
+                                       std::span<char16_t> out) noexcept {
         kv::NumberFmt completed = *all;
         completed.numDigits = fmt.numDigits;
         if (fmt.known & kv::NumberFmt::groupingRule) completed.grouping = fmt.grouping;
@@ -157,12 +158,28 @@ TEST(NumericText, FieldsAreBounded) {
 
 TEST(NumericText, IsWhatTheStepsSay) {
     std::mt19937_64 bits(61);
-    std::vector<double> values{0.0, -0.0, 5e-10, 1e-9, -1e-9, 9007199254740992.0, -9007199254740993.0, 0.5, -0.5,
-                               0.9999999996, 999999.9999995, -99999.5, 1e15, 123, -123, 1e-7, -1e-7};
+    std::vector<double> values{0.0,
+                               -0.0,
+                               5e-10,
+                               1e-9,
+                               -1e-9,
+                               9007199254740992.0,
+                               -9007199254740993.0,
+                               0.5,
+                               -0.5,
+                               0.9999999996,
+                               999999.9999995,
+                               -99999.5,
+                               1e15,
+                               123,
+                               -123,
+                               1e-7,
+                               -1e-7};
     for (int i = 0; i < 25; ++i) {
         values.push_back(std::ldexp(static_cast<double>(static_cast<std::int64_t>(bits()) >> bits() % 63),
                                     -static_cast<int>(bits() % 64)));
-        values.push_back(std::round(std::ldexp(static_cast<double>(bits() >> 11), -static_cast<int>(bits() % 50))) / 1e4);
+        values.push_back(std::round(std::ldexp(static_cast<double>(bits() >> 11), -static_cast<int>(bits() % 50))) /
+                         1e4);
     }
     int checked = 0;
     for (const auto& locale : numberLocales) {
@@ -213,13 +230,23 @@ TEST(NumericText, Increments) {
         int digits;
         double incremented;
     } rows[] = {
-        {123.456, 6, 123.457}, {-123.456, 6, -123.455}, {0, 6, 1e-6}, {0, 0, 1}, {999, 3, 1000}, {1, 1, 2}, {-1, 1, -0.0},
-        {1234, 3, 1240},                // 1230 has lost its last digit: it was never shown
-        {0.001, 6, 0.00101},            // from nine places on fewer digits are counted: three of them
-        {0.0012, 6, 0.00120001},        // log10 is -2, so six of them
-        {1e-9, 15, 1.00001e-9},         // 15 - 9 digits
-        {1e-9, 9, 1.00000001e-9},       // 9 - 9 are none, hence nine
-        {5, 9, 5.00000001}, {10, 0, 100}, {-10, 0, 100}, {9.0072e15, 7, 9.007201e15}, {1e300, 2, 1.1e300},
+        {123.456, 6, 123.457},
+        {-123.456, 6, -123.455},
+        {0, 6, 1e-6},
+        {0, 0, 1},
+        {999, 3, 1000},
+        {1, 1, 2},
+        {-1, 1, -0.0},
+        {1234, 3, 1240},           // 1230 has lost its last digit: it was never shown
+        {0.001, 6, 0.00101},       // from nine places on fewer digits are counted: three of them
+        {0.0012, 6, 0.00120001},   // log10 is -2, so six of them
+        {1e-9, 15, 1.00001e-9},    // 15 - 9 digits
+        {1e-9, 9, 1.00000001e-9},  // 9 - 9 are none, hence nine
+        {5, 9, 5.00000001},
+        {10, 0, 100},
+        {-10, 0, 100},
+        {9.0072e15, 7, 9.007201e15},
+        {1e300, 2, 1.1e300},
     };
     for (const auto& row : rows) EXPECT_EQ(IncrementSignificant(row.shown, row.digits), row.incremented) << row.shown;
 }

@@ -122,7 +122,8 @@ void ExpectAsLocale(const char* where) {
     kv::ReadUserRules(rules, kv::NumberFmt::allRules);
     ASSERT_EQ(rules.known, unsigned{kv::NumberFmt::allRules});
     std::mt19937_64 bits(1);
-    std::vector<double> values{0.0, -0.0, 1e-7, -1e-7, 999999.9999995, -1234567.891, 0.5, -0.5, 9007199254740992.0, 1e300, nan};
+    std::vector<double> values{0.0,   -0.0, 1e-7, -1e-7, 999999.9999995, -1234567.891, 0.5, -0.5, 9007199254740992.0,
+                               1e300, nan};
     for (int i = 0; i < 20; ++i)
         values.push_back(std::ldexp(static_cast<double>(static_cast<std::int64_t>(bits()) >> bits() % 63),
                                     -static_cast<int>(bits() % 64)));
@@ -135,7 +136,8 @@ void ExpectAsLocale(const char* where) {
             const auto format = FormatWith(settings, suffix);
             for (const double value : values) {
                 const Text text = Show(format, value);
-                ASSERT_EQ(kv::Utf8(text), kv::Utf8(TextBySteps(settings, value, rules, &kv::FormatByUserLocale, suffix)))
+                ASSERT_EQ(kv::Utf8(text),
+                          kv::Utf8(TextBySteps(settings, value, rules, &kv::FormatByUserLocale, suffix)))
                     << value << " to " << digits << ", flags " << flags;
                 if (!std::isnan(value) && text.find_first_of(u"0123456789") == Text::npos) continue;
                 double read = 0;
@@ -161,12 +163,13 @@ TEST(NumericFormat, KeepsItsSettings) {
     const auto numeric = format.As<INumericFormat>();
     for (const LONG digits : {16L, -1L, 2147483647L, -2147483647L - 1}) {
         EXPECT_EQ(numeric->put_RoundingValue(digits), E_INVALIDARG);
-        EXPECT_EQ(TakeErrorInfo(), Refusal<INumericFormat>("NumericFormat",
-                                                           "The rounding value must be a whole number from 0 to 15."));
+        EXPECT_EQ(TakeErrorInfo(),
+                  Refusal<INumericFormat>("NumericFormat", "The rounding value must be a whole number from 0 to 15."));
     }
     for (const LONG width : {-1L, -2147483647L - 1}) {
         EXPECT_EQ(numeric->put_AlignmentWidth(width), E_INVALIDARG);
-        EXPECT_EQ(TakeErrorInfo(), Refusal<INumericFormat>("NumericFormat", "The alignment width must not be negative."));
+        EXPECT_EQ(TakeErrorInfo(),
+                  Refusal<INumericFormat>("NumericFormat", "The alignment width must not be negative."));
     }
     EXPECT_EQ(State(format.As<IUnknown>()), std::string(oddState) + "*");
     EXPECT_EQ(numeric->put_RoundingOption(Option<movaRoundingOptionEnum>(-7)), S_OK);
@@ -211,8 +214,8 @@ TEST(NumericFormat, RefusesWhatIsNoNumberAndFieldsThatAreTooWide) {
     const auto tooWide = FormatWith(wide, u"m");
     kv::BString text(u"before");
     EXPECT_EQ(tooWide->ValueToString(1, text.Put()), E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<INumberFormat>("NumericFormat",
-                                                      "Numbers are aligned in fields of at most 32,767 characters."));
+    EXPECT_EQ(TakeErrorInfo(),
+              Refusal<INumberFormat>("NumericFormat", "Numbers are aligned in fields of at most 32,767 characters."));
     EXPECT_EQ(text.Get(), nullptr);
     EXPECT_EQ(kv::Utf8(Show(tooWide, nan)), "<Null>") << "not aligned";
     wide.alignmentWidth = 32'767;
@@ -263,7 +266,9 @@ TEST(NumericFormatLocales, TheUsersLocale) {
     const struct {
         std::u16string_view locale;
         const char* text;
-    } rows[] = {{u"en-US", "-1,234,567.5 km"}, {u"de-DE", "-1.234.567,5 km"}, {u"hi-IN", "-12,34,567.5 km"},
+    } rows[] = {{u"en-US", "-1,234,567.5 km"},
+                {u"de-DE", "-1.234.567,5 km"},
+                {u"hi-IN", "-12,34,567.5 km"},
                 {u"ar-SA", "1,234,567.5- km"}};
     const Text text = Show(FormatWith(Settings(0, 2, true), u"km"), -1234567.5);
     std::printf("%s: %s\n", kv::Utf8(kv::Narrow16(name)).c_str(), kv::Utf8(text).c_str());
@@ -337,8 +342,7 @@ TEST(NumericFormat, WritesTheRecordOfTheDocument) {
         EXPECT_EQ(record[1], 0);
         const auto other = FormatWith(Settings(0, 3), u"kept");
         EXPECT_EQ(other.As<IPersistStream>()->Load(StreamOf(record).Get()), S_OK);
-        EXPECT_EQ(State(other.As<IUnknown>()),
-                  isNew ? oddState : "1 15 0 2147483647 7 -1 1 'kept'");
+        EXPECT_EQ(State(other.As<IUnknown>()), isNew ? oddState : "1 15 0 2147483647 7 -1 1 'kept'");
         // Each version up to the newest is read, those below 2 without a suffix.
         record[0] = 0xFF, record[1] = 0xFF;
         EXPECT_EQ(other.As<IPersistStream>()->Load(StreamOf(record).Get()), S_OK);
@@ -359,14 +363,15 @@ TEST(NumericFormat, KeepsWhatWasReadBeforeTheStreamBroke) {
     const struct {
         std::size_t end;
         std::string state;
-    } fields[] = {{6, "1 6 1 12 0 0 0 ''"}, {10, "1 15 1 12 0 0 0 ''"},
-                  {14, "1 15 0 12 0 0 0 ''"}, {18, "1 15 0 2147483647 0 0 0 ''"},
+    } fields[] = {{6, "1 6 1 12 0 0 0 ''"},           {10, "1 15 1 12 0 0 0 ''"},
+                  {14, "1 15 0 12 0 0 0 ''"},         {18, "1 15 0 2147483647 0 0 0 ''"},
                   {20, "1 15 0 2147483647 7 0 0 ''"}, {22, "1 15 0 2147483647 7 -1 0 ''"},
                   {24, "1 15 0 2147483647 7 -1 1 ''"}};
     for (std::size_t cut = 0; cut < record.size(); ++cut) {
         const auto format = NewFormat();
-        EXPECT_EQ(format.As<IPersistStream>()->Load(StreamOf({record.begin(), record.begin() + static_cast<int>(cut)}).Get()),
-                  E_FAIL);
+        EXPECT_EQ(
+            format.As<IPersistStream>()->Load(StreamOf({record.begin(), record.begin() + static_cast<int>(cut)}).Get()),
+            E_FAIL);
         EXPECT_EQ(TakeErrorInfo(), Refusal<IPersistStream>("NumericFormat", "The stream is cut short or damaged."));
         std::string expected = defaultState;
         for (const auto& field : fields)
@@ -399,9 +404,7 @@ class ReadsInto final : public Local<IXMLSerialize> {
  public:
     explicit ReadsInto(const Format& format) : format_(format.As<IXMLSerialize>()) {}
     STDMETHODIMP Serialize(IXMLSerializeData*) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP Deserialize(IXMLSerializeData* data) noexcept override {
-        return status = format_->Deserialize(data);
-    }
+    STDMETHODIMP Deserialize(IXMLSerializeData* data) noexcept override { return status = format_->Deserialize(data); }
     HRESULT status = E_UNEXPECTED;
 
  private:
@@ -417,8 +420,10 @@ HRESULT ReadXml(const Format& format, const std::string& elements) {
     const auto mapper = New<IXMLTypeMapper2>(u"XMLTypeMapper");
     EXPECT_EQ(mapper->AddType(Bstr(u"T"), Bstr(u"urn:numbers"), Bstr(kv::GuidText(readsIntoClass))), S_OK);
     kv::Ptr<IUnknown> object;
-    const std::string document = "<T xsi:type='n:T' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' "
-                                 "xmlns:n='urn:numbers'>" + elements + "</T>";
+    const std::string document =
+        "<T xsi:type='n:T' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' "
+        "xmlns:n='urn:numbers'>" +
+        elements + "</T>";
     New<IXMLSerializerAlt>(u"XMLSerializerAlt")->LoadFromString(Bstr(kv::Utf16(document)), object.Put());
     EXPECT_EQ(mapper->RemoveType(Bstr(u"T"), Bstr(u"urn:numbers")), S_OK);
     return reads.status;
@@ -443,15 +448,19 @@ TEST(NumericFormat, PersistsAsXml) {
     EXPECT_EQ(serializer->LoadFromString(text.Get(), object.Put()), S_OK);
     EXPECT_EQ(State(object), "1 15 0 2147483647 -1 -1 -1 'm\xC2\xB2'*");
     EXPECT_EQ(serializer->SaveToString(NewFormat().Get(), nullptr, text.Put()), S_OK);
-    EXPECT_NE(kv::Utf8(text.View()).find("<RoundingOption>movaRoundNumberOfDecimals</RoundingOption><AlignmentOption>"
-                                         "movaAlignLeft</AlignmentOption>"), std::string::npos);
+    EXPECT_NE(kv::Utf8(text.View())
+                  .find("<RoundingOption>movaRoundNumberOfDecimals</RoundingOption><AlignmentOption>"
+                        "movaAlignLeft</AlignmentOption>"),
+              std::string::npos);
     EXPECT_NE(kv::Utf8(text.View()).find("<Suffix/>"), std::string::npos) << "always written";
     EXPECT_EQ(serializer->put_ReleaseNamespaceURI(Bstr(u"urn:mova:schemas:9.2")), S_OK);
     EXPECT_EQ(serializer->SaveToString(NewFormat().Get(), nullptr, text.Put()), E_INVALIDARG);
 
     for (const auto& settings : {Settings(2, 6), Settings(-1, 6)}) {
-        EXPECT_EQ(New<IXMLSerializerAlt>(u"XMLSerializerAlt")->SaveToString(FormatWith(settings).Get(), nullptr, text.Put()),
-                  unknownName) << "an option without a name";
+        EXPECT_EQ(
+            New<IXMLSerializerAlt>(u"XMLSerializerAlt")->SaveToString(FormatWith(settings).Get(), nullptr, text.Put()),
+            unknownName)
+            << "an option without a name";
     }
 }
 

@@ -81,7 +81,8 @@ Object Strongest(IJSONArray& features) {
 
 /// The magnitudes of the first events in a column, then the energy of the strongest, relative to magnitude 0.
 void ShowMagnitudes(IJSONArray& features) {
-    Heading("Their magnitudes, in the user's regional settings: two decimals, on the right of eight characters, a unit");
+    Heading(
+        "Their magnitudes, in the user's regional settings: two decimals, on the right of eight characters, a unit");
     const auto format = CreateAs<INumberFormat>(u"NumericFormat");
     const auto settings = format.As<INumericFormat>();
     Check(settings->put_RoundingValue(2));

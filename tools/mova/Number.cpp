@@ -92,7 +92,7 @@ class NumberCommand {
             Check(settings_->put_RoundingValue(IntegerIn(option, value)));
         } else if (option == "--align") {
             Check(settings_->put_AlignmentOption(IsSecond(option, value, "left", "right") ? movaAlignRight
-                                                                                        : movaAlignLeft));
+                                                                                          : movaAlignLeft));
         } else if (option == "--width") {
             Check(settings_->put_AlignmentWidth(IntegerIn(option, value)));
         } else if (option == "--suffix") {
