@@ -14,7 +14,8 @@ struct Job {
     void (*run)(const bench::Session&);
 };
 
-constexpr Job jobs[] = {{"json", &bench::RunEngineJson}, {"xml", &bench::RunEngineXml}};
+constexpr Job jobs[] = {
+    {"json", &bench::RunEngineJson}, {"number", &bench::RunEngineNumber}, {"xml", &bench::RunEngineXml}};
 
 }  // namespace
 

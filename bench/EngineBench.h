@@ -8,6 +8,9 @@ namespace bench {
 /// Loading documents, and their tokens. @throw std::runtime_error where the engine does not do what is measured
 void RunEngineJson(const Session& session);
 
+/// Numbers to display text. @throw std::runtime_error as above
+void RunEngineNumber(const Session& session);
+
 /// Writing documents, and reading them. @throw std::runtime_error as above
 void RunEngineXml(const Session& session);
 

@@ -12,6 +12,9 @@ void RunFrame(const Session& session);
 /// JSON: reading and writing by token, documents in memory. @throw std::runtime_error as above
 void RunJson(const Session& session);
 
+/// Numbers to display text and back. @throw std::runtime_error as above
+void RunNumber(const Session& session);
+
 /// Object graphs, copies, and streams in memory. @throw std::runtime_error as above
 void RunPersist(const Session& session);
 

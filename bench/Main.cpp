@@ -20,8 +20,8 @@ struct Job {
 };
 
 constexpr Job jobs[] = {
-    {"frame", &bench::RunFrame},     {"json", &bench::RunJson}, {"persist", &bench::RunPersist},
-    {"propset", &bench::RunPropset}, {"xml", &bench::RunXml},
+    {"frame", &bench::RunFrame},     {"json", &bench::RunJson},       {"number", &bench::RunNumber},
+    {"persist", &bench::RunPersist}, {"propset", &bench::RunPropset}, {"xml", &bench::RunXml},
 };
 
 struct Arguments {

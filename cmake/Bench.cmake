@@ -21,6 +21,7 @@ add_executable(
   bench/JsonWriterBench.cpp
   bench/Main.cpp
   bench/Memory.cpp
+  bench/NumberBench.cpp
   bench/PersistBench.cpp
   bench/PropsetBench.cpp
   bench/SaxReading.cpp

@@ -1,4 +1,6 @@
 # The benchmarks of the engines without Windows beneath them, beside peers that are built for this machine.
+find_package(fmt REQUIRED)
+find_package(ICU REQUIRED COMPONENTS i18n uc)
 find_package(simdjson REQUIRED)
 find_package(LibXml2 REQUIRED)
 find_package(XercesC REQUIRED)
@@ -7,6 +9,7 @@ add_executable(
   bench/Bench.cpp
   bench/EngineBench.cpp
   bench/EngineBenchJson.cpp
+  bench/EngineBenchNumber.cpp
   bench/EngineBenchXml.cpp
   bench/JsonData.cpp
   bench/SaxReading.cpp
@@ -14,4 +17,4 @@ add_executable(
   kvcore/HeapBlocks.cpp
   ${engine_sources})
 target_include_directories(engine-bench PRIVATE ${CMAKE_SOURCE_DIR})
-target_link_libraries(engine-bench PRIVATE mova-warnings LibXml2::LibXml2 simdjson::simdjson XercesC::XercesC z)
+target_link_libraries(engine-bench PRIVATE mova-warnings fmt::fmt ICU::i18n ICU::uc LibXml2::LibXml2 simdjson::simdjson XercesC::XercesC z)

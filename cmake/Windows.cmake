@@ -2,7 +2,7 @@
 include(Widl)
 enable_language(RC)
 mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaXML movaXMLReader
-                 movaXMLSerializer movaJSON movaJSONReader movaJSONWriter)
+                 movaXMLSerializer movaFormats movaJSON movaJSONReader movaJSONWriter)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -38,6 +38,7 @@ add_library(
   kvcore/DateText.cpp
   kvcore/GuidText.cpp
   kvcore/MoveBytes.cpp
+  kvcore/NumberFmt.cpp
   kvcore/NumberText.cpp
   kvcore/Pages.cpp
   kvcore/RegistryKey.cpp
@@ -46,6 +47,8 @@ add_library(
   kvcore/String.cpp
   kvcore/SystemText.cpp
   kvcore/TrelCore.cpp
+  kvcore/UsNumber.cpp
+  kvcore/UserNumbers.cpp
   kvcore/Utf.cpp
   kvcore/Variant.cpp
   kvcore/VariantStream.cpp)
@@ -73,6 +76,8 @@ add_library(
   containers/StrArray.cpp
   containers/SystemNames.cpp
   containers/UID.cpp
+  formats/NumericFormat.cpp
+  formats/NumericText.cpp
   json/BitStack.cpp
   json/ByteChain.cpp
   json/ChunkedText.cpp
@@ -182,6 +187,7 @@ add_executable(
   tools/mova/DemoDocument.cpp
   tools/mova/Json.cpp
   tools/mova/Main.cpp
+  tools/mova/Number.cpp
   tools/mova/PropertyFile.cpp
   tools/mova/Propset.cpp
   tools/mova/Script.cpp
@@ -219,8 +225,8 @@ target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uu
 add_dependencies(windows-tests movaSystem mova first-client mova-idl)
 add_test(NAME windows-tests COMMAND windows-tests)
 # Wine takes the user's locale from the environment.
-foreach(locale de_DE tr_TR)
-  add_test(NAME windows-tests-${locale} COMMAND windows-tests --gtest_filter=JSONLocales.*)
+foreach(locale ar_SA de_CH de_DE fr_FR hi_IN tr_TR)
+  add_test(NAME windows-tests-${locale} COMMAND windows-tests --gtest_filter=JSONLocales.*:NumericFormatLocales.*)
   set_tests_properties(windows-tests-${locale} PROPERTIES ENVIRONMENT LC_ALL=${locale}.UTF-8)
 endforeach()
 add_custom_command(

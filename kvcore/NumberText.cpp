@@ -486,6 +486,17 @@ char* DropZeros(char* begin, char* end) noexcept {
     return end[-1] == '.' ? end - 1 : end;
 }
 
+/// What RoundedUnits answers. The product is off by half a unit in its last place, so its fraction tells how to round
+/// but where it is that near to the half.
+inline std::optional<std::uint64_t> Units(double magnitude, int decimals) noexcept {
+    const double product = magnitude * powersOfTen[static_cast<std::size_t>(decimals)];
+    if (!(product < leastWithExponent)) return {};
+    const auto whole = static_cast<std::int64_t>(product);
+    const double fraction = product - static_cast<double>(whole);
+    if (std::fabs(fraction - 0.5) <= product * std::numeric_limits<double>::epsilon()) return {};
+    return static_cast<std::uint64_t>(whole) + (fraction > 0.5);
+}
+
 /// What a double is that is zero, or is rounded to it, behind its sign.
 char* PutZero(char* out, double original) noexcept {
     return PutText(out, std::signbit(original) ? "0.0" : "0");
@@ -522,6 +533,16 @@ double MakeDouble(std::uint64_t digits, int decimals, bool isNegative) noexcept 
         return WithSign(magnitude, isNegative);
     }
     return WithSign(digits == 0 ? 0.0 : ScaledDouble(digits, -decimals), isNegative);
+}
+
+std::optional<std::uint64_t> RoundedUnits(double magnitude, int decimals) noexcept {
+    return Units(magnitude, decimals);
+}
+
+DigitSpan PutSixteenDigits(char* out, std::uint64_t number) noexcept {
+    const SixteenDigits digits(number);
+    Store(out, digits.text);
+    return {digits.first, digits.end};
 }
 
 std::int64_t ReadInt64(std::u16string_view text) noexcept {
@@ -561,17 +582,11 @@ char* FormatDecimals(char* out, double value, int decimals) noexcept {
     char* const begin = out;
     const double original = value;
     if (!BeginNumber(out, value)) return out;
-    // The product is off by half a unit in its last place, so its fraction tells how to round but where it is that near
-    // to the half. While it has fifteen digits at most, a shortest text with no more decimals comes out as itself.
-    const double product = value * powersOfTen[static_cast<std::size_t>(decimals)];
-    if (product < leastWithExponent && value >= leastFixed) {
-        const auto whole = static_cast<std::int64_t>(product);
-        const double fraction = product - static_cast<double>(whole);
-        if (std::fabs(fraction - 0.5) > product * std::numeric_limits<double>::epsilon()) {
-            const SixteenDigits digits(static_cast<std::uint64_t>(whole) + (fraction > 0.5));
-            if (digits.first == digits.end) return PutZero(out, original);
-            return PutFixed(out, digits, 15 - digits.first - decimals);
-        }
+    // While they have fifteen digits at most, a shortest text with no more decimals comes out as itself.
+    if (const auto units = value >= leastFixed ? Units(value, decimals) : std::nullopt) {
+        const SixteenDigits digits(*units);
+        if (digits.first == digits.end) return PutZero(out, original);
+        return PutFixed(out, digits, 15 - digits.first - decimals);
     }
     char* const end = FormatShortest(begin, original);
     if (DecimalsOf({begin, end}) <= decimals) return end;

@@ -29,6 +29,18 @@ std::optional<float> ReadXmlFloat(std::u16string_view text) noexcept;
 /// The nearest double to digits * 10^-decimals. @param decimals 0 to 27
 double MakeDouble(std::uint64_t digits, int decimals, bool isNegative) noexcept;
 
+/// A magnitude in units of its last decimal, rounded to a whole one: below 10^15.
+/// @param decimals 0 to mostDecimals
+/// @return nothing where the number is greater, or so near to a tie that the exact value and its shortest text could be
+///     rounded differently
+std::optional<std::uint64_t> RoundedUnits(double magnitude, int decimals) noexcept;
+/// Where the first digit of a number is that is not 0, and where those end; both 0 for zero.
+struct DigitSpan {
+    int first, end;
+};
+/// Writes sixteen digits, zeros in front among them. @param number below 10^16
+DigitSpan PutSixteenDigits(char* out, std::uint64_t number) noexcept;
+
 /// Reads blanks, a sign and digits up to where they end; without digits it is 0. Beyond the range it is the greatest
 /// or the least number.
 std::int64_t ReadInt64(std::u16string_view text) noexcept;

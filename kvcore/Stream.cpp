@@ -56,6 +56,14 @@ std::int32_t KvStreamGetDocumentVersion(IStream* stream) noexcept {
     return document && SUCCEEDED(document->get_DocumentVersion(&version)) ? version : currentDocumentVersion;
 }
 
+std::int16_t KvStreamGetProSaveVersion(IStream* stream, const SaveVersions& versions) noexcept {
+    const std::int32_t document = KvStreamGetDocumentVersion(stream);
+    if (document >= currentDocumentVersion) return versions.newer;
+    std::size_t generation = earlierDocumentVersions.size() - 1;
+    while (generation > 0 && document < earlierDocumentVersions[generation]) --generation;
+    return versions.earlier[generation];
+}
+
 detail::StreamUser::StreamUser(IStream* stream) noexcept : stream_(stream) {
     Ptr<IWindowedStream> windowed;
     if (SUCCEEDED(stream->QueryInterface(__uuidof(IWindowedStream), windowed.PutVoid())))

@@ -3,6 +3,7 @@
 
 #include <objidl.h>
 
+#include <array>
 #include <memory>
 
 #include "kvcore/ByteWindow.h"
@@ -46,6 +47,18 @@ HRESULT KvStreamSeek(IStream* stream, std::uint64_t position) noexcept;
 inline constexpr std::int32_t currentDocumentVersion = 100;
 /// The generation of documents that a stream carries, by which some classes choose their layout.
 std::int32_t KvStreamGetDocumentVersion(IStream* stream) noexcept;
+
+/// The generations of documents before the newest. A document belongs to the latest that is not after its version; one
+/// before the first belongs to the first.
+inline constexpr std::array<std::int32_t, 7> earlierDocumentVersions{81, 82, 83, 90, 91, 92, 93};
+
+/// Which version of its record a class writes into the documents of each generation.
+struct SaveVersions {
+    std::int16_t newer;  ///< from currentDocumentVersion on
+    std::array<std::int16_t, earlierDocumentVersions.size()> earlier;
+};
+/// The version of a class's record for the document that a stream carries.
+std::int16_t KvStreamGetProSaveVersion(IStream* stream, const SaveVersions& versions) noexcept;
 
 namespace detail {
 

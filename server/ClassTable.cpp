@@ -5,6 +5,7 @@
 #include "containers/PropertySetProperty.h"
 #include "containers/StrArray.h"
 #include "containers/UID.h"
+#include "formats/NumericFormat.h"
 #include "json/JSONArray.h"
 #include "json/JSONConverter.h"
 #include "json/JSONObject.h"
@@ -58,6 +59,7 @@ constinit const ClassEntry classTable[] = {
     NewObject<PropertySet>(u"PropertySet"),
     NewObject<ObjectStream>(u"ObjectStream"),
     NewObject<UID>(u"UID"),
+    NewObject<NumericFormat>(u"NumericFormat"),
     NewObject<FileStream>(u"FileStream"),
     NewObject<BufferedFileStream>(u"BufferedFileStream"),
     NewObject<UnbufferedFileStream>(u"UnbufferedFileStream"),

@@ -9,7 +9,7 @@ say() { echo "$*" >&2; }
 
 . "$root/tools/xerces.sh"
 
-build_packages=(cmake dpkg-dev libcereal-dev libsimdjson-dev libxerces-c-dev libxml2-dev ninja-build
+build_packages=(cmake dpkg-dev libcereal-dev libfmt-dev libicu-dev libsimdjson-dev libxerces-c-dev libxml2-dev ninja-build
     nlohmann-json3-dev rapidjson-dev g++ g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev libz-mingw-w64-dev
     wine wine64 zlib1g-dev)
 test_packages=(googletest)

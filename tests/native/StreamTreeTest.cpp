@@ -83,6 +83,24 @@ TEST(StreamTree, ShowsAGraph) {
     EXPECT_EQ(tree.end, StreamEnd::whole);
 }
 
+TEST(StreamTree, ShowsNumericFormats) {
+    const std::string format = Golden("numeric-format.bin");
+    EXPECT_EQ(Print(format).lines, R"(00000000  NumericFormat #1 v2
+00000016    rounding option = 1
+0000001A    rounding value = 15
+0000001E    alignment = 0
+00000022    width = 2147483647
+00000026    use separator = true
+00000028    zero pad = true
+0000002A    show plus = true
+0000002C    suffix = "m²"
+00000034  end
+)");
+    std::string old = format.substr(0, 0x2C);
+    old[0x14] = 1;
+    EXPECT_TRUE(Print(old).lines.ends_with("0000002A    show plus = true\n0000002C  end\n")) << "without a suffix";
+}
+
 TEST(StreamTree, ShowsWhatStandsOneAfterTheOther) {
     const std::string uid = Golden("uid.bin");
     EXPECT_EQ(Print(Reference(uidClass, 7) + uid + Reference(uidClass, 7) + std::string(16, '\0') +

@@ -122,6 +122,35 @@ TEST(Client, PrintsAndComparesIdentifiers) {
     }
 }
 
+TEST(Client, ShowsAndReadsNumbers) {
+    const struct {
+        const char16_t* arguments;
+        const char* output;
+        DWORD status;
+    } rows[] = {
+        {u"number 1234.5 -3 nan -inf", "|1234.5|\n|-3|\n|<Null>|\n|-inf|\n", 0},
+        {u"number --rounding significant --digits 3 --zero-pad --plus --suffix km 12", "|+12.0 km|\n", 0},
+        {u"number --rounding decimals --align right --width 9 --separator 1234.5 -1", "|  1,234.5|\n|       -1|\n", 0},
+        {u"number --parse \"1,234.5 km\"", "1234.5\n", 0},
+        {u"number --digits 2 --increment 1.5", "1.51\n", 0},
+        {u"number --parse x", "mova: movaSystem.NumericFormat: The text is not a number. (0x80070057)\n", 1},
+        {u"number --digits 16 1",
+         "mova: movaSystem.NumericFormat: The rounding value must be a whole number from 0 to 15. (0x80070057)\n", 1},
+        {u"number", "mova: number takes VALUEs, or --parse TEXT, or --increment VALUE\n", 2},
+        {u"number --parse 1 1", "mova: number takes VALUEs, or --parse TEXT, or --increment VALUE\n", 2},
+        {u"number one", "mova: number takes numbers, not one\n", 2},
+        {u"number --digits x 1", "mova: number --digits takes a whole number of 32 bits\n", 2},
+        {u"number --align middle 1", "mova: number --align takes left or right\n", 2},
+        {u"number 1 --width", "mova: number --width takes a value\n", 2},
+        {u"number --other 1", "mova: number does not take --other\n", 2},
+    };
+    for (const auto& row : rows) {
+        const auto run = Mova(row.arguments);
+        EXPECT_EQ(run.output, row.output);
+        EXPECT_EQ(run.status, row.status) << row.output;
+    }
+}
+
 TEST(Client, PrintsTheObjectsOfAStream) {
     using namespace std::string_literals;
     const std::string graph = ReadSource("tests/golden/graph.bin");

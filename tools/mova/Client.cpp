@@ -57,6 +57,13 @@ constexpr Command commands[] = {
      "reads a document and prints how many elements it has and how deep they nest, and the line and column of its "
      "fault,\nwhere it has one. Its exit status is 1 where the document has a fault.",
      &RunXml},
+    {"number",
+     "[--rounding decimals|significant] [--digits N] [--align left|right] [--width N] [--separator] [--zero-pad] "
+     "[--plus]\n    [--suffix S] VALUE... | ... --parse TEXT | ... --increment VALUE",
+     "prints the text of each VALUE as a numeric format with these settings has it, one a line between | and |, in the "
+     "user's\nregional settings. VALUE may be nan, inf or -inf.\n"
+     "--parse prints the number that a text stands for, --increment that which is one displayed unit higher.",
+     &RunNumber},
 };
 
 /// The text with line breaks and other control characters escaped, so that it stays one line.

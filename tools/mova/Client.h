@@ -66,6 +66,7 @@ int RunUid(Arguments arguments);
 int RunStream(Arguments arguments);
 int RunJson(Arguments arguments);
 int RunXml(Arguments arguments);
+int RunNumber(Arguments arguments);
 int RunHelp(Arguments arguments);
 
 /// Runs one command with its name first. Refusals are printed as one line to the stream.

@@ -17,7 +17,7 @@ inline kv::BString Text(std::u16string_view text) {
 /// The lines that a refusal is shown with.
 void PrintRefusal(const Refused& refused);
 
-/// A JSON document that is read, changed and written again, and one that is broken.
+/// A JSON document that is read, shown as numbers, changed and written again, and one that is broken.
 void ShowDocument();
 
 }  // namespace mova::tool

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <cmath>
+
 #include "kvcore/Utf.h"
 #include "tools/mova/Demo.h"
 #include "tools/mova/Streams.h"
@@ -6,6 +9,13 @@ namespace mova::tool {
 namespace {
 
 using Object = kv::Ptr<IJSONObjectEx>;
+
+/// A number as a format shows it.
+std::string Shown(INumberFormat& format, double number) {
+    kv::BString text;
+    Check(format.ValueToString(number, text.Put()));
+    return kv::Utf8(text.View());
+}
 
 Object ObjectIn(IJSONArray& array, LONG index) {
     kv::Ptr<IJSONObject> object;
@@ -69,6 +79,38 @@ Object Strongest(IJSONArray& features) {
     return strongest;
 }
 
+/// The magnitudes of the first events in a column, then the energy of the strongest, relative to magnitude 0.
+void ShowMagnitudes(IJSONArray& features) {
+    Heading(
+        "Their magnitudes, in the user's regional settings: two decimals, on the right of eight characters, a unit");
+    const auto format = CreateAs<INumberFormat>(u"NumericFormat");
+    const auto settings = format.As<INumericFormat>();
+    Check(settings->put_RoundingValue(2));
+    Check(settings->put_ZeroPad(VARIANT_TRUE));
+    Check(settings->put_AlignmentOption(movaAlignRight));
+    Check(settings->put_AlignmentWidth(8));
+    Check(format.As<INumericFormat2>()->put_Suffix(Text(u"Mw").Get()));
+    constexpr LONG shownCount = 5;
+    LONG count = 0;
+    Check(features.GetCount(&count));
+    double greatest = 0;
+    for (LONG i = 0; i < count; ++i) {
+        const double magnitude = NumberIn(*ObjectIn(*ObjectIn(features, i).Get(), u"properties").Get(), u"mag");
+        greatest = std::max(greatest, magnitude);
+        if (i < shownCount) Print("  |" + Shown(*format.Get(), magnitude) + "|\n");
+    }
+    Check(settings->put_RoundingOption(movaRoundNumberOfSignificantDigits));
+    Check(settings->put_ZeroPad(VARIANT_FALSE));
+    Check(settings->put_UseSeparator(VARIANT_TRUE));
+    Check(settings->put_AlignmentOption(movaAlignLeft));
+    Check(format.As<INumericFormat2>()->put_Suffix(Text(u"times").Get()));
+    const double energy = std::pow(10, 1.5 * greatest);
+    double next = 0;
+    Check(format.As<INumberFormatOperations>()->Increment(energy, &next));
+    Print("  the energy of the strongest, to two digits: " + Shown(*format.Get(), energy) +
+          " that of magnitude 0; one displayed unit more: " + Shown(*format.Get(), next) + "\n");
+}
+
 void ShowBroken() {
     Heading("A broken copy of it, samples/events-broken.geojson");
     const auto stream = MemoryOf(ReadSample("events-broken.geojson"));
@@ -99,6 +141,7 @@ void ShowDocument() {
     VARIANT_BOOL found = VARIANT_FALSE;
     Check(document->GetJSONArray(Text(u"features").Get(), features.Put(), &found));
     const Object strongest = Strongest(*features.Get());
+    ShowMagnitudes(*features.Get());
 
     Heading("The strongest again, as it is written after changes: a number replaced, a member added, one removed");
     const Object properties = ObjectIn(*strongest.Get(), u"properties");

@@ -2,172 +2,21 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
-#include <charconv>
-#include <cstring>
 #include <optional>
 #include <unordered_set>
 
-#include "kvcore/GuidText.h"
 #include "kvcore/Utf.h"
-#include "kvcore/ValueFormat.h"
 #include "tools/mova/NumberText.h"
+#include "tools/mova/StreamValues.h"
 
 namespace mova::tool {
 namespace {
 
 constexpr std::uint32_t shownElements = 8;
-constexpr std::size_t shownUnits = 64;
-constexpr std::size_t shownDimensions = 8;
 constexpr int indentedLevels = 20;  ///< deeper ones have their number in front
 constexpr int maxObjects = 1'000;   ///< inside one another, as the library follows them unless told otherwise
 constexpr int maxArrays = 500;      ///< arrays of values inside one another
 constexpr int maxLevels = 2 * maxObjects + maxArrays;  ///< objects and arrays together, which is what the stack bears
-
-// ---- single values
-
-constexpr std::array<std::string_view, 24> typeNames = {
-    "empty",   "null",    "i2",      "i4", "r4", "r8",  "currency", "date", "str", "dispatch", "error", "bool",
-    "variant", "unknown", "decimal", "",   "i1", "ui1", "ui2",      "ui4",  "i8",  "ui8",      "int",   "uint"};
-
-std::string_view NameOf(kv::ValueType type) noexcept {
-    return typeNames[static_cast<std::size_t>(type)];
-}
-
-using FixedBytes = std::array<std::byte, 16>;  ///< room for the largest value of fixed size
-
-template <class Number>
-Number As(const FixedBytes& bytes) noexcept {
-    Number number;
-    std::memcpy(&number, bytes.data(), sizeof number);
-    return number;
-}
-
-void AppendHex(std::string& out, std::uint64_t number) {
-    std::array<char, 16> text;
-    char* const end = std::to_chars(text.data(), text.data() + text.size(), number, 16).ptr;
-    out.append(8 - std::min<std::size_t>(8, static_cast<std::size_t>(end - text.data())), '0');
-    std::transform(text.data(), end, text.data(), [](char c) { return c >= 'a' ? static_cast<char>(c - 0x20) : c; });
-    out.append(text.data(), end);
-}
-
-/// A whole number, its last digit first, with a point before so many digits.
-void AppendPointed(std::string& out, bool negative, std::string reversed, std::size_t scale) {
-    if (reversed.size() <= scale) reversed.append(scale + 1 - reversed.size(), '0');
-    if (scale != 0) reversed.insert(scale, 1, '.');
-    if (negative) out += '-';
-    out.append(reversed.rbegin(), reversed.rend());
-}
-
-void AppendCurrency(std::string& out, std::int64_t amount) {
-    const auto bits = static_cast<std::uint64_t>(amount);
-    std::string digits;
-    AppendNumber(digits, amount < 0 ? 0 - bits : bits);
-    std::reverse(digits.begin(), digits.end());
-    AppendPointed(out, amount < 0, std::move(digits), 4);
-}
-
-void AppendDecimal(std::string& out, const FixedBytes& bytes) {
-    auto words = std::bit_cast<std::array<std::uint32_t, 4>>(bytes);
-    std::array<std::uint32_t, 3> digits = {words[1], words[3], words[2]};  // the highest 32 bits stand before the rest
-    std::string reversed;
-    do {
-        std::uint64_t rest = 0;
-        for (std::uint32_t& part : digits) {
-            rest = rest << 32 | part;
-            part = static_cast<std::uint32_t>(rest / 10);
-            rest %= 10;
-        }
-        reversed += static_cast<char>('0' + rest);
-    } while (digits != std::array<std::uint32_t, 3>{});
-    AppendPointed(out, bytes[3] != std::byte{0}, std::move(reversed), std::to_integer<std::size_t>(bytes[2]));
-}
-
-void AppendBoolean(std::string& out, std::int16_t value) {
-    if (value == 0) {
-        out += "false";
-    } else if (value == -1) {
-        out += "true";
-    } else {
-        AppendNumber(out, value);
-    }
-}
-
-void AppendFixed(std::string& out, kv::ValueType type, const FixedBytes& bytes) {
-    using enum kv::ValueType;
-    switch (type) {
-        case i1:
-            return AppendNumber(out, int{As<std::int8_t>(bytes)});
-        case ui1:
-            return AppendNumber(out, int{As<std::uint8_t>(bytes)});
-        case i2:
-            return AppendNumber(out, As<std::int16_t>(bytes));
-        case ui2:
-            return AppendNumber(out, As<std::uint16_t>(bytes));
-        case i4:
-        case integer:
-            return AppendNumber(out, As<std::int32_t>(bytes));
-        case ui4:
-        case uinteger:
-            return AppendNumber(out, As<std::uint32_t>(bytes));
-        case i8:
-            return AppendNumber(out, As<std::int64_t>(bytes));
-        case ui8:
-            return AppendNumber(out, As<std::uint64_t>(bytes));
-        case r4:
-            return AppendNumber(out, As<float>(bytes));
-        case r8:
-        case date:
-            return AppendNumber(out, As<double>(bytes));
-        case currency:
-            return AppendCurrency(out, As<std::int64_t>(bytes));
-        case decimal:
-            return AppendDecimal(out, bytes);
-        case boolean:
-            return AppendBoolean(out, As<std::int16_t>(bytes));
-        default:
-            out += "0x";
-            AppendHex(out, As<std::uint32_t>(bytes));
-    }
-}
-
-/// A text in quotation marks, and where it is long its beginning and its length.
-void AppendText(std::string& out, std::span<const std::byte> bytes) {
-    const std::size_t length = bytes.size() / sizeof(char16_t);
-    std::array<char16_t, shownUnits> units;
-    std::size_t shown = std::min(length, units.size());
-    if (shown != 0) std::memcpy(units.data(), bytes.data(), shown * sizeof(char16_t));
-    if (shown < length && (units.back() & 0xFC00) == 0xD800) --shown;  // the first half of a character
-    kv::AppendQuoted(out, {units.data(), shown});
-    if (shown < length) {
-        out += "... of ";
-        AppendNumber(out, length);
-        out += " units";
-    }
-    if (bytes.size() % sizeof(char16_t) != 0) out += " and a byte";
-}
-
-void AppendGuid(std::string& out, const kv::IdBits& id) {
-    for (const char16_t c : kv::FormatGuid(id)) out += static_cast<char>(c);
-}
-
-void AppendBounds(std::string& out, std::span<const kv::ArrayBound> bounds) {
-    std::size_t left = bounds.size();
-    for (; left != 0 && bounds.size() - left < shownDimensions; --left) {  // the first dimension stands last
-        const kv::ArrayBound& bound = bounds[left - 1];
-        out += '[';
-        AppendNumber(out, bound.count);
-        if (bound.lower != 0) {
-            out += " from ";
-            AppendNumber(out, bound.lower);
-        }
-        out += ']';
-    }
-    if (left == 0) return;
-    out += "[... ";
-    AppendNumber(out, left);
-    out += " more]";
-}
 
 // ---- the stream
 
@@ -247,6 +96,7 @@ class StreamPrinter {
     bool PrintObjects();
     bool PrintTexts();
     bool PrintUid();
+    bool PrintNumericFormat();
 
  private:
     friend class ValuePrinter;
@@ -292,6 +142,7 @@ class StreamPrinter {
     std::unordered_set<std::uint32_t> seen_;
     std::size_t valueAt_ = 0;  ///< the value that was begun last
     int level_ = 0;
+    std::uint16_t version_ = 0;  ///< of the record that was begun last
     int objects_ = 0;
     bool inLine_ = false;
 };
@@ -325,6 +176,8 @@ constexpr ClassRow classes[] = {
      &StreamPrinter::PrintTexts},
     {{0x78FF7FA1, 0xFB2F, 0x11D1, {0x94, 0xA2, 0x08, 0x00, 0x09, 0xEE, 0xBE, 0xCB}}, "UID", anyVersion,
      &StreamPrinter::PrintUid},
+    {{0x7E4F4719, 0x8E54, 0x11D2, {0xAA, 0xD8, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00}}, "NumericFormat", 2,
+     &StreamPrinter::PrintNumericFormat},
 };
 // clang-format on
 
@@ -571,11 +424,10 @@ bool StreamPrinter::PrintRecord(const kv::IdBits& classId) {
         AppendGuid(reason, classId);
         return Stop(offset, reason, StreamEnd::unknown);
     }
-    std::uint16_t version = 0;
-    if (!in_.Read(version)) return false;
+    if (!in_.Read(version_)) return false;
     Out() += " v";
-    AppendNumber(Out(), version);
-    if (version > row->newest) return Stop(offset, "the object was written by a newer version");
+    AppendNumber(Out(), version_);
+    if (version_ > row->newest) return Stop(offset, "the object was written by a newer version");
     return (this->*row->print)();
 }
 
@@ -647,6 +499,28 @@ bool StreamPrinter::PrintUid() {
     if (!in_.Read(subtype)) return false;
     AppendNumber(Out(), subtype);
     return subtype >= 0 || Stop(offset, "the subtype is negative");
+}
+
+bool StreamPrinter::PrintNumericFormat() {
+    for (const std::string_view name : {"rounding option", "rounding value", "alignment", "width"}) {
+        BeginField(name);
+        std::int32_t number = 0;
+        if (!in_.Read(number)) return false;
+        AppendNumber(Out(), number);
+    }
+    for (const std::string_view name : {"use separator", "zero pad", "show plus"}) {
+        BeginField(name);
+        std::int16_t flag = 0;
+        if (!in_.Read(flag)) return false;
+        Out() += flag != 0 ? "true" : "false";
+    }
+    constexpr std::uint16_t firstWithSuffix = 2;
+    if (version_ < firstWithSuffix) return true;
+    BeginField("suffix");
+    std::span<const std::byte> suffix;
+    if (!TakeText(suffix)) return false;
+    AppendText(Out(), suffix);
+    return true;
 }
 
 StreamTree StreamPrinter::Print() && {

@@ -1,0 +1,501 @@
+// The general number format through its interfaces, in the user's locale: other locales take further runs of the tests
+// that are named for them.
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include "kvcore/Stream.h"
+#include "kvcore/UserNumbers.h"
+#include "tests/NumberReference.h"
+#include "tests/windows/Persistence.h"
+
+namespace mova::test {
+namespace {
+
+using Format = kv::Ptr<INumberFormat>;
+using formats::NumericSettings;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr HRESULT unknownName = static_cast<HRESULT>(0x80043066);
+
+Format NewFormat() {
+    return New<INumberFormat>(u"NumericFormat");
+}
+
+/// Any number as an option, as clients in C hand it in.
+template <class Enum>
+Enum Option(std::int32_t number) {
+    return static_cast<Enum>(number);
+}
+
+Format FormatWith(const NumericSettings& settings, const Text& suffix = {}) {
+    const auto format = NewFormat();
+    const auto numeric = format.As<INumericFormat>();
+    EXPECT_EQ(numeric->put_RoundingOption(Option<movaRoundingOptionEnum>(settings.roundingOption)), S_OK);
+    EXPECT_EQ(numeric->put_RoundingValue(settings.roundingValue), S_OK);
+    EXPECT_EQ(numeric->put_AlignmentOption(Option<movaNumberAlignmentEnum>(settings.alignmentOption)), S_OK);
+    EXPECT_EQ(numeric->put_AlignmentWidth(settings.alignmentWidth), S_OK);
+    EXPECT_EQ(numeric->put_UseSeparator(settings.useSeparator), S_OK);
+    EXPECT_EQ(numeric->put_ZeroPad(settings.zeroPad), S_OK);
+    EXPECT_EQ(numeric->put_ShowPlus(settings.showPlus), S_OK);
+    EXPECT_EQ(format.As<INumericFormat2>()->put_Suffix(Bstr(suffix)), S_OK);
+    return format;
+}
+NumericSettings Settings(std::int32_t option, std::int32_t digits, bool separator = false, bool zeroPad = false,
+                         bool plus = false) {
+    NumericSettings settings;
+    settings.roundingOption = option;
+    settings.roundingValue = digits;
+    settings.useSeparator = separator ? VARIANT_TRUE : VARIANT_FALSE;
+    settings.zeroPad = zeroPad ? VARIANT_TRUE : VARIANT_FALSE;
+    settings.showPlus = plus ? VARIANT_TRUE : VARIANT_FALSE;
+    return settings;
+}
+
+Text Show(const Format& format, double value) {
+    kv::BString text;
+    EXPECT_EQ(format->ValueToString(value, text.Put()), S_OK);
+    return Text(text.View());
+}
+
+/// All settings of a format: the seven in the order of the record, and the suffix; "*" behind them where it is dirty.
+std::string State(const kv::Ptr<IUnknown>& object) {
+    const auto numeric = object.As<INumericFormat>();
+    movaRoundingOptionEnum option{};
+    movaNumberAlignmentEnum alignment{};
+    LONG digits = 0;
+    LONG width = 0;
+    VARIANT_BOOL separator = 0;
+    VARIANT_BOOL zeroPad = 0;
+    VARIANT_BOOL plus = 0;
+    kv::BString suffix;
+    EXPECT_EQ(numeric->get_RoundingOption(&option), S_OK);
+    EXPECT_EQ(numeric->get_RoundingValue(&digits), S_OK);
+    EXPECT_EQ(numeric->get_AlignmentOption(&alignment), S_OK);
+    EXPECT_EQ(numeric->get_AlignmentWidth(&width), S_OK);
+    EXPECT_EQ(numeric->get_UseSeparator(&separator), S_OK);
+    EXPECT_EQ(numeric->get_ZeroPad(&zeroPad), S_OK);
+    EXPECT_EQ(numeric->get_ShowPlus(&plus), S_OK);
+    EXPECT_EQ(object.As<INumericFormat2>()->get_Suffix(suffix.Put()), S_OK);
+    std::string state;
+    for (const long field : {static_cast<long>(option), digits, static_cast<long>(alignment), width,
+                             static_cast<long>(separator), static_cast<long>(zeroPad), static_cast<long>(plus)})
+        state += std::to_string(field) + " ";
+    return state + "'" + kv::Utf8(suffix.View()) + "'" + (object.As<IPersistStream>()->IsDirty() == S_OK ? "*" : "");
+}
+constexpr auto defaultState = "0 6 1 12 0 0 0 ''";
+constexpr auto oddState = "1 15 0 2147483647 7 -1 1 'm\xC2\xB2'";
+
+/// With another value than a new one in each setting.
+Format OddFormat() {
+    return FormatWith({1, 15, 0, 2147483647, 7, VARIANT_TRUE, 1}, u"m\u00B2");
+}
+
+/// Values of the user's regional settings for the length of a test.
+class UserSettings {
+ public:
+    void Set(LCTYPE type, const wchar_t* value) {
+        wchar_t before[80];
+        ASSERT_GT(GetLocaleInfoW(LOCALE_USER_DEFAULT, type, before, 80), 0);
+        changed_.emplace_back(type, before);
+        ASSERT_TRUE(SetLocaleInfoW(LOCALE_USER_DEFAULT, type, value));
+    }
+    UserSettings() = default;
+    ~UserSettings() {
+        while (!changed_.empty()) {
+            EXPECT_TRUE(SetLocaleInfoW(LOCALE_USER_DEFAULT, changed_.back().first, changed_.back().second.c_str()));
+            changed_.pop_back();
+        }
+    }
+    UserSettings(const UserSettings&) = delete;
+    UserSettings& operator=(const UserSettings&) = delete;
+
+ private:
+    std::vector<std::pair<LCTYPE, std::wstring>> changed_;
+};
+
+/// Holds what formats show and read against the steps and the platform's own function, in the locale as it is now.
+void ExpectAsLocale(const char* where) {
+    SCOPED_TRACE(where);
+    kv::NumberFmt rules;
+    kv::ReadUserRules(rules, kv::NumberFmt::allRules);
+    ASSERT_EQ(rules.known, unsigned{kv::NumberFmt::allRules});
+    std::mt19937_64 bits(1);
+    std::vector<double> values{0.0,   -0.0, 1e-7, -1e-7, 999999.9999995, -1234567.891, 0.5, -0.5, 9007199254740992.0,
+                               1e300, nan};
+    for (int i = 0; i < 20; ++i)
+        values.push_back(std::ldexp(static_cast<double>(static_cast<std::int64_t>(bits()) >> bits() % 63),
+                                    -static_cast<int>(bits() % 64)));
+    for (int digits = 0; digits <= NumericSettings::mostDigits; ++digits) {
+        for (unsigned flags = 0; flags < 16; ++flags) {
+            NumericSettings settings =
+                Settings(flags & 1, digits, (flags & 2) != 0, (flags & 4) != 0, (flags & 8) != 0);
+            settings.alignmentOption = digits % 2;
+            const Text suffix = flags % 3 == 0 ? u"km" : u"";
+            const auto format = FormatWith(settings, suffix);
+            for (const double value : values) {
+                const Text text = Show(format, value);
+                ASSERT_EQ(kv::Utf8(text),
+                          kv::Utf8(TextBySteps(settings, value, rules, &kv::FormatByUserLocale, suffix)))
+                    << value << " to " << digits << ", flags " << flags;
+                if (!std::isnan(value) && text.find_first_of(u"0123456789") == Text::npos) continue;
+                double read = 0;
+                ASSERT_EQ(format->StringToValue(Bstr(text), &read), S_OK) << kv::Utf8(text);
+                if (std::isnan(value)) {
+                    EXPECT_TRUE(std::isnan(read));
+                } else if ((flags & 1) == 0) {
+                    EXPECT_NEAR(read, value, std::pow(10, -digits) + std::fabs(value) * 1e-6 + 1e-9) << kv::Utf8(text);
+                } else if (digits > 0) {
+                    EXPECT_NEAR(read, value, std::fabs(value) * 10 * std::pow(10, -digits) + 1e-8) << kv::Utf8(text);
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
+
+TEST(NumericFormat, KeepsItsSettings) {
+    EXPECT_EQ(State(NewFormat().As<IUnknown>()), defaultState);
+    const auto format = OddFormat();
+    EXPECT_EQ(State(format.As<IUnknown>()), std::string(oddState) + "*");
+    const auto numeric = format.As<INumericFormat>();
+    for (const LONG digits : {16L, -1L, 2147483647L, -2147483647L - 1}) {
+        EXPECT_EQ(numeric->put_RoundingValue(digits), E_INVALIDARG);
+        EXPECT_EQ(TakeErrorInfo(),
+                  Refusal<INumericFormat>("NumericFormat", "The rounding value must be a whole number from 0 to 15."));
+    }
+    for (const LONG width : {-1L, -2147483647L - 1}) {
+        EXPECT_EQ(numeric->put_AlignmentWidth(width), E_INVALIDARG);
+        EXPECT_EQ(TakeErrorInfo(),
+                  Refusal<INumericFormat>("NumericFormat", "The alignment width must not be negative."));
+    }
+    EXPECT_EQ(State(format.As<IUnknown>()), std::string(oddState) + "*");
+    EXPECT_EQ(numeric->put_RoundingOption(Option<movaRoundingOptionEnum>(-7)), S_OK);
+    EXPECT_EQ(numeric->put_AlignmentOption(Option<movaNumberAlignmentEnum>(9)), S_OK);
+    EXPECT_EQ(numeric->put_RoundingValue(0), S_OK);
+    EXPECT_EQ(format.As<INumericFormat2>()->put_Suffix(nullptr), S_OK);
+    EXPECT_EQ(State(format.As<IUnknown>()), "-7 0 9 2147483647 7 -1 1 ''*");
+    for (const HRESULT status :
+         {format->ValueToString(1, nullptr), format->StringToValue(Bstr(u"1"), nullptr),
+          numeric->get_RoundingOption(nullptr), numeric->get_RoundingValue(nullptr),
+          numeric->get_AlignmentOption(nullptr), numeric->get_AlignmentWidth(nullptr),
+          numeric->get_UseSeparator(nullptr), numeric->get_ZeroPad(nullptr), numeric->get_ShowPlus(nullptr),
+          format.As<INumericFormat2>()->get_Suffix(nullptr),
+          format.As<INumberFormatOperations>()->Increment(1, nullptr), format.As<IClone>()->Clone(nullptr),
+          format.As<IXMLVersionSupport>()->get_MinNamespaceSupported(nullptr)})
+        EXPECT_EQ(status, E_POINTER);
+}
+
+TEST(NumericFormat, ClonesWithAllFields) {
+    const auto format = OddFormat();
+    kv::Ptr<IUnknown> copy;
+    EXPECT_EQ(format.As<IClone>()->Clone(copy.Put()), S_OK);
+    EXPECT_EQ(State(copy), oddState);
+    EXPECT_EQ(copy.As<INumericFormat2>()->put_Suffix(Bstr(u"s")), S_OK);
+    EXPECT_EQ(State(format.As<IUnknown>()), std::string(oddState) + "*");
+}
+
+TEST(NumericFormat, RefusesWhatIsNoNumberAndFieldsThatAreTooWide) {
+    const auto format = NewFormat();
+    for (const char16_t* text : {u"", u"abc", u"1..2", u"1 2", u"1e999", u"<null>", u"--1"}) {
+        double value = 7;
+        EXPECT_EQ(format->StringToValue(Bstr(text), &value), E_INVALIDARG);
+        EXPECT_EQ(TakeErrorInfo(), Refusal<INumberFormat>("NumericFormat", "The text is not a number."));
+        EXPECT_EQ(value, 0) << kv::Utf8(text);
+    }
+    double value = 7;
+    EXPECT_EQ(format->StringToValue(nullptr, &value), E_INVALIDARG);
+
+    NumericSettings wide;
+    wide.alignmentOption = formats::alignRight;
+    wide.alignmentWidth = 32'768;
+    const auto tooWide = FormatWith(wide, u"m");
+    kv::BString text(u"before");
+    EXPECT_EQ(tooWide->ValueToString(1, text.Put()), E_INVALIDARG);
+    EXPECT_EQ(TakeErrorInfo(),
+              Refusal<INumberFormat>("NumericFormat", "Numbers are aligned in fields of at most 32,767 characters."));
+    EXPECT_EQ(text.Get(), nullptr);
+    EXPECT_EQ(kv::Utf8(Show(tooWide, nan)), "<Null>") << "not aligned";
+    wide.alignmentWidth = 32'767;
+    EXPECT_EQ(Show(FormatWith(wide, u"m"), 1), Text(32'766, u' ') + u"1 m");
+}
+
+TEST(NumericFormat, IncrementsByADisplayedUnit) {
+    const struct {
+        NumericSettings settings;
+        Text suffix;
+        double value;
+        HRESULT status;
+        double result;
+    } rows[] = {
+        {Settings(0, 2), u"km", 1.5, S_OK, 1.51},
+        {Settings(0, 0), u"", nan, S_OK, nan},
+        {Settings(0, 6), u"", infinity, S_OK, infinity},
+        {Settings(1, 6), u"km", 123.4564, S_OK, 123.457},
+        {Settings(1, 6, true, true, true), u"2 m", 1234567.0, S_OK, 1234580.0},
+        {Settings(1, 3), u"", -1234, S_OK, -1220.0},
+        {Settings(1, 6), u"", 5e-10, S_OK, 1e-6},
+        {Settings(1, 4), u"", infinity, S_OK, infinity},
+        {Settings(1, 4), u"", nan, S_OK, nan},
+        {Settings(2, 6), u"", 5, E_INVALIDARG, 5},
+        {Settings(2, 6), u"7", 5, S_OK, 7.00001},  // the unit alone reads as a number
+    };
+    for (const auto& row : rows) {
+        double result = 77;
+        EXPECT_EQ(FormatWith(row.settings, row.suffix).As<INumberFormatOperations>()->Increment(row.value, &result),
+                  row.status);
+        EXPECT_TRUE(result == row.result || (std::isnan(result) && std::isnan(row.result)))
+            << row.value << " became " << result;
+    }
+    NumericSettings wide = Settings(1, 4);
+    wide.alignmentOption = formats::alignRight;
+    wide.alignmentWidth = 40'000;
+    double result = 77;
+    EXPECT_EQ(FormatWith(wide).As<INumberFormatOperations>()->Increment(2, &result), E_INVALIDARG);
+    EXPECT_EQ(result, 2);
+}
+
+TEST(NumericFormatLocales, TheUsersLocale) {
+    ExpectAsLocale("the user's locale");
+    kv::NumberFmt rules;
+    kv::ReadUserRules(rules, kv::NumberFmt::negativeRule | kv::NumberFmt::groupingRule | kv::NumberFmt::decimalRule);
+    wchar_t name[LOCALE_NAME_MAX_LENGTH];
+    ASSERT_GT(GetUserDefaultLocaleName(name, LOCALE_NAME_MAX_LENGTH), 0);
+    const struct {
+        std::u16string_view locale;
+        const char* text;
+    } rows[] = {{u"en-US", "-1,234,567.5 km"},
+                {u"de-DE", "-1.234.567,5 km"},
+                {u"hi-IN", "-12,34,567.5 km"},
+                {u"ar-SA", "1,234,567.5- km"}};
+    const Text text = Show(FormatWith(Settings(0, 2, true), u"km"), -1234567.5);
+    std::printf("%s: %s\n", kv::Utf8(kv::Narrow16(name)).c_str(), kv::Utf8(text).c_str());
+    for (const auto& row : rows) {
+        if (row.locale != kv::Narrow16(name)) continue;
+        EXPECT_EQ(kv::Utf8(text), row.text);
+    }
+}
+
+TEST(NumericFormatLocales, SettingsCountAtTheNextCall) {
+    const auto format = FormatWith(Settings(0, 2, true, true));
+    UserSettings user;
+    user.Set(LOCALE_SDECIMAL, L"_");
+    user.Set(LOCALE_STHOUSAND, L"''");
+    user.Set(LOCALE_SGROUPING, L"2;0");
+    EXPECT_EQ(kv::Utf8(Show(format, 12345.5)), "1''23''45_50");
+    ExpectAsLocale("separators of the user's own");
+    user.Set(LOCALE_SNEGATIVESIGN, L"~");
+    user.Set(LOCALE_INEGNUMBER, L"0");
+    user.Set(LOCALE_ILZERO, L"0");
+    user.Set(LOCALE_SGROUPING, L"3");
+    EXPECT_TRUE(Show(format, 0.25).starts_with(u'_'));
+    for (const wchar_t* order : {L"0", L"1", L"2", L"3", L"4"}) {
+        user.Set(LOCALE_INEGNUMBER, order);
+        ExpectAsLocale("each order");
+    }
+}
+
+/// The rules of other locales in place of the user's; the narrow blank of newer data for French, too.
+TEST(NumericFormatLocales, OtherLocales) {
+    for (const wchar_t* locale : {L"en-US", L"de-DE", L"fr-FR", L"de-CH", L"hi-IN", L"ar-SA", L"sv-SE", L"fa-IR"}) {
+        UserSettings user;
+        for (const LCTYPE type : {LOCALE_SDECIMAL, LOCALE_STHOUSAND, LOCALE_SGROUPING, LOCALE_SNEGATIVESIGN,
+                                  LOCALE_INEGNUMBER, LOCALE_ILZERO}) {
+            wchar_t value[80];
+            ASSERT_GT(GetLocaleInfoEx(locale, type, value, 80), 0);
+            user.Set(type, value);
+        }
+        ExpectAsLocale(kv::Utf8(kv::Narrow16(locale)).c_str());
+        if (std::wstring_view(locale) != L"fr-FR") continue;
+        user.Set(LOCALE_STHOUSAND, L"\u202F");
+        EXPECT_EQ(Show(FormatWith(Settings(0, 2, true)), 1234567.5), u"1\u202F234\u202F567,5");
+        ExpectAsLocale("a narrow blank");
+    }
+}
+
+TEST(NumericFormat, PersistsInAGoldenLayout) {
+    const Bytes newest = Saved(OddFormat().Get());
+    ExpectGolden(newest, "numeric-format.bin");
+    const auto loaded = Loaded(newest);
+    EXPECT_EQ(State(loaded), oddState);
+    ULARGE_INTEGER size{};
+    EXPECT_EQ(loaded.As<IPersistStream>()->GetSizeMax(&size), S_OK);
+    EXPECT_EQ(size.QuadPart, 24u);
+    CLSID classId{};
+    EXPECT_EQ(loaded.As<IPersist>()->GetClassID(&classId), S_OK);
+    EXPECT_EQ(classId, __uuidof(::NumericFormat));
+}
+
+TEST(NumericFormat, WritesTheRecordOfTheDocument) {
+    const auto format = OddFormat();
+    for (const LONG document : {0L, 80L, 81L, 83L, 92L, 99L, 100L, 101L}) {
+        const auto memory = StreamOf({});
+        const auto objects = ObjectsOver(memory.Get());
+        EXPECT_EQ(objects->put_DocumentVersion(document), S_OK);
+        EXPECT_EQ(format.As<IPersistStream>()->Save(objects.As<IStream>().Get(), FALSE), S_OK);
+        Bytes record = BytesOf(memory);
+        const bool isNew = document >= 100;
+        ASSERT_EQ(record.size(), isNew ? 32u : 24u) << document;
+        EXPECT_EQ(record[0], isNew ? 2 : 1);
+        EXPECT_EQ(record[1], 0);
+        const auto other = FormatWith(Settings(0, 3), u"kept");
+        EXPECT_EQ(other.As<IPersistStream>()->Load(StreamOf(record).Get()), S_OK);
+        EXPECT_EQ(State(other.As<IUnknown>()), isNew ? oddState : "1 15 0 2147483647 7 -1 1 'kept'");
+        // Each version up to the newest is read, those below 2 without a suffix.
+        record[0] = 0xFF, record[1] = 0xFF;
+        EXPECT_EQ(other.As<IPersistStream>()->Load(StreamOf(record).Get()), S_OK);
+        record[0] = 3, record[1] = 0;
+        const auto untouched = NewFormat();
+        EXPECT_EQ(untouched.As<IPersistStream>()->Load(StreamOf(record).Get()), E_FAIL);
+        EXPECT_EQ(TakeErrorInfo(),
+                  Refusal<IPersistStream>("NumericFormat", "The stream was written by a newer version."));
+        EXPECT_EQ(State(untouched.As<IUnknown>()), defaultState);
+    }
+}
+
+TEST(NumericFormat, KeepsWhatWasReadBeforeTheStreamBroke) {
+    const auto memory = StreamOf({});
+    EXPECT_EQ(OddFormat().As<IPersistStream>()->Save(memory.Get(), TRUE), S_OK);
+    const Bytes record = BytesOf(memory);
+    // The bytes that each field ends at, and the state when the next one is cut.
+    const struct {
+        std::size_t end;
+        std::string state;
+    } fields[] = {{6, "1 6 1 12 0 0 0 ''"},           {10, "1 15 1 12 0 0 0 ''"},
+                  {14, "1 15 0 12 0 0 0 ''"},         {18, "1 15 0 2147483647 0 0 0 ''"},
+                  {20, "1 15 0 2147483647 7 0 0 ''"}, {22, "1 15 0 2147483647 7 -1 0 ''"},
+                  {24, "1 15 0 2147483647 7 -1 1 ''"}};
+    for (std::size_t cut = 0; cut < record.size(); ++cut) {
+        const auto format = NewFormat();
+        EXPECT_EQ(
+            format.As<IPersistStream>()->Load(StreamOf({record.begin(), record.begin() + static_cast<int>(cut)}).Get()),
+            E_FAIL);
+        EXPECT_EQ(TakeErrorInfo(), Refusal<IPersistStream>("NumericFormat", "The stream is cut short or damaged."));
+        std::string expected = defaultState;
+        for (const auto& field : fields)
+            if (field.end <= cut) expected = field.state + "*";
+        EXPECT_EQ(State(format.As<IUnknown>()), expected) << "cut at " << cut;
+    }
+    Loader loader;
+    int loaded = 0;
+    ForEveryDamage(Saved(OddFormat().Get()), [&](const Bytes& damaged) {
+        kv::Ptr<IUnknown> object;
+        if (FAILED(loader.Load(damaged, object)) || !object) return;
+        ++loaded;
+        const auto numeric = object.As<INumericFormat>();
+        if (!numeric) return;
+        LONG digits = -1;
+        LONG width = -1;
+        EXPECT_EQ(numeric->get_RoundingValue(&digits), S_OK);
+        EXPECT_EQ(numeric->get_AlignmentWidth(&width), S_OK);
+        EXPECT_TRUE(digits >= 0 && digits <= 15 && width >= 0);
+        kv::BString text;
+        EXPECT_NE(object.As<INumberFormat>()->ValueToString(1.5, text.Put()), E_OUTOFMEMORY);
+    });
+    EXPECT_GT(loaded, 0);
+}
+
+namespace {
+
+/// Hands what it is to be read from to an object that is there already.
+class ReadsInto final : public Local<IXMLSerialize> {
+ public:
+    explicit ReadsInto(const Format& format) : format_(format.As<IXMLSerialize>()) {}
+    STDMETHODIMP Serialize(IXMLSerializeData*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP Deserialize(IXMLSerializeData* data) noexcept override { return status = format_->Deserialize(data); }
+    HRESULT status = E_UNEXPECTED;
+
+ private:
+    kv::Ptr<IXMLSerialize> format_;
+};
+
+constexpr CLSID readsIntoClass{0x5E2C77B1, 0x0D5A, 0x4B52, {0x9C, 0x11, 0x3A, 0x6D, 0x40, 0x2E, 0x91, 0x07}};
+
+/// Reads settings from a document of these elements into an object. @return what its Deserialize answers
+HRESULT ReadXml(const Format& format, const std::string& elements) {
+    ReadsInto reads(format);
+    const Served served(readsIntoClass, [&] { return static_cast<IUnknown*>(&reads); });
+    const auto mapper = New<IXMLTypeMapper2>(u"XMLTypeMapper");
+    EXPECT_EQ(mapper->AddType(Bstr(u"T"), Bstr(u"urn:numbers"), Bstr(kv::GuidText(readsIntoClass))), S_OK);
+    kv::Ptr<IUnknown> object;
+    const std::string document =
+        "<T xsi:type='n:T' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' "
+        "xmlns:n='urn:numbers'>" +
+        elements + "</T>";
+    New<IXMLSerializerAlt>(u"XMLSerializerAlt")->LoadFromString(Bstr(kv::Utf16(document)), object.Put());
+    EXPECT_EQ(mapper->RemoveType(Bstr(u"T"), Bstr(u"urn:numbers")), S_OK);
+    return reads.status;
+}
+
+}  // namespace
+
+TEST(NumericFormat, PersistsAsXml) {
+    kv::BString text;
+    EXPECT_EQ(NewFormat().As<IXMLVersionSupport>()->get_MinNamespaceSupported(text.Put()), S_OK);
+    EXPECT_EQ(kv::Utf8(text.View()), "urn:mova:schemas:9.3");
+    const auto serializer = New<IXMLSerializerAlt>(u"XMLSerializerAlt");
+    EXPECT_EQ(serializer->SaveToString(OddFormat().Get(), nullptr, text.Put()), S_OK);
+    const std::string document = kv::Utf8(text.View());
+    EXPECT_EQ(document.substr(0, document.find(" xmlns")), "<NumericFormat xsi:type='mova:NumericFormat'");
+    EXPECT_EQ(document.substr(document.find('>') + 1),
+              "<RoundingOption>movaRoundNumberOfSignificantDigits</RoundingOption>"
+              "<AlignmentOption>movaAlignRight</AlignmentOption><RoundingValue>15</RoundingValue>"
+              "<AlignmentWidth>2147483647</AlignmentWidth><UseSeparator>true</UseSeparator><ZeroPad>true</ZeroPad>"
+              "<ShowPlus>true</ShowPlus><Suffix>m\xC2\xB2</Suffix></NumericFormat>");
+    kv::Ptr<IUnknown> object;
+    EXPECT_EQ(serializer->LoadFromString(text.Get(), object.Put()), S_OK);
+    EXPECT_EQ(State(object), "1 15 0 2147483647 -1 -1 -1 'm\xC2\xB2'*");
+    EXPECT_EQ(serializer->SaveToString(NewFormat().Get(), nullptr, text.Put()), S_OK);
+    EXPECT_NE(kv::Utf8(text.View())
+                  .find("<RoundingOption>movaRoundNumberOfDecimals</RoundingOption><AlignmentOption>"
+                        "movaAlignLeft</AlignmentOption>"),
+              std::string::npos);
+    EXPECT_NE(kv::Utf8(text.View()).find("<Suffix/>"), std::string::npos) << "always written";
+    EXPECT_EQ(serializer->put_ReleaseNamespaceURI(Bstr(u"urn:mova:schemas:9.2")), S_OK);
+    EXPECT_EQ(serializer->SaveToString(NewFormat().Get(), nullptr, text.Put()), E_INVALIDARG);
+
+    for (const auto& settings : {Settings(2, 6), Settings(-1, 6)}) {
+        EXPECT_EQ(
+            New<IXMLSerializerAlt>(u"XMLSerializerAlt")->SaveToString(FormatWith(settings).Get(), nullptr, text.Put()),
+            unknownName)
+            << "an option without a name";
+    }
+}
+
+TEST(NumericFormat, ReadsXmlElementByElement) {
+    const struct {
+        std::string elements;
+        HRESULT status;
+        std::string state;  ///< empty where the object is to stay as it was
+    } rows[] = {
+        {"", S_OK, "0 6 1 12 0 0 0 'm\xC2\xB2'"},
+        {"<Suffix>km</Suffix><ShowPlus>1</ShowPlus>", S_OK, "0 6 1 12 0 0 -1 'km'"},
+        {"<Suffix/><Other/><RoundingValue>0</RoundingValue>", S_OK, "0 0 1 12 0 0 0 ''"},
+        {"<RoundingOption>movaRoundNumberOfDecimals</RoundingOption><AlignmentWidth>0</AlignmentWidth>", S_OK,
+         "0 6 1 0 0 0 0 'm\xC2\xB2'"},
+        {"<RoundingOption>1</RoundingOption>", unknownName, ""},
+        {"<RoundingOption>movaAlignLeft</RoundingOption>", unknownName, ""},
+        {"<RoundingOption>movaroundnumberofdecimals</RoundingOption>", unknownName, ""},
+        {"<RoundingOption/>", unknownName, ""},
+        {"<AlignmentOption>movaAlignLeft </AlignmentOption>", unknownName, ""},
+        {"<RoundingValue>16</RoundingValue>", E_INVALIDARG, ""},
+        {"<RoundingValue>-1</RoundingValue>", E_INVALIDARG, ""},
+        {"<AlignmentWidth>-1</AlignmentWidth>", E_INVALIDARG, ""},
+        {"<RoundingValue>six</RoundingValue>", E_FAIL, ""},
+        {"<ZeroPad>perhaps</ZeroPad><AlignmentOption>movaAlignLeft</AlignmentOption>", E_FAIL, ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.elements);
+        const auto format = OddFormat();
+        EXPECT_EQ(format.As<IPersistStream>()->Save(StreamOf({}).Get(), TRUE), S_OK);
+        const HRESULT status = ReadXml(format, row.elements);
+        EXPECT_TRUE(status == row.status || (row.status == E_FAIL && FAILED(status))) << std::hex << status;
+        EXPECT_EQ(State(format.As<IUnknown>()), row.state.empty() ? oddState : row.state + "*");
+    }
+    EXPECT_EQ(NewFormat().As<IXMLSerialize>()->Serialize(nullptr), E_POINTER);
+    EXPECT_EQ(NewFormat().As<IXMLSerialize>()->Deserialize(nullptr), E_POINTER);
+}
+
+}  // namespace mova::test
