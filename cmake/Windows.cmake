@@ -2,7 +2,7 @@
 include(Widl)
 enable_language(RC)
 mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaXML movaXMLReader
-                 movaXMLSerializer movaJSON movaJSONReader movaJSONWriter)
+                 movaXMLSerializer movaJSON movaJSONReader movaJSONWriter movaTime)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -36,6 +36,7 @@ add_library(
   kvcore/BlockPool.cpp
   kvcore/CreateInstance.cpp
   kvcore/DateText.cpp
+  kvcore/DatetimeHelper.cpp
   kvcore/GuidText.cpp
   kvcore/MoveBytes.cpp
   kvcore/NumberText.cpp
@@ -129,6 +130,13 @@ add_library(
   streams/ObjectStream.cpp
   streams/ObjectTrace.cpp
   streams/VariantStreamIO.cpp
+  time/Calendar.cpp
+  time/Duration.cpp
+  time/IsoText.cpp
+  time/Time.cpp
+  time/TimeDuration.cpp
+  time/TimePicture.cpp
+  time/TimeText.cpp
   xml/Base64.cpp
   xml/DocumentText.cpp
   xml/ElementTree.cpp
