@@ -80,8 +80,10 @@ bool TakeFraction(std::u16string_view& text, Duration& read, std::int32_t& secon
     read.nanoseconds = ReadFraction(text.substr(0, count));
     text.remove_prefix(count);
     if (read.nanoseconds < nanosecondsPerSecond) return true;
+    if (seconds == std::numeric_limits<std::int32_t>::max()) return false;
     read.nanoseconds = 0;
-    return seconds++ != std::numeric_limits<std::int32_t>::max();
+    ++seconds;
+    return true;
 }
 
 /// A part of a duration's text: the letter behind its number, and where the number goes.
