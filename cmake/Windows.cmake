@@ -133,8 +133,11 @@ add_library(
   time/Calendar.cpp
   time/Duration.cpp
   time/IsoText.cpp
+  time/LocaleNames.cpp
   time/Time.cpp
   time/TimeDuration.cpp
+  time/TimeLocale.cpp
+  time/TimeOffsets.cpp
   time/TimePicture.cpp
   time/TimeText.cpp
   xml/Base64.cpp

@@ -25,6 +25,12 @@ struct DateTime {
 };
 static_assert(sizeof(DateTime) == 16);
 
+/// Whether hour, minute, second and nanosecond are in their ranges; there is no leap second.
+constexpr bool IsTimeOfDay(const DateTime& fields) noexcept {
+    return fields.hour >= 0 && fields.hour <= 23 && fields.minute >= 0 && fields.minute <= 59 && fields.second >= 0 &&
+           fields.second <= 59 && fields.nanosecond >= 0 && fields.nanosecond < nanosecondsPerSecond;
+}
+
 /// The nanoseconds since midnight.
 constexpr std::int64_t TimeOfDay(const DateTime& fields) noexcept {
     const std::int64_t seconds = (fields.hour * 60 + fields.minute) * 60 + fields.second;

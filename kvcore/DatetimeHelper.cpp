@@ -16,11 +16,6 @@ bool IsInRange(double moment) noexcept {
     return moment >= kv::firstOleMoment && moment < kv::endOfOleMoments;
 }
 
-bool IsTimeOfDay(const kv::DateTime& fields) noexcept {
-    return fields.hour >= 0 && fields.hour < 24 && fields.minute >= 0 && fields.minute < 60 && fields.second >= 0 &&
-           fields.second < 60 && fields.nanosecond >= 0 && fields.nanosecond < kv::nanosecondsPerSecond;
-}
-
 }  // namespace
 
 std::optional<kv::DateTime> FromOADate(double date) noexcept {
@@ -37,7 +32,7 @@ std::optional<kv::DateTime> FromOADate(double date) noexcept {
 
 std::optional<double> ToOADate(const kv::DateTime& fields) noexcept {
     if (fields.month < 1 || fields.month > 12 || fields.day < 1 ||
-        fields.day > kv::MonthLength(fields.month, kv::IsLeapYear(fields.year)) || !IsTimeOfDay(fields))
+        fields.day > kv::MonthLength(fields.month, kv::IsLeapYear(fields.year)) || !kv::IsTimeOfDay(fields))
         return {};
     const std::int32_t day = kv::DayNumber({fields.year, fields.month, fields.day}) - kv::dayNumber1970;
     const std::int64_t milliseconds = kv::TimeOfDay(fields) / kv::nanosecondsPerMillisecond;

@@ -14,11 +14,6 @@ constexpr bool HasLeapDay(std::int32_t year) noexcept {
     return kv::IsLeapYear(year, year > lastYearOfOldRule ? kv::Calendar::Gregorian : kv::Calendar::Julian);
 }
 
-constexpr bool IsTimeOfDay(const kv::DateTime& fields) noexcept {
-    return fields.hour >= 0 && fields.hour <= 23 && fields.minute >= 0 && fields.minute <= 59 && fields.second >= 0 &&
-           fields.second <= 59 && fields.nanosecond >= 0 && fields.nanosecond < kv::nanosecondsPerSecond;
-}
-
 /// The calendar that has a date's place in a mode, by its year.
 constexpr kv::Calendar CalendarOf(std::int32_t year, Mode mode) noexcept {
     return mode == Mode::Julian && year <= lastYearOfOldRule ? kv::Calendar::Julian : kv::Calendar::Gregorian;
@@ -52,12 +47,12 @@ bool IsDate(std::int32_t year, std::int32_t month, std::int32_t day) noexcept {
 }
 
 bool IsValid(const kv::DateTime& fields) noexcept {
-    return IsDate(fields.year, fields.month, fields.day) && IsTimeOfDay(fields);
+    return IsDate(fields.year, fields.month, fields.day) && kv::IsTimeOfDay(fields);
 }
 
 bool IsPossible(const kv::DateTime& fields) noexcept {
     constexpr std::int32_t leapYear = 4;
-    return fields.year != 0 && IsDate(leapYear, fields.month, fields.day) && IsTimeOfDay(fields);
+    return fields.year != 0 && IsDate(leapYear, fields.month, fields.day) && kv::IsTimeOfDay(fields);
 }
 
 std::optional<std::int32_t> DayNumberOf(const kv::DateTime& fields, Mode mode) noexcept {
@@ -97,6 +92,11 @@ Outcome Add(kv::DateTime& fields, Mode mode, std::int64_t days, std::int64_t nan
 Outcome AddUnits(kv::DateTime& fields, Mode mode, std::int64_t amount, std::int64_t unit) noexcept {
     const std::int64_t unitsPerDay = kv::nanosecondsPerDay / unit;
     return Add(fields, mode, FloorDivide(amount, unitsPerDay), FloorRemainder(amount, unitsPerDay) * unit);
+}
+
+Outcome AddLength(kv::DateTime& fields, Mode mode, std::int64_t seconds, std::int32_t nanoseconds) noexcept {
+    const std::int64_t inDay = FloorRemainder(seconds, kv::secondsPerDay) * kv::nanosecondsPerSecond + nanoseconds;
+    return Add(fields, mode, FloorDivide(seconds, kv::secondsPerDay), inDay);
 }
 
 Outcome AddWeeks(kv::DateTime& fields, Mode mode, std::int64_t amount) noexcept {

@@ -53,6 +53,8 @@ enum class Outcome : std::uint8_t { Done, NoDayNumber, OutOfRange };
 Outcome Add(kv::DateTime& fields, Mode mode, std::int64_t days, std::int64_t nanoseconds) noexcept;
 /// Adds so many units of so many nanoseconds each, of which a whole number is a day.
 Outcome AddUnits(kv::DateTime& fields, Mode mode, std::int64_t amount, std::int64_t unit) noexcept;
+/// Adds a length of seconds and nanoseconds, the latter 0 to 999,999,999.
+Outcome AddLength(kv::DateTime& fields, Mode mode, std::int64_t seconds, std::int32_t nanoseconds) noexcept;
 Outcome AddWeeks(kv::DateTime& fields, Mode mode, std::int64_t amount) noexcept;
 /// Adds months, which are counted over the missing year 0. A day that the month does not have by the rules of the mode
 /// becomes its last one.

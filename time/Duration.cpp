@@ -2,7 +2,6 @@
 
 #include <limits>
 
-#include "kvcore/DateTime.h"
 #include "time/Digits.h"
 
 namespace calendar {
@@ -31,13 +30,6 @@ Duration InParts(std::uint64_t seconds, std::int32_t nanoseconds, bool isPositiv
             .minutes = inDay / 60 % 60,
             .seconds = inDay % 60,
             .nanoseconds = nanoseconds};
-}
-
-/// A length from seconds and any nanoseconds.
-constexpr Length Carried(std::int64_t seconds, std::int64_t nanoseconds) noexcept {
-    std::int64_t carry = nanoseconds / nanosecondsPerSecond;
-    if (nanoseconds % nanosecondsPerSecond < 0) --carry;
-    return {seconds + carry, static_cast<std::int32_t>(nanoseconds - carry * nanosecondsPerSecond)};
 }
 
 /// Ticks in seconds, and what they are more.
@@ -125,7 +117,7 @@ std::optional<std::int32_t> ReadWeeks(std::u16string_view text) noexcept {
 }  // namespace
 
 Length LengthOf(const Duration& duration) noexcept {
-    const Length forward = Carried(SecondsOf(duration), duration.nanoseconds);
+    const Length forward = LengthFrom(SecondsOf(duration), duration.nanoseconds);
     return duration.isPositive ? forward : Opposite(forward);
 }
 
@@ -137,18 +129,18 @@ std::optional<Duration> DurationOf(const Length& length) noexcept {
 }
 
 Length Sum(const Length& left, const Length& right) noexcept {
-    return Carried(left.seconds + right.seconds, std::int64_t{left.nanoseconds} + right.nanoseconds);
+    return LengthFrom(left.seconds + right.seconds, std::int64_t{left.nanoseconds} + right.nanoseconds);
 }
 
 Length Opposite(const Length& length) noexcept {
-    return Carried(-length.seconds, -std::int64_t{length.nanoseconds});
+    return LengthFrom(-length.seconds, -std::int64_t{length.nanoseconds});
 }
 
 std::optional<Length> Multiple(const Length& length, std::int32_t factor) noexcept {
     const std::int64_t distance = length.seconds < 0 ? -length.seconds : length.seconds;
     const std::int64_t times = factor < 0 ? -std::int64_t{factor} : factor;
     if (distance != 0 && times > endOfSeconds / distance + 1) return {};
-    return Carried(length.seconds * factor, std::int64_t{length.nanoseconds} * factor);
+    return LengthFrom(length.seconds * factor, std::int64_t{length.nanoseconds} * factor);
 }
 
 std::optional<std::int64_t> TicksOf(const Duration& duration) noexcept {

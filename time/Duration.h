@@ -6,6 +6,8 @@
 #include <optional>
 #include <string_view>
 
+#include "kvcore/DateTime.h"
+
 namespace calendar {
 
 /// A length of time in parts, which are kept as they are given. In its shortest form every part is from 0 on, hours are
@@ -29,6 +31,12 @@ struct Length {
     friend auto operator<=>(const Length&, const Length&) noexcept = default;
 };
 
+/// A length from seconds and any nanoseconds.
+constexpr Length LengthFrom(std::int64_t seconds, std::int64_t nanoseconds) noexcept {
+    const std::int64_t rest = nanoseconds % kv::nanosecondsPerSecond;
+    const std::int64_t carry = nanoseconds / kv::nanosecondsPerSecond - (rest < 0 ? 1 : 0);
+    return {seconds + carry, static_cast<std::int32_t>(rest < 0 ? rest + kv::nanosecondsPerSecond : rest)};
+}
 /// How long a duration is. @param duration nanoseconds of any kind
 Length LengthOf(const Duration& duration) noexcept;
 /// A length in its shortest form; nothing where 32 bits do not hold the days.
