@@ -191,6 +191,7 @@ add_executable(
   tools/mova/Client.cpp
   tools/mova/Demo.cpp
   tools/mova/DemoDocument.cpp
+  tools/mova/DemoTimes.cpp
   tools/mova/Json.cpp
   tools/mova/Main.cpp
   tools/mova/PropertyFile.cpp
@@ -198,6 +199,7 @@ add_executable(
   tools/mova/Script.cpp
   tools/mova/Stream.cpp
   tools/mova/Streams.cpp
+  tools/mova/Time.cpp
   tools/mova/Uid.cpp
   tools/mova/Xml.cpp
   ${tool_engine_sources}

@@ -57,6 +57,16 @@ constexpr Command commands[] = {
      "reads a document and prints how many elements it has and how deep they nest, and the line and column of its "
      "fault,\nwhere it has one. Its exit status is 1 where the document has a fault.",
      &RunXml},
+    {"time",
+     "[--julian] [--code N] [--add-days N] [--add-nanoseconds N] [--day|--ole|--xml|--offset] TEXT|--from-day N|"
+     "--from-ole X",
+     "reads an ISO 8601 text, or takes the date of a Julian day number or an OLE date, adds to it, and prints it in the\n"
+     "layout of a format code, 20 unless it is given: --day its Julian day number instead, --ole its OLE date, --xml "
+     "its\nform in XML, --offset the offset from UTC in minutes that the text named.\n"
+     "--julian counts by the Julian calendar.",
+     &RunTime},
+    {"duration", "[--negative] D H M S NS | --ticks N",
+     "prints a duration as ISO 8601 text and in ticks of 100 nanoseconds.", &RunDuration},
 };
 
 /// The text with line breaks and other control characters escaped, so that it stays one line.

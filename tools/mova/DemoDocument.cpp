@@ -7,32 +7,12 @@ namespace {
 
 using Object = kv::Ptr<IJSONObjectEx>;
 
-Object ObjectIn(IJSONArray& array, LONG index) {
-    kv::Ptr<IJSONObject> object;
-    VARIANT_BOOL found = VARIANT_FALSE;
-    Check(array.GetJSONObject(index, object.Put(), &found));
-    return object.As<IJSONObjectEx>();
-}
-Object ObjectIn(IJSONObject& around, std::u16string_view name) {
-    kv::Ptr<IJSONObject> object;
-    VARIANT_BOOL found = VARIANT_FALSE;
-    Check(around.GetJSONObject(Text(name).Get(), object.Put(), &found));
-    return object.As<IJSONObjectEx>();
-}
-
 double NumberIn(IJSONObject& object, std::u16string_view name) {
     double number = 0;
     VARIANT_BOOL found = VARIANT_FALSE;
     Check(object.GetDouble(Text(name).Get(), &number, &found));
     return number;
 }
-std::string TextIn(IJSONObject& object, std::u16string_view name) {
-    kv::BString text;
-    VARIANT_BOOL found = VARIANT_FALSE;
-    Check(object.GetString(Text(name).Get(), text.Put(), &found));
-    return kv::Utf8(text.View());
-}
-
 /// The text of an object, in lines, with two decimals at most.
 std::string Formatted(IJSONObject& object) {
     const auto options = CreateAs<IPropertySet>(u"PropertySet");
@@ -88,6 +68,27 @@ void ShowBroken() {
 }
 
 }  // namespace
+
+kv::Ptr<IJSONObjectEx> ObjectIn(IJSONArray& array, LONG index) {
+    kv::Ptr<IJSONObject> object;
+    VARIANT_BOOL found = VARIANT_FALSE;
+    Check(array.GetJSONObject(index, object.Put(), &found));
+    return object.As<IJSONObjectEx>();
+}
+
+kv::Ptr<IJSONObjectEx> ObjectIn(IJSONObject& around, std::u16string_view name) {
+    kv::Ptr<IJSONObject> object;
+    VARIANT_BOOL found = VARIANT_FALSE;
+    Check(around.GetJSONObject(Text(name).Get(), object.Put(), &found));
+    return object.As<IJSONObjectEx>();
+}
+
+std::string TextIn(IJSONObject& object, std::u16string_view name) {
+    kv::BString text;
+    VARIANT_BOOL found = VARIANT_FALSE;
+    Check(object.GetString(Text(name).Get(), text.Put(), &found));
+    return kv::Utf8(text.View());
+}
 
 void ShowDocument() {
     Heading("A GeoJSON text, samples/events.geojson, as JSON objects");
