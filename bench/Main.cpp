@@ -21,7 +21,7 @@ struct Job {
 
 constexpr Job jobs[] = {
     {"frame", &bench::RunFrame},     {"json", &bench::RunJson}, {"persist", &bench::RunPersist},
-    {"propset", &bench::RunPropset}, {"xml", &bench::RunXml},
+    {"propset", &bench::RunPropset}, {"time", &bench::RunTime}, {"xml", &bench::RunXml},
 };
 
 struct Arguments {

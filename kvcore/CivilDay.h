@@ -37,9 +37,8 @@ inline constexpr std::uint32_t daysOf4Years = 1'461;
 constexpr std::int32_t FirstDay(Calendar calendar) noexcept {
     constexpr std::int32_t gregorianYear0 = 1'721'120;  // 0000-03-01 in each of the calendars
     constexpr std::int32_t julianYear0 = 1'721'118;
-    return calendar == Calendar::Gregorian
-               ? gregorianYear0 - cyclesBefore * static_cast<std::int32_t>(daysOf400Years)
-               : julianYear0 - static_cast<std::int32_t>(yearsBefore / 4 * daysOf4Years);
+    return calendar == Calendar::Gregorian ? gregorianYear0 - cyclesBefore * static_cast<std::int32_t>(daysOf400Years)
+                                           : julianYear0 - static_cast<std::int32_t>(yearsBefore / 4 * daysOf4Years);
 }
 
 }  // namespace detail
@@ -55,8 +54,8 @@ inline constexpr std::int32_t latestYear = 32'768;
 /// their application to calendar algorithms", 2022): divisions by constants, of which none is by another's result.
 constexpr std::int32_t DayNumber(const CivilDate& date, Calendar calendar = Calendar::Gregorian) noexcept {
     const bool isAtEnd = date.month <= 2;
-    const auto year = static_cast<std::uint32_t>(date.year + static_cast<std::int32_t>(detail::yearsBefore)) -
-                      (isAtEnd ? 1u : 0u);
+    const auto year =
+        static_cast<std::uint32_t>(date.year + static_cast<std::int32_t>(detail::yearsBefore)) - (isAtEnd ? 1u : 0u);
     const std::int32_t month = isAtEnd ? date.month + 12 : date.month;
     std::uint32_t daysBefore = detail::daysOf4Years * year / 4;
     if (calendar == Calendar::Gregorian) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstdint>
 
 namespace kv {
@@ -9,8 +10,8 @@ inline constexpr std::int32_t nanosecondsPerMillisecond = 1'000'000;
 inline constexpr std::int64_t secondsPerDay = 86'400;
 inline constexpr std::int64_t nanosecondsPerDay = secondsPerDay * nanosecondsPerSecond;
 
-/// A date and time of day, as the interfaces hand it out and streams hold it: WKSDateTime. There is no year 0; -1 is the
-/// year before 1.
+/// A date and time of day, as the interfaces hand it out and streams hold it: WKSDateTime. There is no year 0; -1 is
+/// the year before 1.
 struct DateTime {
     std::int16_t year = 1;
     std::int16_t month = 1;  ///< 1 to 12

@@ -22,7 +22,8 @@ std::optional<kv::DateTime> FromOADate(double date) noexcept {
     const double moment = kv::ToJsTime(date);
     if (!IsInRange(moment)) return {};
     const auto milliseconds = static_cast<std::int64_t>(moment - kv::firstOleMoment);
-    const kv::CivilDate civil = kv::DateOf(kv::firstOleDay + static_cast<std::int32_t>(milliseconds / millisecondsPerDay));
+    const kv::CivilDate civil =
+        kv::DateOf(kv::firstOleDay + static_cast<std::int32_t>(milliseconds / millisecondsPerDay));
     kv::DateTime fields{.year = static_cast<std::int16_t>(civil.year),
                         .month = static_cast<std::int16_t>(civil.month),
                         .day = static_cast<std::int16_t>(civil.day)};

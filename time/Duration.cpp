@@ -146,7 +146,8 @@ std::optional<Length> Multiple(const Length& length, std::int32_t factor) noexce
 std::optional<std::int64_t> TicksOf(const Duration& duration) noexcept {
     const std::int32_t half = duration.nanoseconds < 0 ? -nanosecondsPerTick / 2 : nanosecondsPerTick / 2;
     const std::int64_t sign = duration.isPositive ? 1 : -1;
-    const Ticks ticks = InTicks(sign * SecondsOf(duration), sign * ((duration.nanoseconds + half) / nanosecondsPerTick));
+    const Ticks ticks =
+        InTicks(sign * SecondsOf(duration), sign * ((duration.nanoseconds + half) / nanosecondsPerTick));
     constexpr Ticks greatest = InTicks(0, std::numeric_limits<std::int64_t>::max());
     constexpr Ticks least = InTicks(0, std::numeric_limits<std::int64_t>::min());
     if (ticks < least || ticks > greatest) return {};
@@ -156,7 +157,8 @@ std::optional<std::int64_t> TicksOf(const Duration& duration) noexcept {
 
 Duration DurationOfTicks(std::int64_t ticks) noexcept {
     const bool isPositive = ticks >= 0;
-    const std::uint64_t magnitude = isPositive ? static_cast<std::uint64_t>(ticks) : 0 - static_cast<std::uint64_t>(ticks);
+    const std::uint64_t magnitude =
+        isPositive ? static_cast<std::uint64_t>(ticks) : 0 - static_cast<std::uint64_t>(ticks);
     return InParts(magnitude / ticksPerSecond,
                    static_cast<std::int32_t>(magnitude % ticksPerSecond) * nanosecondsPerTick, isPositive);
 }

@@ -1,6 +1,7 @@
 // Lengths of time.
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -48,8 +49,8 @@ Length Opposite(const Length& length) noexcept;
 /// @return nothing where it has more days than 32 bits hold
 std::optional<Length> Multiple(const Length& length, std::int32_t factor) noexcept;
 
-/// A duration in ticks of 100 nanoseconds: its nanoseconds rounded to ticks, halves away from 0; below 0 where it counts
-/// backward. @return nothing where 64 bits do not hold them
+/// A duration in ticks of 100 nanoseconds: its nanoseconds rounded to ticks, halves away from 0; below 0 where it
+/// counts backward. @return nothing where 64 bits do not hold them
 std::optional<std::int64_t> TicksOf(const Duration& duration) noexcept;
 /// So many ticks in the shortest form, where every count has one.
 Duration DurationOfTicks(std::int64_t ticks) noexcept;
@@ -60,8 +61,8 @@ inline constexpr std::size_t durationTextSize = 72;
 /// durationTextSize units @return the end of the text
 char16_t* FormatDuration(char16_t* out, const Duration& duration) noexcept;
 
-/// Reads a duration of ISO 8601: P2DT12H, -PT0.5S, P3W. Days, hours, minutes and seconds are taken as they stand, any but
-/// all of them can be missing; weeks stand alone. Decimals behind the ninth are rounded, halves up.
+/// Reads a duration of ISO 8601: P2DT12H, -PT0.5S, P3W. Days, hours, minutes and seconds are taken as they stand, any
+/// but all of them can be missing; weeks stand alone. Decimals behind the ninth are rounded, halves up.
 /// @return nothing for any other text, years and months among them, and where 32 bits do not hold a part
 std::optional<Duration> ReadDuration(std::u16string_view text) noexcept;
 

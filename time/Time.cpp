@@ -341,8 +341,8 @@ HRESULT Time::PutField(std::int16_t DateTime::*field, SHORT number) noexcept {
     DateTime changed = state_.fields;
     changed.*field = number;
     // A date that came from a day number can be none that could be put; that does not keep the time from being put.
-    const bool keepsDate = changed.year == state_.fields.year && changed.month == state_.fields.month &&
-                           changed.day == state_.fields.day;
+    const bool keepsDate =
+        changed.year == state_.fields.year && changed.month == state_.fields.month && changed.day == state_.fields.day;
     if (!kv::IsTimeOfDay(changed) || (!keepsDate && !calendar::IsValid(changed)))
         return Refuse<ITime>(E_INVALIDARG, noTime);
     Take(changed);

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <movaSystem.h>
+
+#include <compare>
+
 #include "time/Calendar.h"
 #include "time/Duration.h"
 #include "time/TimePicture.h"
@@ -97,9 +100,7 @@ class Time final : public XmlPersistentComponent<Time, ::Time, Generations<ITime
     };
 
     /// Makes the fields what they have to be. @return E_FAIL where the OLE date is none; it then stays pending
-    HRESULT BringUpToDate() noexcept {
-        return state_.isPending ? ConvertOleDate() : S_OK;
-    }
+    HRESULT BringUpToDate() noexcept { return state_.isPending ? ConvertOleDate() : S_OK; }
     HRESULT ConvertOleDate() noexcept;
     void Take(const kv::DateTime& fields) noexcept;
     /// What an operation answers that adds to the fields.

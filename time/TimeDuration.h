@@ -7,8 +7,8 @@
 namespace mova {
 
 /// A length of time; what it does is in Duration.h.
-class TimeDuration final : public XmlPersistentComponent<TimeDuration, ::TimeDuration, ITimeDuration,
-                                                         IXMLVersionSupport, IClone> {
+class TimeDuration final
+    : public XmlPersistentComponent<TimeDuration, ::TimeDuration, ITimeDuration, IXMLVersionSupport, IClone> {
  public:
     using XmlPersistentComponent::XmlPersistentComponent;
     /// A new duration. @throw std::bad_alloc

@@ -72,7 +72,8 @@ STDMETHODIMP Time::QueryDifference(ITime* other, ITimeDuration** duration) noexc
     const LONGLONG days = LONGLONG{ours.day} - theirs.day;
     const auto difference =
         calendar::DurationOf(calendar::LengthFrom(days * kv::secondsPerDay, ours.nanoseconds - theirs.nanoseconds));
-    if (!difference) return Refuse<ITimeOffsetOperator>(E_FAIL, u"The times are further apart than a duration is long.");
+    if (!difference)
+        return Refuse<ITimeOffsetOperator>(E_FAIL, u"The times are further apart than a duration is long.");
     *duration = TimeDuration::Of(*difference).As<ITimeDuration>().Detach();
     return S_OK;
 } catch (...) {

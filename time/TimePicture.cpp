@@ -21,9 +21,9 @@ struct Letter {
     Kind kind;
     std::size_t most;
 };
-constexpr Letter letters[] = {{u'd', Kind::Day, 4},      {u'M', Kind::Month, 4},    {u'y', Kind::Year, 4},
-                              {u'g', Kind::Era, 1},      {u'H', Kind::Hour, 2},     {u'h', Kind::HourOf12, 2},
-                              {u'm', Kind::Minute, 2},   {u's', Kind::Second, 2},   {u'f', Kind::Fraction, 9},
+constexpr Letter letters[] = {{u'd', Kind::Day, 4},    {u'M', Kind::Month, 4},  {u'y', Kind::Year, 4},
+                              {u'g', Kind::Era, 1},    {u'H', Kind::Hour, 2},   {u'h', Kind::HourOf12, 2},
+                              {u'm', Kind::Minute, 2}, {u's', Kind::Second, 2}, {u'f', Kind::Fraction, 9},
                               {u't', Kind::HalfDay, 2}};
 
 /// A run of one letter, or a piece of literal text.

@@ -13,9 +13,9 @@ inline constexpr std::size_t timeTextSize = 48;
 /// How many layouts there are.
 inline constexpr std::uint32_t layoutCount = 23;
 
-/// Writes a time in a layout, 0 to 22, which are those of movaTimeFormat. The year has four units at least, a minus sign
-/// counted; every other part two digits. Decimals of the second are its nanoseconds without the zeros at their end, one
-/// digit at least, or milliseconds in three digits.
+/// Writes a time in a layout, 0 to 22, which are those of movaTimeFormat. The year has four units at least, a minus
+/// sign counted; every other part two digits. Decimals of the second are its nanoseconds without the zeros at their
+/// end, one digit at least, or milliseconds in three digits.
 /// @param fields all in their ranges @param out has room for timeTextSize units
 /// @return the end of the text; null where the layout is none
 char16_t* FormatTime(char16_t* out, const kv::DateTime& fields, std::uint32_t layout) noexcept;

@@ -60,10 +60,12 @@ TEST(Calendar, GoesToEveryDayAndBack) {
             wrong += SetDate(at, number, mode) && at == At(year, month, day, 4, 5, 6, 7) ? 0 : 1;
             const auto found = DayNumberOf(at, isJulian(number) ? Mode::Julian : Mode::Gregorian);
             const bool isDropped = isJulian(number) && month == 10 && day >= 5 && day <= 14;
-            wrong += isDropped ? found.has_value() : found != number || TextbookDayNumber(at, isJulian(number) ? Mode::Julian : Mode::Gregorian) != number;
+            wrong += isDropped ? found.has_value()
+                               : found != number ||
+                                     TextbookDayNumber(at, isJulian(number) ? Mode::Julian : Mode::Gregorian) != number;
             const int astronomical = year < 0 ? year + 1 : year;
-            const bool isLeap = astronomical % 4 == 0 &&
-                                (isJulian(number) || astronomical % 100 != 0 || astronomical % 400 == 0);
+            const bool isLeap =
+                astronomical % 4 == 0 && (isJulian(number) || astronomical % 100 != 0 || astronomical % 400 == 0);
             constexpr int lengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
             if (++day <= lengths[month - 1] + (month == 2 && isLeap ? 1 : 0)) continue;
             day = 1;
@@ -82,13 +84,20 @@ TEST(Calendar, CountsDaysAsSeenFromOtherCalendars) {
         Mode mode;
         std::optional<int> number;
     } rows[] = {
-        {At(2000, 1, 1), Mode::Gregorian, 2'451'545}, {At(2000, 1, 1), Mode::Julian, 2'451'558},
-        {At(-4714, 11, 24), Mode::Gregorian, 0},      {At(-4713, 1, 1), Mode::Julian, 0},
-        {At(-1, 12, 31), Mode::Gregorian, 1'721'425}, {At(1, 1, 1), Mode::Gregorian, 1'721'426},
-        {At(1582, 10, 15), Mode::Gregorian, reformDay}, {At(1582, 10, 4), Mode::Julian, reformDay - 1},
-        {At(1582, 10, 5), Mode::Julian, {}},          {At(2020, 10, 14), Mode::Julian, {}},
-        {At(2020, 10, 15), Mode::Julian, 2'459'151},  {At(-44, 10, 10), Mode::Julian, {}},
-        {At(1500, 2, 29), Mode::Gregorian, 2'268'983}, {At(1500, 3, 1), Mode::Gregorian, 2'268'983},
+        {At(2000, 1, 1), Mode::Gregorian, 2'451'545},
+        {At(2000, 1, 1), Mode::Julian, 2'451'558},
+        {At(-4714, 11, 24), Mode::Gregorian, 0},
+        {At(-4713, 1, 1), Mode::Julian, 0},
+        {At(-1, 12, 31), Mode::Gregorian, 1'721'425},
+        {At(1, 1, 1), Mode::Gregorian, 1'721'426},
+        {At(1582, 10, 15), Mode::Gregorian, reformDay},
+        {At(1582, 10, 4), Mode::Julian, reformDay - 1},
+        {At(1582, 10, 5), Mode::Julian, {}},
+        {At(2020, 10, 14), Mode::Julian, {}},
+        {At(2020, 10, 15), Mode::Julian, 2'459'151},
+        {At(-44, 10, 10), Mode::Julian, {}},
+        {At(1500, 2, 29), Mode::Gregorian, 2'268'983},
+        {At(1500, 3, 1), Mode::Gregorian, 2'268'983},
     };
     for (const auto& row : rows) EXPECT_EQ(DayNumberOf(row.at, row.mode), row.number) << Text(row.at);
     EXPECT_EQ(DayOfWeek(2'451'545), 6);
@@ -137,8 +146,8 @@ TEST(Calendar, KnowsWhichDatesThereAre) {
 
 TEST(Calendar, AddsAsLongNumbersDo) {
     std::mt19937_64 random(7);
-    constexpr std::int64_t units[] = {1, 1'000'000, kv::nanosecondsPerSecond, 60'000'000'000, 3'600'000'000'000,
-                                      kv::nanosecondsPerDay};
+    constexpr std::int64_t units[] = {
+        1, 1'000'000, kv::nanosecondsPerSecond, 60'000'000'000, 3'600'000'000'000, kv::nanosecondsPerDay};
     DateTime at = At(2000, 1, 1);
     int wrong = 0;
     int refused = 0;
@@ -149,8 +158,8 @@ TEST(Calendar, AddsAsLongNumbersDo) {
         const Wide after = before + Wide{amount} * unit;
         const Wide day = after / kv::nanosecondsPerDay - (after % kv::nanosecondsPerDay < 0 ? 1 : 0);
         DateTime expected = at;
-        const bool isInRange = day > INT32_MIN && day < INT32_MAX &&
-                               SetDate(expected, static_cast<std::int64_t>(day), Mode::Gregorian);
+        const bool isInRange =
+            day > INT32_MIN && day < INT32_MAX && SetDate(expected, static_cast<std::int64_t>(day), Mode::Gregorian);
         if (isInRange) kv::SetTimeOfDay(expected, static_cast<std::int64_t>(after - day * kv::nanosecondsPerDay));
         const Outcome outcome = AddUnits(at, Mode::Gregorian, amount, unit);
         wrong += outcome == (isInRange ? Outcome::Done : Outcome::OutOfRange) && at == expected ? 0 : 1;

@@ -67,15 +67,16 @@ TEST(DatetimeHelper, KeepsMillisecondsOfAllYears) {
 TEST(DatetimeHelper, TakesWhatAnOleDateCanBe) {
     constexpr double infinite = std::numeric_limits<double>::infinity();
     const kv::DateTime first{.year = 100};
-    const kv::DateTime last{.year = 9'999, .month = 12, .day = 31, .hour = 23, .minute = 59, .second = 59, .nanosecond = 999'000'000};
+    const kv::DateTime last{
+        .year = 9'999, .month = 12, .day = 31, .hour = 23, .minute = 59, .second = 59, .nanosecond = 999'000'000};
     EXPECT_EQ(DatetimeHelper::FromOADate(-1.25), (kv::DateTime{.year = 1899, .month = 12, .day = 29, .hour = 6}));
     EXPECT_EQ(DatetimeHelper::FromOADate(-0.25), (kv::DateTime{.year = 1899, .month = 12, .day = 30, .hour = 6}));
     EXPECT_EQ(DatetimeHelper::FromOADate(-657'434.0), first);
     EXPECT_EQ(DatetimeHelper::FromOADate(OleAt(endOfDays * millisecondsPerDay - 1)), last);
     EXPECT_EQ(DatetimeHelper::FromOADate(0.999999999999), (kv::DateTime{.year = 1899, .month = 12, .day = 31}));
     EXPECT_EQ(DatetimeHelper::FromOADate(-1.999999999999), (kv::DateTime{.year = 1899, .month = 12, .day = 30}));
-    for (const double refused : {-657'435.0, -657'435.5, 2'958'466.0, std::nextafter(2'958'466.0, 0.0), 1e300, -1e300, infinite,
-                                 -infinite, std::numeric_limits<double>::quiet_NaN()}) {
+    for (const double refused : {-657'435.0, -657'435.5, 2'958'466.0, std::nextafter(2'958'466.0, 0.0), 1e300, -1e300,
+                                 infinite, -infinite, std::numeric_limits<double>::quiet_NaN()}) {
         EXPECT_FALSE(DatetimeHelper::FromOADate(refused)) << refused;
         EXPECT_FALSE(DatetimeHelper::OffsetTimestamp(refused, 0)) << refused;
     }
@@ -83,12 +84,12 @@ TEST(DatetimeHelper, TakesWhatAnOleDateCanBe) {
     kv::DateTime begun = first;
     begun.nanosecond = 999'999;
     EXPECT_EQ(DatetimeHelper::ToOADate(begun), -657'434.0) << "a millisecond that has begun does not count";
-    for (const kv::DateTime& refused : {kv::DateTime{.year = 99, .month = 12, .day = 31}, kv::DateTime{.year = 10'000},
-                                        kv::DateTime{.year = -1}, kv::DateTime{.year = 1500, .month = 2, .day = 29},
-                                        kv::DateTime{.year = 2000, .month = 13}, kv::DateTime{.year = 2000, .month = 0},
-                                        kv::DateTime{.year = 2000, .day = 0}, kv::DateTime{.year = 2000, .hour = 24},
-                                        kv::DateTime{.year = 2000, .minute = -1}, kv::DateTime{.year = 2000, .second = 60},
-                                        kv::DateTime{.year = 2000, .nanosecond = -1}})
+    for (const kv::DateTime& refused :
+         {kv::DateTime{.year = 99, .month = 12, .day = 31}, kv::DateTime{.year = 10'000}, kv::DateTime{.year = -1},
+          kv::DateTime{.year = 1500, .month = 2, .day = 29}, kv::DateTime{.year = 2000, .month = 13},
+          kv::DateTime{.year = 2000, .month = 0}, kv::DateTime{.year = 2000, .day = 0},
+          kv::DateTime{.year = 2000, .hour = 24}, kv::DateTime{.year = 2000, .minute = -1},
+          kv::DateTime{.year = 2000, .second = 60}, kv::DateTime{.year = 2000, .nanosecond = -1}})
         EXPECT_FALSE(DatetimeHelper::ToOADate(refused));
 }
 
@@ -96,7 +97,8 @@ TEST(DatetimeHelper, ShiftsByMinutes) {
     EXPECT_EQ(DatetimeHelper::OffsetTimestamp(0.0, 90), 0.0625);
     EXPECT_EQ(DatetimeHelper::OffsetTimestamp(0.0, -360), -1.75);
     EXPECT_EQ(DatetimeHelper::OffsetTimestamp(-1.75, 360), 0.0);
-    EXPECT_EQ(DatetimeHelper::OffsetTimestamp(100.0, std::numeric_limits<std::int16_t>::min()), OleAt(100 * millisecondsPerDay - 32'768 * 60'000));
+    EXPECT_EQ(DatetimeHelper::OffsetTimestamp(100.0, std::numeric_limits<std::int16_t>::min()),
+              OleAt(100 * millisecondsPerDay - 32'768 * 60'000));
     EXPECT_FALSE(DatetimeHelper::OffsetTimestamp(-657'434.0, -1));
     EXPECT_FALSE(DatetimeHelper::OffsetTimestamp(2'958'465.0, 1'440));
 }

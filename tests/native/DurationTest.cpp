@@ -127,8 +127,8 @@ TEST(Duration, TicksAreRoundedAndBounded) {
         {{true, greatest, 0, least, 0, 0}, {}},
     };
     for (const auto& row : rows) EXPECT_EQ(TicksOf(row.duration), row.ticks) << Format(row.duration);
-    for (const std::int64_t ticks : {Limits::min(), Limits::min() + 1, std::int64_t{-1}, std::int64_t{0},
-                                     std::int64_t{1}, Limits::max()}) {
+    for (const std::int64_t ticks :
+         {Limits::min(), Limits::min() + 1, std::int64_t{-1}, std::int64_t{0}, std::int64_t{1}, Limits::max()}) {
         const Duration duration = DurationOfTicks(ticks);
         EXPECT_EQ(TicksOf(duration), ticks);
         EXPECT_EQ(duration.isPositive, ticks >= 0);
@@ -141,8 +141,8 @@ TEST(Duration, ComputesAsLongNumbersDo) {
     std::mt19937_64 random(11);
     const auto part = [&] { return static_cast<std::int32_t>(random()) >> random() % 32; };
     const auto any = [&] {
-        return Duration{random() % 2 == 0, part(), part(), part(), part(),
-                        static_cast<std::int32_t>(random() % 1'000'000'000)};
+        return Duration{
+            random() % 2 == 0, part(), part(), part(), part(), static_cast<std::int32_t>(random() % 1'000'000'000)};
     };
     constexpr Wide endOfLengths = (Wide{greatest} + 1) * 86'400 * 1'000'000'000;
     int refused = 0;

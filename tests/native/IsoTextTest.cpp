@@ -6,7 +6,7 @@
 #include <random>
 #include <string>
 
-#include "time/IsoPattern.h"
+#include "tests/IsoPattern.h"
 #include "time/TimeText.h"
 
 namespace calendar {
@@ -101,7 +101,7 @@ TEST(IsoText, IsMatchedAsThePatternSays) {
         const std::u16string text = texts.Next();
         const auto matched = MatchIsoText(text);
         taken += matched ? 1 : 0;
-        if (matched != MatchIsoPattern(text) && ++wrong < 10) ADD_FAILURE() << Narrow(text);
+        if (matched != mova::test::MatchIsoPattern(text) && ++wrong < 10) ADD_FAILURE() << Narrow(text);
     }
     EXPECT_EQ(wrong, 0);
     EXPECT_GT(taken, count / 10);

@@ -59,7 +59,8 @@ std::string Format(const DateTime& at, std::u16string_view picture, Mode mode = 
     return FormatPicture(out, at, mode, picture, names) ? Narrow(out) : "-";
 }
 
-constexpr DateTime afternoon{.year = 2020, .month = 5, .day = 7, .hour = 15, .minute = 4, .second = 9, .nanosecond = 12'345'678};
+constexpr DateTime afternoon{
+    .year = 2020, .month = 5, .day = 7, .hour = 15, .minute = 4, .second = 9, .nanosecond = 12'345'678};
 
 TEST(TimePicture, IsWrittenElementByElement) {
     const struct {

@@ -69,7 +69,8 @@ std::string Printed(const DateTime& at, std::uint32_t layout) {
         while (length > 1 && fraction[length - 1] == '0') fraction[--length] = 0;
     }
     char text[timeTextSize];
-    std::snprintf(text, sizeof text, formats[layout], at.year, at.month, at.day, at.hour, at.minute, at.second, fraction);
+    std::snprintf(text, sizeof text, formats[layout], at.year, at.month, at.day, at.hour, at.minute, at.second,
+                  fraction);
     return text;
 }
 
@@ -89,10 +90,17 @@ TEST(TimeText, IsWrittenAsPrintfDoes) {
                .hour = below(24),
                .minute = below(60),
                .second = below(60),
-               .nanosecond = static_cast<std::int32_t>(random() % (1'000'000'000u / static_cast<unsigned>(scale))) * scale});
+               .nanosecond =
+                   static_cast<std::int32_t>(random() % (1'000'000'000u / static_cast<unsigned>(scale))) * scale});
     }
     for (const int year : {-32'768, -10'000, -9'999, -1'000, -999, -1, 1, 9'999, 10'000, 32'767})
-        check({.year = static_cast<std::int16_t>(year), .month = 12, .day = 31, .hour = 23, .minute = 59, .second = 59, .nanosecond = 999'999'999});
+        check({.year = static_cast<std::int16_t>(year),
+               .month = 12,
+               .day = 31,
+               .hour = 23,
+               .minute = 59,
+               .second = 59,
+               .nanosecond = 999'999'999});
     EXPECT_EQ(Format({}, 7), "0001-01-01 00:00:00");
     EXPECT_EQ(Format({}, 19), "0001-01-01T00:00:00.0Z");
     EXPECT_EQ(Format({.nanosecond = 120'000'000}, 20), "0001-01-01T00:00:00.12");

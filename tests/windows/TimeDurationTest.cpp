@@ -62,7 +62,8 @@ TEST(TimeDuration, KeepsItsPartsAndCountsTicks) {
     EXPECT_EQ(TakeErrorInfo(),
               Refusal<ITimeDuration>("TimeDuration", "The duration has more ticks than 64 bits hold."));
     EXPECT_EQ(ticks, 0);
-    for (const LONGLONG count : {std::numeric_limits<LONGLONG>::min(), -1LL, 0LL, std::numeric_limits<LONGLONG>::max()}) {
+    for (const LONGLONG count :
+         {std::numeric_limits<LONGLONG>::min(), -1LL, 0LL, std::numeric_limits<LONGLONG>::max()}) {
         VARIANT_BOOL isPositive = 1;
         EXPECT_EQ(duration->SetTicks(count), S_OK);
         EXPECT_EQ(duration->QueryTicks(&ticks), S_OK);
@@ -100,9 +101,9 @@ TEST(TimeDuration, ComputesOrStays) {
 
     const auto longest = DurationOf(u"P2147483647DT23H59M59.999999999S");
     const std::string before = Text(longest);
-    for (const HRESULT status : {longest->Add(DurationOf(u"PT0.000000001S").Get()),
-                                 longest->Subtract(DurationOf(u"-PT0.000000001S").Get()), longest->Multiply(2),
-                                 longest->Multiply(Range::min())})
+    for (const HRESULT status :
+         {longest->Add(DurationOf(u"PT0.000000001S").Get()), longest->Subtract(DurationOf(u"-PT0.000000001S").Get()),
+          longest->Multiply(2), longest->Multiply(Range::min())})
         EXPECT_EQ(status, E_INVALIDARG);
     EXPECT_EQ(TakeErrorInfo(), Refusal<ITimeDuration>("TimeDuration", tooLong));
     EXPECT_EQ(Text(longest), before);
@@ -114,7 +115,7 @@ TEST(TimeDuration, ComputesOrStays) {
     const struct {
         const char16_t *left, *right;
         LONG order;
-    } rows[] = {{u"P1D", u"PT24H", 0},    {u"-P0D", u"P0D", 0},   {u"PT1S", u"PT1.000000001S", -1},
+    } rows[] = {{u"P1D", u"PT24H", 0},   {u"-P0D", u"P0D", 0},  {u"PT1S", u"PT1.000000001S", -1},
                 {u"-P1D", u"-PT25H", 1}, {u"-P1D", u"P0D", -1}, {u"P1DT1S", u"P1D", 1}};
     for (const auto& row : rows) {
         LONG order = 5;

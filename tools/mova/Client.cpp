@@ -60,7 +60,8 @@ constexpr Command commands[] = {
     {"time",
      "[--julian] [--code N] [--add-days N] [--add-nanoseconds N] [--day|--ole|--xml|--offset] TEXT|--from-day N|"
      "--from-ole X",
-     "reads an ISO 8601 text, or takes the date of a Julian day number or an OLE date, adds to it, and prints it in the\n"
+     "reads an ISO 8601 text, or takes the date of a Julian day number or an OLE date, adds to it, and prints it in "
+     "the\n"
      "layout of a format code, 20 unless it is given: --day its Julian day number instead, --ole its OLE date, --xml "
      "its\nform in XML, --offset the offset from UTC in minutes that the text named.\n"
      "--julian counts by the Julian calendar.",

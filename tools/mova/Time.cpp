@@ -156,9 +156,9 @@ int RunDuration(Arguments arguments) {
             Check(duration->put_Positive(VARIANT_FALSE));
             arguments = arguments.subspan(1);
         }
-        constexpr decltype(&ITimeDuration::put_Days) parts[] = {&ITimeDuration::put_Days, &ITimeDuration::put_Hours,
-                                                                &ITimeDuration::put_Minutes, &ITimeDuration::put_Seconds,
-                                                                &ITimeDuration::put_Nanoseconds};
+        constexpr decltype(&ITimeDuration::put_Days) parts[] = {
+            &ITimeDuration::put_Days, &ITimeDuration::put_Hours, &ITimeDuration::put_Minutes,
+            &ITimeDuration::put_Seconds, &ITimeDuration::put_Nanoseconds};
         if (arguments.size() != std::size(parts)) throw WrongUsage{"duration takes D H M S NS, or --ticks N"};
         for (std::size_t i = 0; i < arguments.size(); ++i)
             Check((duration.Get()->*parts[i])(LongOf("duration", arguments[i])));
