@@ -122,9 +122,10 @@ Length LengthOf(const Duration& duration) noexcept {
 }
 
 std::optional<Duration> DurationOf(const Length& length) noexcept {
-    if (length.seconds <= -endOfSeconds || length.seconds >= endOfSeconds) return {};
+    if (length.seconds < -endOfSeconds || length.seconds >= endOfSeconds) return {};
     const bool isPositive = length.seconds >= 0;
     const Length magnitude = isPositive ? length : Opposite(length);
+    if (magnitude.seconds >= endOfSeconds) return {};
     return InParts(static_cast<std::uint64_t>(magnitude.seconds), magnitude.nanoseconds, isPositive);
 }
 

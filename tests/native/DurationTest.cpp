@@ -175,6 +175,13 @@ TEST(Duration, ComputesAsLongNumbersDo) {
     }
     EXPECT_GT(refused, 100'000);
     EXPECT_FALSE(DurationOf({-(Limits::max() / 2), 0}));
+    for (const bool isPositive : {true, false}) {
+        const Duration longest{isPositive, greatest, 23, 59, 59, 999'999'999};
+        EXPECT_EQ(DurationOf(LengthOf(longest)), longest);
+        Duration longer = longest;
+        longer.nanoseconds = 1'000'000'000;
+        EXPECT_FALSE(DurationOf(LengthOf(longer)));
+    }
 }
 
 }  // namespace

@@ -108,6 +108,20 @@ TEST(IsoText, IsMatchedAsThePatternSays) {
     EXPECT_LT(taken, count * 9 / 10);
 }
 
+TEST(IsoText, IsMatchedAsThePatternSaysWhereverItIsCutOrAltered) {
+    const std::u16string whole = u"2020-12-31T23:59:59.125+02:30";
+    for (std::size_t at = 0; at <= whole.size(); ++at) {
+        for (int unit = 0; unit < 0x80; ++unit) {
+            std::u16string text = whole.substr(0, at) + static_cast<char16_t>(unit);
+            EXPECT_EQ(MatchIsoText(text), mova::test::MatchIsoPattern(text)) << Narrow(text);
+            if (at < whole.size()) text += whole.substr(at + 1);
+            EXPECT_EQ(MatchIsoText(text), mova::test::MatchIsoPattern(text)) << Narrow(text);
+        }
+        for (const std::u16string& cut : {whole.substr(0, at), whole.substr(at)})
+            EXPECT_EQ(MatchIsoText(cut), mova::test::MatchIsoPattern(cut)) << Narrow(cut);
+    }
+}
+
 TEST(IsoText, IsReadByBothReaders) {
     const struct {
         std::u16string_view text;
