@@ -21,6 +21,9 @@ void RunPersist(const Session& session);
 /// Time and memory of the property set. @throw std::runtime_error as above
 void RunPropset(const Session& session);
 
+/// Times: read, written, and by day number. @throw std::runtime_error as above
+void RunTime(const Session& session);
+
 /// XML: documents written and read, and object graphs in it. @throw std::runtime_error as above
 void RunXml(const Session& session);
 void RunXmlReading(const Session& session);

@@ -21,7 +21,8 @@ struct Job {
 
 constexpr Job jobs[] = {
     {"frame", &bench::RunFrame},     {"json", &bench::RunJson},       {"number", &bench::RunNumber},
-    {"persist", &bench::RunPersist}, {"propset", &bench::RunPropset}, {"xml", &bench::RunXml},
+    {"persist", &bench::RunPersist}, {"propset", &bench::RunPropset}, {"time", &bench::RunTime},
+    {"xml", &bench::RunXml},
 };
 
 struct Arguments {

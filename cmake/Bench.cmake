@@ -2,7 +2,7 @@
 
 # Peers that are all headers, packaged for the build machine: their folders alone are shown to the cross compiler.
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/peers)
-foreach(header cereal/cereal.hpp nlohmann/json.hpp rapidjson/document.h)
+foreach(header boost/regex.hpp cereal/cereal.hpp date/date.h nlohmann/json.hpp rapidjson/document.h)
   cmake_path(GET header PARENT_PATH folder)
   find_path(
     MOVA_PEER_${folder} ${header}
@@ -25,6 +25,7 @@ add_executable(
   bench/PersistBench.cpp
   bench/PropsetBench.cpp
   bench/SaxReading.cpp
+  bench/TimeBench.cpp
   bench/XmlBench.cpp
   bench/XmlData.cpp
   bench/XmlGraphBench.cpp

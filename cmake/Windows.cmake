@@ -2,7 +2,7 @@
 include(Widl)
 enable_language(RC)
 mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaXML movaXMLReader
-                 movaXMLSerializer movaFormats movaJSON movaJSONReader movaJSONWriter)
+                 movaXMLSerializer movaFormats movaJSON movaJSONReader movaJSONWriter movaTime)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -36,6 +36,7 @@ add_library(
   kvcore/BlockPool.cpp
   kvcore/CreateInstance.cpp
   kvcore/DateText.cpp
+  kvcore/DatetimeHelper.cpp
   kvcore/GuidText.cpp
   kvcore/MoveBytes.cpp
   kvcore/NumberFmt.cpp
@@ -134,6 +135,16 @@ add_library(
   streams/ObjectStream.cpp
   streams/ObjectTrace.cpp
   streams/VariantStreamIO.cpp
+  time/Calendar.cpp
+  time/Duration.cpp
+  time/IsoText.cpp
+  time/LocaleNames.cpp
+  time/Time.cpp
+  time/TimeDuration.cpp
+  time/TimeLocale.cpp
+  time/TimeOffsets.cpp
+  time/TimePicture.cpp
+  time/TimeText.cpp
   xml/Base64.cpp
   xml/DocumentText.cpp
   xml/ElementTree.cpp
@@ -185,6 +196,7 @@ add_executable(
   tools/mova/Client.cpp
   tools/mova/Demo.cpp
   tools/mova/DemoDocument.cpp
+  tools/mova/DemoTimes.cpp
   tools/mova/Json.cpp
   tools/mova/Main.cpp
   tools/mova/Number.cpp
@@ -193,6 +205,7 @@ add_executable(
   tools/mova/Script.cpp
   tools/mova/Stream.cpp
   tools/mova/Streams.cpp
+  tools/mova/Time.cpp
   tools/mova/Uid.cpp
   tools/mova/Xml.cpp
   ${tool_engine_sources}

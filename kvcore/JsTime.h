@@ -3,10 +3,17 @@
 
 #include <cmath>
 
+#include "kvcore/CivilDay.h"
+
 namespace kv {
 
 inline constexpr double millisecondsPerDay = 86'400'000.0;
 inline constexpr double daysTo1970 = 25'569.0;  ///< from 1899-12-30, where OLE dates begin
+
+/// The days that OLE dates can be, from 0100-01-01 to 9999-12-31, as times of JSON.
+inline constexpr std::int32_t firstOleDay = DayNumber({100, 1, 1});
+inline constexpr double firstOleMoment = (firstOleDay - dayNumber1970) * millisecondsPerDay;
+inline constexpr double endOfOleMoments = (DayNumber({10'000, 1, 1}) - dayNumber1970) * millisecondsPerDay;
 
 /// A time of JSON as an OLE date, whose fraction counts forward in its day, before 1899-12-30, too.
 inline double FromJsTime(double milliseconds) noexcept {

@@ -24,6 +24,8 @@
 #include "streams/ObjectStream.h"
 #include "streams/UnbufferedFileStream.h"
 #include "streams/VariantStreamIO.h"
+#include "time/Time.h"
+#include "time/TimeDuration.h"
 #include "xml/XMLAttributes.h"
 #include "xml/XMLFlags.h"
 #include "xml/XMLNamespaces.h"
@@ -75,6 +77,8 @@ constinit const ClassEntry classTable[] = {
     NewObject<XMLPersistedObject>(u"XMLPersistedObject"),
     ThreadSingleton<MessageLogger>(u"MessageLogger"),
     NewObject<XmlNamespaceUtils>(u"XmlNamespaceUtils"),
+    NewObject<Time>(u"Time"),
+    NewObject<TimeDuration>(u"TimeDuration"),
     NewObject<XMLStream>(u"XMLStream"),
     NewObject<XMLReader>(u"XMLReader"),
     NewObject<XMLTextReader>(u"XMLTextReader"),

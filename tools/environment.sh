@@ -9,9 +9,9 @@ say() { echo "$*" >&2; }
 
 . "$root/tools/xerces.sh"
 
-build_packages=(cmake dpkg-dev libcereal-dev libfmt-dev libicu-dev libsimdjson-dev libxerces-c-dev libxml2-dev ninja-build
-    nlohmann-json3-dev rapidjson-dev g++ g++-mingw-w64-x86-64-posix mingw-w64-tools libwine-dev libz-mingw-w64-dev
-    wine wine64 zlib1g-dev)
+build_packages=(cmake dpkg-dev libboost1.81-dev libcereal-dev libfmt-dev libhowardhinnant-date-dev libicu-dev
+    libsimdjson-dev libxerces-c-dev libxml2-dev ninja-build nlohmann-json3-dev rapidjson-dev g++ g++-mingw-w64-x86-64-posix
+    mingw-w64-tools libwine-dev libz-mingw-w64-dev wine wine64 zlib1g-dev)
 test_packages=(googletest)
 tool_packages=(clang clang-format clang-tidy libclang-rt-14-dev)
 

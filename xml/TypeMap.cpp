@@ -22,6 +22,8 @@ constexpr auto ownTypes = std::to_array<OwnType>({
     {u"StrArray", Id(0xA7F92065, 0x36CE, 0x47B6, 0xA4634763DA947CC2), SchemaRelease::V9_0},
     {u"UID", Id(0x78FF7FA1, 0xFB2F, 0x11D1, 0x94A2080009EEBECB), SchemaRelease::V9_0},
     {u"NumericFormat", Id(0x7E4F4719, 0x8E54, 0x11D2, 0xAAD8000000000000), SchemaRelease::V9_3},
+    {u"Time", Id(0xE1721810, 0x8210, 0x45B1, 0x8590FC4C911FBA20), SchemaRelease::V9_3},
+    {u"TimeDuration", Id(0x09692C1C, 0x21FA, 0x4FE2, 0x8EFA6C4ACB59A323), SchemaRelease::V9_3},
 });
 
 /// The library's own type of a name in a namespace; null where it is none.

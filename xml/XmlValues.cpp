@@ -4,6 +4,9 @@
 #include <cmath>
 #include <limits>
 
+#include "kvcore/CivilDay.h"
+#include "kvcore/DateTime.h"
+#include "kvcore/DatetimeHelper.h"
 #include "kvcore/GuidText.h"
 #include "kvcore/JsTime.h"
 #include "kvcore/NumberText.h"
@@ -14,7 +17,7 @@ namespace {
 __extension__ using Wide = unsigned __int128;
 
 constexpr std::int64_t secondsPerMinute = 60;
-constexpr std::int64_t secondsPerDay = 86'400;
+constexpr std::int64_t latestYear = 10'000;  // in which an offset can lead back to one before
 
 constexpr bool IsDigit(char16_t unit) noexcept {
     return unit >= u'0' && unit <= u'9';
@@ -52,45 +55,6 @@ std::optional<Number> ReadNoNumber(std::u16string_view text) noexcept {
     return {};
 }
 
-constexpr bool IsLeap(std::int64_t year) noexcept {
-    return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-}
-
-constexpr std::int64_t DaysInMonth(std::int64_t year, std::int64_t month) noexcept {
-    constexpr std::int64_t days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    return days[month - 1] + (month == 2 && IsLeap(year) ? 1 : 0);
-}
-
-// Years are counted from March, so that the day that comes and goes is the last one; months then begin after
-// (153 * month + 2) / 5 days. Days count from 1970-01-01. The year is above 0.
-constexpr std::int64_t daysOf400Years = 146'097;
-constexpr std::int64_t marchTo1970 = 719'468;  // from March of the year 0
-
-constexpr std::int64_t ToDay(std::int64_t year, std::int64_t month, std::int64_t day) noexcept {
-    const std::int64_t marchYear = month > 2 ? year : year - 1;
-    const std::int64_t marchMonth = month > 2 ? month - 3 : month + 9;
-    return marchYear * 365 + marchYear / 4 - marchYear / 100 + marchYear / 400 + (153 * marchMonth + 2) / 5 + day - 1 -
-           marchTo1970;
-}
-
-struct Civil {
-    std::int64_t year, month, day;
-};
-
-constexpr Civil FromDay(std::int64_t day) noexcept {
-    const std::int64_t days = day + marchTo1970;
-    const std::int64_t inCycle = days % daysOf400Years;
-    const std::int64_t yearInCycle = (inCycle - inCycle / 1'460 + inCycle / 36'524 - inCycle / 146'096) / 365;
-    const std::int64_t inYear = inCycle - (365 * yearInCycle + yearInCycle / 4 - yearInCycle / 100);
-    const std::int64_t marchMonth = (5 * inYear + 2) / 153;
-    const std::int64_t month = marchMonth < 10 ? marchMonth + 3 : marchMonth - 9;
-    return {days / daysOf400Years * 400 + yearInCycle + (month <= 2 ? 1 : 0), month,
-            inYear - (153 * marchMonth + 2) / 5 + 1};
-}
-
-constexpr double earliest = static_cast<double>(ToDay(100, 1, 1)) * kv::millisecondsPerDay;
-constexpr double latest = static_cast<double>(ToDay(10'000, 1, 1)) * kv::millisecondsPerDay;  // which is too late
-
 /// Takes a year of four digits or more, in which no zero is needless.
 std::optional<std::int64_t> TakeYear(std::u16string_view& text) noexcept {
     constexpr std::size_t most = 6;  // more than any date has
@@ -127,7 +91,7 @@ std::optional<std::int64_t> TakeTime(std::u16string_view& text) noexcept {
     if (TakeOne(text, u'.')) fraction = TakeFraction(text);
     if (!fraction) return {};
     const std::int64_t time = ((*hour * 60 + *minute) * secondsPerMinute + *second) * 1'000 + *fraction;
-    if (*hour == 24 && time != secondsPerDay * 1'000) return {};
+    if (*hour == 24 && time != kv::secondsPerDay * 1'000) return {};
     return time;
 }
 
@@ -269,42 +233,41 @@ std::optional<bool> ReadBoolean(std::u16string_view text) noexcept {
 std::optional<double> ReadDate(std::u16string_view text) noexcept {
     text = WithoutBlanks(text);
     const auto year = TakeYear(text);
-    if (!year || !TakeOne(text, u'-')) return {};
+    if (!year || *year > latestYear || !TakeOne(text, u'-')) return {};
+    const auto writtenYear = static_cast<std::int32_t>(*year);
     const auto month = TakeTwo(text, 1, 12);
     if (!month || !TakeOne(text, u'-')) return {};
-    const auto day = TakeTwo(text, 1, DaysInMonth(*year, *month));
+    const auto writtenMonth = static_cast<std::int32_t>(*month);
+    const auto day = TakeTwo(text, 1, kv::MonthLength(writtenMonth, kv::IsLeapYear(writtenYear)));
     if (!day) return {};
     std::optional<std::int64_t> time = 0;
     if (TakeOne(text, u'T')) time = TakeTime(text);
     if (!time) return {};
     const auto offset = TakeOffset(text);
     if (!offset || !text.empty()) return {};
-    const std::int64_t days = ToDay(*year, *month, *day);
-    const std::int64_t milliseconds = (days * secondsPerDay - *offset * secondsPerMinute) * 1'000 + *time;
+    const std::int64_t days =
+        kv::DayNumber({writtenYear, writtenMonth, static_cast<std::int32_t>(*day)}) - kv::dayNumber1970;
+    const std::int64_t milliseconds = (days * kv::secondsPerDay - *offset * secondsPerMinute) * 1'000 + *time;
     const auto moment = static_cast<double>(milliseconds);
-    if (moment < earliest || moment >= latest) return {};
+    if (moment < kv::firstOleMoment || moment >= kv::endOfOleMoments) return {};
     return kv::FromJsTime(moment);
 }
 
 char* FormatDate(char* out, double date) noexcept {
-    const double moment = kv::ToJsTime(date);
-    if (!(moment >= earliest && moment < latest)) return nullptr;
-    const double day = std::floor(moment / kv::millisecondsPerDay);
-    const auto inDay = static_cast<std::int64_t>(moment - day * kv::millisecondsPerDay);
-    const Civil civil = FromDay(static_cast<std::int64_t>(day));
-    out = PutTwo(PutTwo(out, civil.year / 100), civil.year % 100);
+    const auto fields = DatetimeHelper::FromOADate(date);
+    if (!fields) return nullptr;
+    out = PutTwo(PutTwo(out, fields->year / 100), fields->year % 100);
     *out++ = '-';
-    out = PutTwo(out, civil.month);
+    out = PutTwo(out, fields->month);
     *out++ = '-';
-    out = PutTwo(out, civil.day);
-    const std::int64_t seconds = inDay / 1'000;
+    out = PutTwo(out, fields->day);
     *out++ = 'T';
-    out = PutTwo(out, seconds / 3'600);
+    out = PutTwo(out, fields->hour);
     *out++ = ':';
-    out = PutTwo(out, seconds / 60 % 60);
+    out = PutTwo(out, fields->minute);
     *out++ = ':';
-    out = PutTwo(out, seconds % 60);
-    if (const std::int64_t thousandths = inDay % 1'000; thousandths != 0) {
+    out = PutTwo(out, fields->second);
+    if (const std::int32_t thousandths = fields->nanosecond / kv::nanosecondsPerMillisecond; thousandths != 0) {
         *out++ = '.';
         *out++ = static_cast<char>('0' + thousandths / 100);
         out = PutTwo(out, thousandths % 100);

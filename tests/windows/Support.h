@@ -10,6 +10,7 @@
 
 #include "kvcore/Guid.h"
 #include "kvcore/Ptr.h"
+#include "kvcore/TrelCore.h"
 #include "kvcore/Utf.h"
 #include "kvcore/Variant.h"
 
@@ -127,6 +128,27 @@ Function* Export(const char* name) {
     return reinterpret_cast<Function*>(
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"movaSystem.dll"), name)));
 }
+
+/// A setting of the user for the length of a test.
+class Setting {
+ public:
+    Setting(const char16_t* name, DWORD type, const void* data, std::size_t size) : name_(name) {
+        EXPECT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, kv::Wide(TrelCore::settingsKey), kv::Wide(name), type, data,
+                                  static_cast<DWORD>(size)),
+                  0);
+    }
+    Setting(const char16_t* name, const DWORD& number) : Setting(name, REG_DWORD, &number, sizeof number) {}
+    Setting(const char16_t* name, const std::u16string& text)
+        : Setting(name, REG_SZ, text.c_str(), (text.size() + 1) * sizeof(char16_t)) {}
+    ~Setting() {
+        EXPECT_EQ(RegDeleteKeyValueW(HKEY_CURRENT_USER, kv::Wide(TrelCore::settingsKey), kv::Wide(name_)), 0);
+    }
+    Setting(const Setting&) = delete;
+    Setting& operator=(const Setting&) = delete;
+
+ private:
+    const char16_t* name_;
+};
 
 /// A file of the project.
 std::string ReadSource(const std::string& path);

@@ -70,27 +70,6 @@ class ClassKey {
     std::u16string name_;
 };
 
-/// A setting of the user for the length of a test.
-class Setting {
- public:
-    Setting(const char16_t* name, DWORD type, const void* data, std::size_t size) : name_(name) {
-        EXPECT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, kv::Wide(TrelCore::settingsKey), kv::Wide(name), type, data,
-                                  static_cast<DWORD>(size)),
-                  0);
-    }
-    Setting(const char16_t* name, const DWORD& number) : Setting(name, REG_DWORD, &number, sizeof number) {}
-    Setting(const char16_t* name, const std::u16string& text)
-        : Setting(name, REG_SZ, text.c_str(), (text.size() + 1) * sizeof(char16_t)) {}
-    ~Setting() {
-        EXPECT_EQ(RegDeleteKeyValueW(HKEY_CURRENT_USER, kv::Wide(TrelCore::settingsKey), kv::Wide(name_)), 0);
-    }
-    Setting(const Setting&) = delete;
-    Setting& operator=(const Setting&) = delete;
-
- private:
-    const char16_t* name_;
-};
-
 /// An add-in manager, which is its own class factory and can be created while it lives. It notes what it is asked.
 class Manager final : public Local<IClassFactory, IAddInManager> {
  public:

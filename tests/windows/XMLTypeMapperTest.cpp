@@ -233,18 +233,24 @@ TEST(XMLTypeMapper, TurnsIdentifiersIntoTextAndBack) {
 
 TEST(XMLTypeMapper, KnowsTheTypesOfTheLibrary) {
     const auto mapper = FreshMapper();
-    const std::pair<std::u16string_view, GUID> rows[] = {
+    const struct {
+        std::u16string_view typeName;
+        GUID classId;
+        const char16_t* earliest = u"urn:mova:schemas:9.0";
+    } rows[] = {
         {u"PropertySet", __uuidof(::PropertySet)},
         {u"PropertySetProperty", __uuidof(::PropertySetProperty)},
         {u"PropertySetArray", __uuidof(::PropertySetArray)},
         {u"PropertySetPropertyArray", __uuidof(::PropertySetPropertyArray)},
         {u"StrArray", __uuidof(::StrArray)},
-        {u"UID", __uuidof(::UID)}};
+        {u"UID", __uuidof(::UID)},
+        {u"Time", __uuidof(::Time), u"urn:mova:schemas:9.3"},
+        {u"TimeDuration", __uuidof(::TimeDuration), u"urn:mova:schemas:9.3"}};
     LONG count = 0;
     EXPECT_EQ(mapper->get_TypeCount(&count), S_OK);
     EXPECT_EQ(count, static_cast<LONG>(std::size(rows)));
     LONG index = 0;
-    for (const auto& [typeName, classId] : rows) {
+    for (const auto& [typeName, classId, earliest] : rows) {
         kv::BString name;
         kv::BString uri;
         kv::BString id;
@@ -255,7 +261,7 @@ TEST(XMLTypeMapper, KnowsTheTypesOfTheLibrary) {
         EXPECT_EQ(mapper->FindType(Bstr(kv::GuidText(classId)), name.Put(), uri.Put()), S_OK);
         EXPECT_EQ(name.View(), typeName);
         EXPECT_EQ(uri.View(), u"urn:mova:schemas:10.0");
-        for (const char16_t* release : {u"urn:mova:schemas:9.0", u"urn:mova:schemas:10.0"}) {
+        for (const char16_t* release : {earliest, u"urn:mova:schemas:10.0"}) {
             EXPECT_EQ(mapper->FindClass(Bstr(typeName), Bstr(release), id.Put()), S_OK);
             EXPECT_EQ(id.View(), kv::GuidText(classId));
             EXPECT_EQ(mapper->RemoveType(Bstr(typeName), Bstr(release)), E_INVALIDARG);
@@ -295,7 +301,7 @@ TEST(XMLTypeMapper, TypesAreAddedFoundAndRemoved) {
     }
     LONG count = 0;
     EXPECT_EQ(mapper->get_TypeCount(&count), S_OK);
-    EXPECT_EQ(count, 9);
+    EXPECT_EQ(count, 11);
     EXPECT_EQ(Mapper().Get(), mapper.Get()) << "the thread's one";
 
     kv::BString id;

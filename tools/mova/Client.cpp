@@ -64,6 +64,17 @@ constexpr Command commands[] = {
      "user's\nregional settings. VALUE may be nan, inf or -inf.\n"
      "--parse prints the number that a text stands for, --increment that which is one displayed unit higher.",
      &RunNumber},
+    {"time",
+     "[--julian] [--code N] [--add-days N] [--add-nanoseconds N] [--day|--ole|--xml|--offset] TEXT|--from-day N|"
+     "--from-ole X",
+     "reads an ISO 8601 text, or takes the date of a Julian day number or an OLE date, adds to it, and prints it in "
+     "the\n"
+     "layout of a format code, 20 unless it is given: --day its Julian day number instead, --ole its OLE date, --xml "
+     "its\nform in XML, --offset the offset from UTC in minutes that the text named.\n"
+     "--julian counts by the Julian calendar.",
+     &RunTime},
+    {"duration", "[--negative] D H M S NS | --ticks N",
+     "prints a duration as ISO 8601 text and in ticks of 100 nanoseconds.", &RunDuration},
 };
 
 /// The text with line breaks and other control characters escaped, so that it stays one line.

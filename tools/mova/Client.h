@@ -67,6 +67,8 @@ int RunStream(Arguments arguments);
 int RunJson(Arguments arguments);
 int RunXml(Arguments arguments);
 int RunNumber(Arguments arguments);
+int RunTime(Arguments arguments);
+int RunDuration(Arguments arguments);
 int RunHelp(Arguments arguments);
 
 /// Runs one command with its name first. Refusals are printed as one line to the stream.

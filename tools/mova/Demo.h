@@ -1,6 +1,8 @@
 // What the parts of the tour share.
 #pragma once
 
+#include <movaSystem.h>
+
 #include <string>
 #include <string_view>
 
@@ -17,7 +19,15 @@ inline kv::BString Text(std::u16string_view text) {
 /// The lines that a refusal is shown with.
 void PrintRefusal(const Refused& refused);
 
+/// What is in a JSON array or object. @throw Refused
+kv::Ptr<IJSONObjectEx> ObjectIn(IJSONArray& array, LONG index);
+kv::Ptr<IJSONObjectEx> ObjectIn(IJSONObject& around, std::u16string_view name);
+std::string TextIn(IJSONObject& object, std::u16string_view name);
+
 /// A JSON document that is read, shown as numbers, changed and written again, and one that is broken.
 void ShowDocument();
+
+/// Times that are read, compared and moved.
+void ShowTimes();
 
 }  // namespace mova::tool

@@ -17,30 +17,11 @@ std::string Shown(INumberFormat& format, double number) {
     return kv::Utf8(text.View());
 }
 
-Object ObjectIn(IJSONArray& array, LONG index) {
-    kv::Ptr<IJSONObject> object;
-    VARIANT_BOOL found = VARIANT_FALSE;
-    Check(array.GetJSONObject(index, object.Put(), &found));
-    return object.As<IJSONObjectEx>();
-}
-Object ObjectIn(IJSONObject& around, std::u16string_view name) {
-    kv::Ptr<IJSONObject> object;
-    VARIANT_BOOL found = VARIANT_FALSE;
-    Check(around.GetJSONObject(Text(name).Get(), object.Put(), &found));
-    return object.As<IJSONObjectEx>();
-}
-
 double NumberIn(IJSONObject& object, std::u16string_view name) {
     double number = 0;
     VARIANT_BOOL found = VARIANT_FALSE;
     Check(object.GetDouble(Text(name).Get(), &number, &found));
     return number;
-}
-std::string TextIn(IJSONObject& object, std::u16string_view name) {
-    kv::BString text;
-    VARIANT_BOOL found = VARIANT_FALSE;
-    Check(object.GetString(Text(name).Get(), text.Put(), &found));
-    return kv::Utf8(text.View());
 }
 
 /// The text of an object, in lines, with two decimals at most.
@@ -130,6 +111,27 @@ void ShowBroken() {
 }
 
 }  // namespace
+
+kv::Ptr<IJSONObjectEx> ObjectIn(IJSONArray& array, LONG index) {
+    kv::Ptr<IJSONObject> object;
+    VARIANT_BOOL found = VARIANT_FALSE;
+    Check(array.GetJSONObject(index, object.Put(), &found));
+    return object.As<IJSONObjectEx>();
+}
+
+kv::Ptr<IJSONObjectEx> ObjectIn(IJSONObject& around, std::u16string_view name) {
+    kv::Ptr<IJSONObject> object;
+    VARIANT_BOOL found = VARIANT_FALSE;
+    Check(around.GetJSONObject(Text(name).Get(), object.Put(), &found));
+    return object.As<IJSONObjectEx>();
+}
+
+std::string TextIn(IJSONObject& object, std::u16string_view name) {
+    kv::BString text;
+    VARIANT_BOOL found = VARIANT_FALSE;
+    Check(object.GetString(Text(name).Get(), text.Put(), &found));
+    return kv::Utf8(text.View());
+}
 
 void ShowDocument() {
     Heading("A GeoJSON text, samples/events.geojson, as JSON objects");
