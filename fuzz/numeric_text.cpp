@@ -40,7 +40,7 @@ formats::NumericSettings AnySettings(fuzz::Input& input) {
     settings.useSeparator = static_cast<std::int16_t>(flags & 0x10);
     settings.zeroPad = static_cast<std::int16_t>(flags & 0x20);
     settings.showPlus = static_cast<std::int16_t>(flags & 0x40);
-    settings.alignmentOption = flags >> 7 & 1;
+    settings.alignmentOption = static_cast<int>(flags >> 7 & 1);
     settings.roundingValue = input.Byte() % (formats::NumericSettings::mostDigits + 1);
     settings.alignmentWidth = input.Byte();
     return settings;

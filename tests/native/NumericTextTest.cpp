@@ -186,7 +186,7 @@ TEST(NumericText, IsWhatTheStepsSay) {
         for (unsigned flags = 0; flags < 16; ++flags) {
             for (int digits = 0; digits <= NumericSettings::mostDigits; ++digits) {
                 for (const double value : values) {
-                    NumericSettings settings = With(flags & 1, digits, flags & 2, flags & 4, flags & 8);
+                    NumericSettings settings = With(static_cast<int>(flags & 1), digits, flags & 2, flags & 4, flags & 8);
                     settings.alignmentOption = digits % 2;
                     settings.alignmentWidth = digits * 2;
                     ASSERT_EQ(kv::Utf8(Show(settings, value, locale.fmt)),

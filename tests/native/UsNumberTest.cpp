@@ -157,7 +157,7 @@ TEST(UsNumber, RoundsAndCutsItsText) {
     for (const auto& row : rows) {
         const auto text = [](const UsNumber& number) {
             std::array<char16_t, UsNumber::textSize> units;
-            const std::string written = Narrow(units.data(), number.Write(units.data()));
+            std::string written = Narrow(units.data(), number.Write(units.data()));
             EXPECT_EQ(written.size(), number.Size());
             EXPECT_EQ(number.IsZero(), written.find_first_of("123456789") == std::string::npos);
             return written;

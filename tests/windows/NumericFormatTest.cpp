@@ -130,7 +130,7 @@ void ExpectAsLocale(const char* where) {
     for (int digits = 0; digits <= NumericSettings::mostDigits; ++digits) {
         for (unsigned flags = 0; flags < 16; ++flags) {
             NumericSettings settings =
-                Settings(flags & 1, digits, (flags & 2) != 0, (flags & 4) != 0, (flags & 8) != 0);
+                Settings(static_cast<int>(flags & 1), digits, (flags & 2) != 0, (flags & 4) != 0, (flags & 8) != 0);
             settings.alignmentOption = digits % 2;
             const Text suffix = flags % 3 == 0 ? u"km" : u"";
             const auto format = FormatWith(settings, suffix);
