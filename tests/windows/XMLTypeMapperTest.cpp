@@ -326,7 +326,7 @@ TEST(XMLTypeMapper, TypesAreAddedFoundAndRemoved) {
     EXPECT_EQ(mapper->FindType(Bstr(u"Road"), name.Put(), uri.Put()), E_INVALIDARG);
     EXPECT_EQ(mapper->GetType(6, name.Put(), uri.Put(), id.Put()), S_OK);
     EXPECT_EQ(uri.View(), u"urn:v");
-    for (const LONG outside : {-1L, 7L}) {
+    for (const LONG outside : {-1L, 9L}) {
         EXPECT_EQ(mapper->GetType(outside, name.Put(), uri.Put(), id.Put()), E_INVALIDARG);
         EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLTypeMapper2>("XMLTypeMapper", "The index is outside the types."));
     }
