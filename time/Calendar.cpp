@@ -1,14 +1,9 @@
 #include "time/Calendar.h"
 
-#include <array>
-
-#include "kvcore/CivilDay.h"
-
 namespace calendar {
 namespace {
 
 constexpr std::int32_t lastYearOfOldRule = 1582;
-constexpr std::int32_t october = 10;
 
 constexpr bool HasLeapDay(std::int32_t year) noexcept {
     return kv::IsLeapYear(year, year > lastYearOfOldRule ? kv::Calendar::Gregorian : kv::Calendar::Julian);
@@ -21,16 +16,6 @@ constexpr kv::Calendar CalendarOf(std::int32_t year, Mode mode) noexcept {
 
 /// More days than there are between the ends of the years.
 constexpr std::int64_t mostDays = 25'000'000;
-
-struct Range {
-    std::int32_t first, last;
-};
-
-/// The day numbers of the years that there are, by mode.
-constexpr Range RangeOf(kv::Calendar early) noexcept {
-    return {kv::DayNumber({kv::AstronomicalYear(earliestYear), 1, 1}, early), kv::DayNumber({latestYear, 12, 31})};
-}
-constexpr std::array<Range, 2> ranges = {RangeOf(kv::Calendar::Gregorian), RangeOf(kv::Calendar::Julian)};
 
 constexpr std::int64_t FloorDivide(std::int64_t number, std::int64_t divisor) noexcept {
     return number / divisor - (number % divisor < 0 ? 1 : 0);
@@ -53,25 +38,6 @@ bool IsValid(const kv::DateTime& fields) noexcept {
 bool IsPossible(const kv::DateTime& fields) noexcept {
     constexpr std::int32_t leapYear = 4;
     return fields.year != 0 && IsDate(leapYear, fields.month, fields.day) && kv::IsTimeOfDay(fields);
-}
-
-std::optional<std::int32_t> DayNumberOf(const kv::DateTime& fields, Mode mode) noexcept {
-    const kv::CivilDate date{kv::AstronomicalYear(fields.year), fields.month, fields.day};
-    if (mode != Mode::Julian) return kv::DayNumber(date);
-    if (fields.month == october && fields.day >= 5 && fields.day <= 14) return {};
-    return kv::DayNumber(date, kv::Calendar::Julian);
-}
-
-bool SetDate(kv::DateTime& fields, std::int64_t dayNumber, Mode mode) noexcept {
-    const Range range = ranges[mode == Mode::Julian ? 1 : 0];
-    if (dayNumber < range.first || dayNumber > range.last) return false;
-    const bool isBeforeReform = mode == Mode::Julian && dayNumber < reformDay;
-    const kv::CivilDate date = kv::DateOf(static_cast<std::int32_t>(dayNumber),
-                                          isBeforeReform ? kv::Calendar::Julian : kv::Calendar::Gregorian);
-    fields.year = static_cast<std::int16_t>(kv::WrittenYear(date.year));
-    fields.month = static_cast<std::int16_t>(date.month);
-    fields.day = static_cast<std::int16_t>(date.day);
-    return true;
 }
 
 Outcome Add(kv::DateTime& fields, Mode mode, std::int64_t days, std::int64_t nanoseconds) noexcept {

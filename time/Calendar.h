@@ -1,9 +1,11 @@
 // What a date and time of day are, day numbers, and the adding of amounts.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 
+#include "kvcore/CivilDay.h"
 #include "kvcore/DateTime.h"
 
 namespace calendar {
@@ -33,12 +35,42 @@ bool IsPossible(const kv::DateTime& fields) noexcept;
 /// The Julian day number of a date. In Julian mode that of the Julian calendar, after the reform, too.
 /// @param mode not another one
 /// @return nothing in Julian mode for the 5th to 14th of October of any year
-std::optional<std::int32_t> DayNumberOf(const kv::DateTime& fields, Mode mode) noexcept;
+inline std::optional<std::int32_t> DayNumberOf(const kv::DateTime& fields, Mode mode) noexcept {
+    const kv::CivilDate date{kv::AstronomicalYear(fields.year), fields.month, fields.day};
+    if (mode != Mode::Julian) return kv::DayNumber(date);
+    if (fields.month == 10 && fields.day >= 5 && fields.day <= 14) return {};
+    return kv::DayNumber(date, kv::Calendar::Julian);
+}
+
+namespace detail {
+
+struct Range {
+    std::int32_t first, last;
+};
+
+/// The day numbers of the years that there are, by mode.
+constexpr Range RangeOf(kv::Calendar early) noexcept {
+    return {kv::DayNumber({kv::AstronomicalYear(earliestYear), 1, 1}, early), kv::DayNumber({latestYear, 12, 31})};
+}
+inline constexpr std::array<Range, 2> ranges = {RangeOf(kv::Calendar::Gregorian), RangeOf(kv::Calendar::Julian)};
+
+}  // namespace detail
 
 /// Sets the date to that of a day number, and leaves the time of day. By the Gregorian calendar, but in Julian mode
 /// before the reform by the Julian one.
 /// @return false, the fields unchanged, outside earliestYear to latestYear
-bool SetDate(kv::DateTime& fields, std::int64_t dayNumber, Mode mode) noexcept;
+inline bool SetDate(kv::DateTime& fields, std::int64_t dayNumber, Mode mode) noexcept {
+    const detail::Range range = detail::ranges[mode == Mode::Julian ? 1 : 0];
+    if (dayNumber < range.first || dayNumber > range.last) return false;
+    const bool isBeforeReform = mode == Mode::Julian && dayNumber < reformDay;
+    const auto day = static_cast<std::int32_t>(dayNumber);
+    const kv::CivilDate date =  // in each of the two the calendar is a constant
+        isBeforeReform ? kv::DateOf(day, kv::Calendar::Julian) : kv::DateOf(day, kv::Calendar::Gregorian);
+    fields.year = static_cast<std::int16_t>(kv::WrittenYear(date.year));
+    fields.month = static_cast<std::int16_t>(date.month);
+    fields.day = static_cast<std::int16_t>(date.day);
+    return true;
+}
 
 /// The day of the week of a day number, 1 for Monday to 7 for Sunday.
 constexpr int DayOfWeek(std::int32_t dayNumber) noexcept {

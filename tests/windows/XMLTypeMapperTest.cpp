@@ -237,15 +237,14 @@ TEST(XMLTypeMapper, KnowsTheTypesOfTheLibrary) {
         std::u16string_view typeName;
         GUID classId;
         const char16_t* earliest = u"urn:mova:schemas:9.0";
-    } rows[] = {
-        {u"PropertySet", __uuidof(::PropertySet)},
-        {u"PropertySetProperty", __uuidof(::PropertySetProperty)},
-        {u"PropertySetArray", __uuidof(::PropertySetArray)},
-        {u"PropertySetPropertyArray", __uuidof(::PropertySetPropertyArray)},
-        {u"StrArray", __uuidof(::StrArray)},
-        {u"UID", __uuidof(::UID)},
-        {u"Time", __uuidof(::Time), u"urn:mova:schemas:9.3"},
-        {u"TimeDuration", __uuidof(::TimeDuration), u"urn:mova:schemas:9.3"}};
+    } rows[] = {{u"PropertySet", __uuidof(::PropertySet)},
+                {u"PropertySetProperty", __uuidof(::PropertySetProperty)},
+                {u"PropertySetArray", __uuidof(::PropertySetArray)},
+                {u"PropertySetPropertyArray", __uuidof(::PropertySetPropertyArray)},
+                {u"StrArray", __uuidof(::StrArray)},
+                {u"UID", __uuidof(::UID)},
+                {u"Time", __uuidof(::Time), u"urn:mova:schemas:9.3"},
+                {u"TimeDuration", __uuidof(::TimeDuration), u"urn:mova:schemas:9.3"}};
     LONG count = 0;
     EXPECT_EQ(mapper->get_TypeCount(&count), S_OK);
     EXPECT_EQ(count, static_cast<LONG>(std::size(rows)));
@@ -326,7 +325,7 @@ TEST(XMLTypeMapper, TypesAreAddedFoundAndRemoved) {
     EXPECT_EQ(mapper->FindType(Bstr(u"Road"), name.Put(), uri.Put()), E_INVALIDARG);
     EXPECT_EQ(mapper->GetType(6, name.Put(), uri.Put(), id.Put()), S_OK);
     EXPECT_EQ(uri.View(), u"urn:v");
-    for (const LONG outside : {-1L, 7L}) {
+    for (const LONG outside : {-1L, 9L}) {
         EXPECT_EQ(mapper->GetType(outside, name.Put(), uri.Put(), id.Put()), E_INVALIDARG);
         EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLTypeMapper2>("XMLTypeMapper", "The index is outside the types."));
     }
