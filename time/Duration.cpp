@@ -36,7 +36,9 @@ Duration InParts(std::uint64_t seconds, std::int32_t nanoseconds, bool isPositiv
 struct Ticks {
     std::int64_t seconds, rest;
 
-    friend constexpr auto operator<=>(const Ticks&, const Ticks&) noexcept = default;
+    friend constexpr bool operator<(const Ticks& left, const Ticks& right) noexcept {
+        return left.seconds != right.seconds ? left.seconds < right.seconds : left.rest < right.rest;
+    }
 };
 constexpr Ticks InTicks(std::int64_t seconds, std::int64_t ticks) noexcept {
     const std::int64_t rest = ticks % ticksPerSecond;
@@ -151,7 +153,7 @@ std::optional<std::int64_t> TicksOf(const Duration& duration) noexcept {
         InTicks(sign * SecondsOf(duration), sign * ((duration.nanoseconds + half) / nanosecondsPerTick));
     constexpr Ticks greatest = InTicks(0, std::numeric_limits<std::int64_t>::max());
     constexpr Ticks least = InTicks(0, std::numeric_limits<std::int64_t>::min());
-    if (ticks < least || ticks > greatest) return {};
+    if (ticks < least || greatest < ticks) return {};
     if (ticks.seconds >= 0) return ticks.seconds * ticksPerSecond + ticks.rest;
     return (ticks.seconds + 1) * ticksPerSecond + (ticks.rest - ticksPerSecond);  // the lowest, too, without overflow
 }

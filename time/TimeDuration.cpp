@@ -51,9 +51,9 @@ HRESULT ReadLength(ITimeDuration* duration, calendar::Length& length) noexcept {
     return S_OK;
 }
 
-kv::Ptr<TimeDuration> TimeDuration::Of(const Duration& parts) {
+kv::Ptr<TimeDuration> TimeDuration::Of(const Duration& duration) {
     auto made = kv::Ptr<TimeDuration>::Attach(Make());
-    made->parts_ = parts;
+    made->parts_ = duration;
     return made;
 }
 

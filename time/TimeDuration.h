@@ -12,7 +12,7 @@ class TimeDuration final
  public:
     using XmlPersistentComponent::XmlPersistentComponent;
     /// A new duration. @throw std::bad_alloc
-    static kv::Ptr<TimeDuration> Of(const calendar::Duration& parts);
+    static kv::Ptr<TimeDuration> Of(const calendar::Duration& duration);
 
     // ITimeDuration
     STDMETHODIMP put_Positive(VARIANT_BOOL flag) noexcept override;
