@@ -233,18 +233,22 @@ TEST(XMLTypeMapper, TurnsIdentifiersIntoTextAndBack) {
 
 TEST(XMLTypeMapper, KnowsTheTypesOfTheLibrary) {
     const auto mapper = FreshMapper();
-    const std::pair<std::u16string_view, GUID> rows[] = {
-        {u"PropertySet", __uuidof(::PropertySet)},
-        {u"PropertySetProperty", __uuidof(::PropertySetProperty)},
-        {u"PropertySetArray", __uuidof(::PropertySetArray)},
-        {u"PropertySetPropertyArray", __uuidof(::PropertySetPropertyArray)},
-        {u"StrArray", __uuidof(::StrArray)},
-        {u"UID", __uuidof(::UID)}};
+    const struct {
+        std::u16string_view typeName;
+        GUID classId;
+        const char16_t* earliest = u"urn:mova:schemas:9.0";
+    } rows[] = {{u"PropertySet", __uuidof(::PropertySet)},
+                {u"PropertySetProperty", __uuidof(::PropertySetProperty)},
+                {u"PropertySetArray", __uuidof(::PropertySetArray)},
+                {u"PropertySetPropertyArray", __uuidof(::PropertySetPropertyArray)},
+                {u"StrArray", __uuidof(::StrArray)},
+                {u"UID", __uuidof(::UID)},
+                {u"NumericFormat", __uuidof(::NumericFormat), u"urn:mova:schemas:9.3"}};
     LONG count = 0;
     EXPECT_EQ(mapper->get_TypeCount(&count), S_OK);
     EXPECT_EQ(count, static_cast<LONG>(std::size(rows)));
     LONG index = 0;
-    for (const auto& [typeName, classId] : rows) {
+    for (const auto& [typeName, classId, earliest] : rows) {
         kv::BString name;
         kv::BString uri;
         kv::BString id;
@@ -255,7 +259,7 @@ TEST(XMLTypeMapper, KnowsTheTypesOfTheLibrary) {
         EXPECT_EQ(mapper->FindType(Bstr(kv::GuidText(classId)), name.Put(), uri.Put()), S_OK);
         EXPECT_EQ(name.View(), typeName);
         EXPECT_EQ(uri.View(), u"urn:mova:schemas:10.0");
-        for (const char16_t* release : {u"urn:mova:schemas:9.0", u"urn:mova:schemas:10.0"}) {
+        for (const char16_t* release : {earliest, u"urn:mova:schemas:10.0"}) {
             EXPECT_EQ(mapper->FindClass(Bstr(typeName), Bstr(release), id.Put()), S_OK);
             EXPECT_EQ(id.View(), kv::GuidText(classId));
             EXPECT_EQ(mapper->RemoveType(Bstr(typeName), Bstr(release)), E_INVALIDARG);
@@ -269,6 +273,8 @@ TEST(XMLTypeMapper, KnowsTheTypesOfTheLibrary) {
 
 TEST(XMLTypeMapper, TypesAreAddedFoundAndRemoved) {
     const auto mapper = FreshMapper();
+    LONG ownCount = 0;
+    EXPECT_EQ(mapper->get_TypeCount(&ownCount), S_OK);
     constexpr auto first = u"{00000000-0000-0000-0000-000000000001}";
     constexpr auto second = u"00000000-0000-0000-0000-000000000002";
     const auto add = [&](const char16_t* name, const char16_t* uri, const char16_t* id) {
@@ -295,7 +301,7 @@ TEST(XMLTypeMapper, TypesAreAddedFoundAndRemoved) {
     }
     LONG count = 0;
     EXPECT_EQ(mapper->get_TypeCount(&count), S_OK);
-    EXPECT_EQ(count, 9);
+    EXPECT_EQ(count, ownCount + 3);
     EXPECT_EQ(Mapper().Get(), mapper.Get()) << "the thread's one";
 
     kv::BString id;
@@ -318,9 +324,9 @@ TEST(XMLTypeMapper, TypesAreAddedFoundAndRemoved) {
     EXPECT_EQ(name.Get(), nullptr);
     EXPECT_EQ(uri.Get(), nullptr);
     EXPECT_EQ(mapper->FindType(Bstr(u"Road"), name.Put(), uri.Put()), E_INVALIDARG);
-    EXPECT_EQ(mapper->GetType(6, name.Put(), uri.Put(), id.Put()), S_OK);
+    EXPECT_EQ(mapper->GetType(ownCount, name.Put(), uri.Put(), id.Put()), S_OK);
     EXPECT_EQ(uri.View(), u"urn:v");
-    for (const LONG outside : {-1L, 7L}) {
+    for (const LONG outside : {-1L, ownCount + 1}) {
         EXPECT_EQ(mapper->GetType(outside, name.Put(), uri.Put(), id.Put()), E_INVALIDARG);
         EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLTypeMapper2>("XMLTypeMapper", "The index is outside the types."));
     }
