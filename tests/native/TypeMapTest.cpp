@@ -41,6 +41,7 @@ TEST(TypeMap, HasTheLibrarysOwnTypesFromTheirFirstReleaseOn) {
                 {u"PropertySetPropertyArray", u"{4FAEB515-22D6-4FF8-8D3C-108858856D6A}"},
                 {u"StrArray", u"{A7F92065-36CE-47B6-A463-4763DA947CC2}"},
                 {u"UID", u"{78FF7FA1-FB2F-11D1-94A2-080009EEBECB}"},
+                {u"NumericFormat", u"{7E4F4719-8E54-11D2-AAD8-000000000000}", SchemaRelease::V9_3},
                 {u"Time", u"{E1721810-8210-45B1-8590-FC4C911FBA20}", SchemaRelease::V9_3},
                 {u"TimeDuration", u"{09692C1C-21FA-4FE2-8EFA-6C4ACB59A323}", SchemaRelease::V9_3}};
     TypeMap map;
