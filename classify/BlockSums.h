@@ -12,7 +12,7 @@ namespace mova {
 ///
 /// Values are taken as whole multiples of a step, counted from the smallest: the step is the 2^-61th part of the power
 /// of two above the greatest value, so whatever is not a thousand times smaller than that one keeps all its bits. Sums
-/// up to every 64th value are kept. Being integers they are exact: what a class's sums say does not depend on how they
+/// up to every 32nd value are kept. Being integers they are exact: what a class's sums say does not depend on how they
 /// came about.
 class BlockSums {
  public:
@@ -39,7 +39,7 @@ class BlockSums {
     bool SumsAreExactInDoubles() const noexcept { return sumsAreExactInDoubles_; }
 
  private:
-    static constexpr std::size_t blockSize = 64;
+    static constexpr std::size_t blockSize = 32;
 
     std::uint64_t PlaceOf(double value) const noexcept {
         return static_cast<std::uint64_t>(static_cast<std::int64_t>(value * scale_) - origin_);

@@ -18,7 +18,6 @@ struct Limits {
 };
 
 struct ClassState {
-    ClassSums sums;
     Limits mean;
     Limits deviation;  ///< the sum of squared deviations from the mean
     bool isSummed = false;
@@ -30,15 +29,20 @@ constexpr std::int32_t fewValues = 8;
 
 class Search {
  public:
-    Search(const HistogramView& data, int classCount, const BlockSums* sums, NaturalBounds& bounds)
-        : data_(data), k_(classCount), sums_(sums), bounds_(bounds) {}
+    /// @param blocks null where all classes are to be summed
+    /// @param ascends whether the values do, and are finite
+    Search(const HistogramView& data, int classCount, const BlockSums* blocks, bool ascends, NaturalBounds& bounds)
+        : data_(data), k_(classCount), blocks_(blocks), ascends_(ascends), bounds_(bounds) {}
 
     /// @throw VarianceError
     void Run() {
         const auto count = static_cast<std::int64_t>(data_.values.size());
         for (int i = 0; i < k_; ++i) bounds_[At(i)] = static_cast<std::int32_t>(i * count / k_ - 1);
         bounds_[At(k_)] = static_cast<std::int32_t>(count - 1);
-        for (int i = 0; i < k_; ++i) Take(i);
+        for (int i = 0; i < k_; ++i) {
+            if (blocks_) Sums(i) = blocks_->Between(At(Bound(i) + 1), At(Bound(i + 1) + 1));
+            Judge(i);
+        }
         Reassign();
         if (!ShiftBounds()) return;
         ShiftBounds();
@@ -49,28 +53,23 @@ class Search {
     static std::size_t At(int index) noexcept { return static_cast<std::size_t>(index); }
     double Value(std::int32_t index) const noexcept { return data_.values[At(index)]; }
     ClassState& Class(int index) noexcept { return classes_[At(index)]; }
+    ClassSums& Sums(int index) noexcept { return classSums_[At(index)]; }
     std::int32_t& Bound(int index) noexcept { return bounds_[At(index)]; }
 
     /// Sums a class's values in their order and knows it then.
     void SumUp(ClassState& state, std::int32_t first, std::int32_t last) const;
     /// Limits for what summing up would give, from the class's sums.
-    void Estimate(ClassState& state, std::int32_t first, std::int32_t last) const;
-    /// What is to be known of a class whose sums have changed.
-    void Judge(int i) {
-        const std::int32_t first = Bound(i) + 1;
-        const std::int32_t last = Bound(i + 1);
+    void Estimate(ClassState& state, const ClassSums& sums, std::int32_t first, std::int32_t last) const;
+    /// What is to be known of a class of these values.
+    void Judge(ClassState& state, const ClassSums& sums, std::int32_t first, std::int32_t last) const {
         if (first > last) throw VarianceError();
-        if (sums_ && last - first >= fewValues) {
-            Estimate(Class(i), first, last);
+        if (blocks_ && last - first >= fewValues) {
+            Estimate(state, sums, first, last);
         } else {
-            SumUp(Class(i), first, last);
+            SumUp(state, first, last);
         }
     }
-    /// A class anew, with its sums.
-    void Take(int i) {
-        if (sums_) Class(i).sums = sums_->Between(At(Bound(i) + 1), At(Bound(i + 1) + 1));
-        Judge(i);
-    }
+    void Judge(int i) { Judge(Class(i), Sums(i), Bound(i) + 1, Bound(i + 1)); }
     void Settle(ClassState& state, std::int32_t first, std::int32_t last) const {
         if (!state.isSummed) SumUp(state, first, last);
     }
@@ -78,6 +77,8 @@ class Search {
     void Reassign();
     /// The classes' new states after a round, out of the remembered ones. @return whether any bound has moved
     bool TakeRound();
+    /// What the sums of two neighbours become when the bound between them goes from one index to another.
+    void MoveSums(int lower, std::int32_t from, std::int32_t to);
     /// The sign of the change that the last round has made to the sum of all deviations.
     int CompareTotals();
     Limits Total(const std::array<ClassState, mostNaturalClasses>& classes) const noexcept;
@@ -95,10 +96,12 @@ class Search {
 
     const HistogramView data_;
     const int k_;
-    const BlockSums* const sums_;  ///< null where all classes are summed
+    const BlockSums* const blocks_;
+    const bool ascends_;
     NaturalBounds& bounds_;
     NaturalBounds remembered_;
     std::array<ClassState, mostNaturalClasses> classes_, rememberedClasses_;
+    std::array<ClassSums, mostNaturalClasses> classSums_;  ///< where there are blocks
 };
 
 void Search::SumUp(ClassState& state, std::int32_t first, std::int32_t last) const {
@@ -120,10 +123,9 @@ void Search::SumUp(ClassState& state, std::int32_t first, std::int32_t last) con
     state.isSummed = true;
 }
 
-void Search::Estimate(ClassState& state, std::int32_t first, std::int32_t last) const {
+void Search::Estimate(ClassState& state, const ClassSums& sums, std::int32_t first, std::int32_t last) const {
     // In grid steps. With a whole number a near the mean, the sum of f (x - a)^2 is squares - a (2 sum - a weight), which
     // is exact and not much greater than the deviation: what it is too much is (sum - a weight)^2 / weight.
-    const ClassSums& sums = state.sums;
     if (sums.weight == 0) throw VarianceError();
     const auto weight = static_cast<double>(sums.weight);
     const auto near = static_cast<std::uint64_t>(ToDouble(sums.sum) / weight);
@@ -139,7 +141,7 @@ void Search::Estimate(ClassState& state, std::int32_t first, std::int32_t last) 
     // Off the grid each value is less than a step away from where it counts; so is the mean, and the root of the
     // deviation is less than the root of the weight away.
     double offGrid = 0;
-    if (!sums_->AreExact(At(first), At(last))) {
+    if (!blocks_->AreExact(At(first), At(last))) {
         offGrid = 1;
         const double reach = 2 * std::sqrt(std::max(high, 0.0) * weight) * 1.0001;
         low -= reach;
@@ -149,23 +151,23 @@ void Search::Estimate(ClassState& state, std::int32_t first, std::int32_t last) 
     // Summing n terms one by one in doubles has a relative error below n units of 2^-53, when all are of one sign; for
     // the mean it is relative to the greatest magnitude. A wrong mean adds its squared error to the deviation.
     const double terms = (last - first + 32) * (0x1p-53 * 1.0001);
-    const double greatest = std::max(std::fabs(Value(first)), std::fabs(Value(last))) * sums_->StepsPerUnit();
-    const bool meanIsExact = sums_->SumsAreExactInDoubles();
+    const double greatest = std::max(std::fabs(Value(first)), std::fabs(Value(last))) * blocks_->StepsPerUnit();
+    const bool meanIsExact = blocks_->SumsAreExactInDoubles();
     const double meanError = greatest * (meanIsExact ? 0x1p-52 : terms);
-    const double step = sums_->Step();
+    const double step = blocks_->Step();
     constexpr double lostBelow = 0x1p-100;  // far more than can be lost below the smallest number
     state.deviation.high = (high + weight * meanError * meanError * 1.0001 + lostBelow) * (1 + terms) * step * step;
     state.deviation.low = std::max(0.0, (low - lostBelow) * (1 - terms)) * step * step;
     if (meanIsExact) {
-        const Uint128 origin = static_cast<Uint128>(static_cast<std::uint64_t>(std::abs(sums_->Origin()))) * sums.weight;
-        const bool isNegative = sums_->Origin() < 0 && sums.sum < origin;
+        const Uint128 origin = static_cast<Uint128>(static_cast<std::uint64_t>(std::abs(blocks_->Origin()))) * sums.weight;
+        const bool isNegative = blocks_->Origin() < 0 && sums.sum < origin;
         const Uint128 magnitude = isNegative                ? origin - sums.sum
-                                  : sums_->Origin() < 0 ? sums.sum - origin
+                                  : blocks_->Origin() < 0 ? sums.sum - origin
                                                             : sums.sum + origin;
         const double sum = ToDouble(magnitude) * step;
         state.mean = Limits::Of((isNegative ? -sum : sum) / weight);
     } else {
-        const double mean = static_cast<double>(static_cast<std::int64_t>(near) + sums_->Origin()) + rest / weight;
+        const double mean = static_cast<double>(static_cast<std::int64_t>(near) + blocks_->Origin()) + rest / weight;
         const double error = meanError + greatest * 0x1p-49 + offGrid;
         state.mean = {(mean - error) * step, (mean + error) * step};
     }
@@ -191,6 +193,7 @@ void Search::Reassign() {
         const int change = CompareTotals();
         if (change < 0) continue;
         if (change > 0) {
+            for (int i = 0; i + 1 < k_; ++i) MoveSums(i, Bound(i + 1), remembered_[At(i + 1)]);
             std::copy_n(remembered_.begin(), k_ + 1, bounds_.begin());
             std::copy_n(rememberedClasses_.begin(), k_, classes_.begin());
         }
@@ -198,21 +201,18 @@ void Search::Reassign() {
     }
 }
 
+void Search::MoveSums(int lower, std::int32_t from, std::int32_t to) {
+    if (!blocks_ || from == to) return;
+    const ClassSums crossing = blocks_->Between(At(std::min(from, to) + 1), At(std::max(from, to) + 1));
+    Sums(from < to ? lower : lower + 1) += crossing;
+    Sums(from < to ? lower + 1 : lower) -= crossing;
+}
+
 bool Search::TakeRound() {
     bool moved = false;
     for (int i = 0; i < k_; ++i) {
         const bool upperMoved = Bound(i + 1) != remembered_[At(i + 1)];
-        if (upperMoved && sums_) {
-            const auto [lower, upper] = std::minmax(Bound(i + 1), remembered_[At(i + 1)]);
-            const ClassSums crossing = sums_->Between(At(lower + 1), At(upper + 1));
-            if (Bound(i + 1) == upper) {
-                Class(i).sums += crossing;
-                Class(i + 1).sums -= crossing;
-            } else {
-                Class(i).sums -= crossing;
-                Class(i + 1).sums += crossing;
-            }
-        }
+        if (upperMoved) MoveSums(i, remembered_[At(i + 1)], Bound(i + 1));
         if (upperMoved || Bound(i) != remembered_[At(i)]) Judge(i);
         moved = moved || upperMoved;
     }
@@ -240,28 +240,44 @@ int Search::CompareTotals() {
 }
 
 void Search::Scan(int i) {
-    if (!sums_ || !GoDown(i) || !GoUp(i)) ScanEach(i);
+    if (!ascends_ || !GoDown(i) || !GoUp(i)) ScanEach(i);
 }
 
 void Search::ScanEach(int i) {
-    for (int other = std::max(i - 1, 0); other <= std::min(i + 1, k_ - 1); ++other) SettleRemembered(other);
+    const bool hasLower = i >= 1;
+    const bool hasUpper = i < k_ - 1;
+    if (hasLower) SettleRemembered(i - 1);
+    SettleRemembered(i);
+    if (hasUpper) SettleRemembered(i + 1);
     const double own = Class(i).mean.low;
+    const double lower = hasLower ? Class(i - 1).mean.low : 0;
+    const double upper = hasUpper ? Class(i + 1).mean.low : 0;
     const std::int32_t last = Bound(i + 1);
-    for (std::int32_t j = Bound(i) + 1; j <= last; ++j) {
+    std::int32_t below = Bound(i);
+    for (std::int32_t j = below + 1; j <= last; ++j) {
         const double value = Value(j);
         const double distance = std::fabs(value - own);
-        if (i >= 1 && j != last && distance > std::fabs(value - Class(i - 1).mean.low)) {
-            Bound(i) = j;
-        } else if (i < k_ - 1 && Bound(i) != j - 1 && distance > std::fabs(value - Class(i + 1).mean.low)) {
+        if (hasLower && j != last && distance > std::fabs(value - lower)) {
+            below = j;
+        } else if (hasUpper && below != j - 1 && distance > std::fabs(value - upper)) {
             Bound(i + 1) = j - 1;
-            return;
+            break;
         }
     }
+    Bound(i) = below;
 }
 
-/// The first index from one to another, not included, for which something does not hold that holds up to there.
+/// The first index from one to another, not included, for which something does not hold that holds up to there. It is
+/// looked for where it is likely: near the begin.
 template <class Predicate>
 std::int32_t Partition(std::int32_t begin, std::int32_t end, Predicate holds) {
+    for (std::int32_t step = 1; step < end - begin; step *= 2) {
+        if (!holds(begin + step - 1)) {
+            end = begin + step - 1;
+            break;
+        }
+        begin += step;
+    }
     while (begin < end) {
         const std::int32_t middle = begin + (end - begin) / 2;
         if (holds(middle)) {
@@ -301,8 +317,9 @@ bool Search::GoUp(int i) {
     const Limits& upper = Class(i + 1).mean;
     for (;;) {
         if (!(Value(last) <= upper.low && own.high <= upper.low)) return false;
-        const std::int32_t begin = Partition(Bound(i) + 2, last + 1, [&](std::int32_t j) {
-            return Value(j) - own.low <= upper.low - Value(j);
+        const std::int32_t begin = last + 1 - Partition(0, last - Bound(i) - 1, [&](std::int32_t fromLast) {
+            const double value = Value(last - fromLast);
+            return !(value - own.low <= upper.low - value);
         });
         if (begin > last) return true;
         if (Value(begin) - own.high > upper.high - Value(begin)) {
@@ -325,33 +342,52 @@ bool Search::ShiftBounds() {
 
 bool Search::TryShift(int lower, int step) {
     const int upper = lower + 1;
-    std::int32_t& bound = Bound(upper);
-    std::array old{Class(lower), Class(upper)};
-    if (sums_) {
-        const std::int32_t crossing = step > 0 ? bound + 1 : bound;
-        ClassSums value;
-        value.Add(sums_->Place(At(crossing)), static_cast<std::uint32_t>(data_.frequencies[At(crossing)]));
-        (step > 0 ? Class(lower) : Class(upper)).sums += value;
-        (step > 0 ? Class(upper) : Class(lower)).sums -= value;
+    const std::int32_t first = Bound(lower) + 1;
+    const std::int32_t last = Bound(upper + 1);
+    const std::int32_t from = Bound(upper);
+    const std::int32_t to = from + step;
+    ClassSums lowerSums;
+    ClassSums upperSums;
+    if (blocks_) {
+        const std::size_t crossing = At(std::max(from, to));
+        const ClassSums crossingSums = blocks_->Between(crossing, crossing + 1);
+        lowerSums = Sums(lower);
+        upperSums = Sums(upper);
+        (step > 0 ? lowerSums : upperSums) += crossingSums;
+        (step > 0 ? upperSums : lowerSums) -= crossingSums;
     }
-    bound += step;
-    Judge(lower);
-    Judge(upper);
-    const auto sumOf = [](const auto& left, const auto& right, double Limits::*limit) {
-        return left.deviation.*limit + right.deviation.*limit;
-    };
-    if (sumOf(Class(lower), Class(upper), &Limits::high) < sumOf(old[0], old[1], &Limits::low)) return true;
-    if (!(sumOf(Class(lower), Class(upper), &Limits::low) >= sumOf(old[0], old[1], &Limits::high))) {
-        Settle(Class(lower), Bound(lower) + 1, bound);
-        Settle(Class(upper), bound + 1, Bound(upper + 1));
-        Settle(old[0], Bound(lower) + 1, bound - step);
-        Settle(old[1], bound - step + 1, Bound(upper + 1));
-        if (sumOf(Class(lower), Class(upper), &Limits::low) < sumOf(old[0], old[1], &Limits::low)) return true;
+    ClassState newLower;
+    ClassState newUpper;
+    Judge(newLower, lowerSums, first, to);
+    Judge(newUpper, upperSums, to + 1, last);
+    ClassState& oldLower = Class(lower);
+    ClassState& oldUpper = Class(upper);
+    if (!(newLower.deviation.high + newUpper.deviation.high < oldLower.deviation.low + oldUpper.deviation.low)) {
+        if (newLower.deviation.low + newUpper.deviation.low >= oldLower.deviation.high + oldUpper.deviation.high)
+            return false;
+        Settle(oldLower, first, from);
+        Settle(oldUpper, from + 1, last);
+        Settle(newLower, first, to);
+        Settle(newUpper, to + 1, last);
+        if (!(newLower.deviation.low + newUpper.deviation.low < oldLower.deviation.low + oldUpper.deviation.low))
+            return false;
     }
-    bound -= step;
-    Class(lower) = old[0];
-    Class(upper) = old[1];
-    return false;
+    Bound(upper) = to;
+    oldLower = newLower;
+    oldUpper = newUpper;
+    if (blocks_) {
+        Sums(lower) = lowerSums;
+        Sums(upper) = upperSums;
+    }
+    return true;
+}
+
+/// Whether all values are finite and none is below the one in front of it.
+bool Ascend(std::span<const double> values) noexcept {
+    if (!std::isfinite(values.front()) || !std::isfinite(values.back())) return false;
+    for (std::size_t i = 1; i < values.size(); ++i)
+        if (!(values[i] >= values[i - 1])) return false;
+    return true;
 }
 
 }  // namespace
@@ -359,9 +395,10 @@ bool Search::TryShift(int lower, int step) {
 bool FindNaturalBounds(const HistogramView& data, int classCount, BlockSums& sums, NaturalBounds& bounds) {
     const auto count = static_cast<std::int64_t>(data.values.size());
     const bool usesSums = count / classCount >= fewValuesAClass && sums.Make(data);
+    const bool ascends = usesSums || Ascend(data.values);
     NaturalBounds found;
     try {
-        Search(data, classCount, usesSums ? &sums : nullptr, found).Run();
+        Search(data, classCount, usesSums ? &sums : nullptr, ascends, found).Run();
     } catch (const VarianceError&) {
         return false;
     }
