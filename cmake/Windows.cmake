@@ -2,7 +2,7 @@
 include(Widl)
 enable_language(RC)
 mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaXML movaXMLReader
-                 movaXMLSerializer movaJSON movaJSONReader movaJSONWriter)
+                 movaXMLSerializer movaJSON movaJSONReader movaJSONWriter movaClassify)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)

@@ -1,0 +1,227 @@
+#include "classify/Statistics.h"
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+namespace mova {
+namespace {
+
+constexpr std::size_t blockSize = 1024;  // values and weights of a block stay in the first cache between its two passes
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+/// Two values a lane; four lanes, so that an addition need not wait for the one before it.
+constexpr std::size_t lanes = 4;
+constexpr std::size_t lanesSize = 2 * lanes;
+
+struct Lanes {
+    explicit Lanes(double start) noexcept { all.fill(_mm_set1_pd(start)); }
+    template <class Operation>
+    double Fold(Operation operation) const noexcept {
+        std::array<double, lanesSize> parts;
+        for (std::size_t i = 0; i < lanes; ++i) _mm_storeu_pd(&parts[2 * i], all[i]);
+        return std::accumulate(parts.begin() + 1, parts.end(), parts[0], operation);
+    }
+    double Sum() const noexcept { return Fold(std::plus<>()); }
+
+    std::array<__m128d, lanes> all;
+};
+
+double Least(double left, double right) noexcept {
+    return std::min(left, right);
+}
+double Greatest(double left, double right) noexcept {
+    return std::max(left, right);
+}
+
+bool AreFinite(std::span<const double> numbers) noexcept {
+    return std::all_of(numbers.begin(), numbers.end(), [](double number) { return std::isfinite(number); });
+}
+
+/// What the first pass over a block finds.
+struct Totals {
+    double weight = 0, sum = 0, minimum = infinity, maximum = -infinity;
+    std::int64_t count = 0;
+
+    void Take(double value, double itsWeight) noexcept {
+        if (!(itsWeight > 0)) return;
+        weight += itsWeight;
+        sum += value * itsWeight;
+        minimum = std::min(minimum, value);
+        maximum = std::max(maximum, value);
+        ++count;
+    }
+};
+
+Totals TotalsOf(std::span<const double> values) noexcept {
+    Lanes sum(0);
+    Lanes least(infinity);
+    Lanes greatest(-infinity);
+    std::size_t i = 0;
+    for (; i + lanesSize <= values.size(); i += lanesSize) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            const __m128d pair = _mm_loadu_pd(&values[i + 2 * lane]);
+            sum.all[lane] = _mm_add_pd(sum.all[lane], pair);
+            least.all[lane] = _mm_min_pd(least.all[lane], pair);
+            greatest.all[lane] = _mm_max_pd(greatest.all[lane], pair);
+        }
+    }
+    Totals totals{static_cast<double>(i), sum.Sum(), least.Fold(Least), greatest.Fold(Greatest),
+                  static_cast<std::int64_t>(i)};
+    for (; i < values.size(); ++i) totals.Take(values[i], 1);
+    return totals;
+}
+
+Totals TotalsOf(std::span<const double> values, std::span<const double> weights) noexcept {
+    Totals totals;
+    for (std::size_t i = 0; i < values.size(); ++i) totals.Take(values[i], weights[i]);
+    return totals;
+}
+
+/// The weighted squared deviations from a mean that may be off by a rounding: what it is off is taken out again.
+double SquaresOf(std::span<const double> values, double mean) noexcept {
+    Lanes squares(0);
+    Lanes rests(0);
+    const __m128d center = _mm_set1_pd(mean);
+    std::size_t i = 0;
+    for (; i + lanesSize <= values.size(); i += lanesSize) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            const __m128d distance = _mm_sub_pd(_mm_loadu_pd(&values[i + 2 * lane]), center);
+            squares.all[lane] = _mm_add_pd(squares.all[lane], _mm_mul_pd(distance, distance));
+            rests.all[lane] = _mm_add_pd(rests.all[lane], distance);
+        }
+    }
+    double square = squares.Sum();
+    double rest = rests.Sum();
+    for (; i < values.size(); ++i) {
+        square += (values[i] - mean) * (values[i] - mean);
+        rest += values[i] - mean;
+    }
+    return std::max(0.0, square - rest * rest / static_cast<double>(values.size()));
+}
+
+double SquaresOf(std::span<const double> values, std::span<const double> weights, double mean, double weight) noexcept {
+    double square = 0;
+    double rest = 0;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const double distance = values[i] - mean;
+        square += distance * distance * weights[i];
+        rest += distance * weights[i];
+    }
+    return std::max(0.0, square - rest * rest / weight);
+}
+
+}  // namespace
+
+void Statistics::Merge(const Statistics& block) noexcept {
+    if (block.count_ == 0) return;
+    if (count_ == 0) {
+        *this = block;
+        return;
+    }
+    const double weight = weight_ + block.weight_;
+    const double apart = block.mean_ - mean_;
+    const double share = block.weight_ / weight;
+    squares_ += block.squares_ + apart * apart * weight_ * share;
+    mean_ += apart * share;
+    const double sum = sum_ + block.sum_;
+    lostOfSum_ += std::fabs(sum_) >= std::fabs(block.sum_) ? (sum_ - sum) + block.sum_ : (block.sum_ - sum) + sum_;
+    sum_ = sum;
+    weight_ = weight;
+    count_ += block.count_;
+    minimum_ = std::min(minimum_, block.minimum_);
+    maximum_ = std::max(maximum_, block.maximum_);
+}
+
+double Statistics::Sum() const noexcept {
+    return std::isfinite(sum_) ? sum_ + lostOfSum_ : sum_;
+}
+
+bool Statistics::Add(std::span<const double> values) noexcept {
+    Statistics all = *this;
+    for (; !values.empty(); values = values.subspan(std::min(blockSize, values.size()))) {
+        const auto part = values.first(std::min(blockSize, values.size()));
+        const Totals totals = TotalsOf(part);
+        // A number that is none, or infinite, stays in every sum that it enters.
+        if (!std::isfinite(totals.sum) && !AreFinite(part)) return false;
+        Statistics block;
+        block.count_ = totals.count;
+        block.weight_ = totals.weight;
+        block.sum_ = totals.sum;
+        block.minimum_ = totals.minimum;
+        block.maximum_ = totals.maximum;
+        block.mean_ = std::isfinite(totals.sum)
+                          ? totals.sum / totals.weight
+                          : std::accumulate(part.begin(), part.end(), 0.0, [&](double sum, double value) {
+                                return sum + value / totals.weight;
+                            });
+        block.squares_ = SquaresOf(part, block.mean_);
+        all.Merge(block);
+    }
+    *this = all;
+    return true;
+}
+
+bool Statistics::Add(std::span<const double> values, std::span<const double> weights) noexcept {
+    Statistics all = *this;
+    while (!values.empty()) {
+        const std::size_t size = std::min(blockSize, values.size());
+        const auto part = values.first(size);
+        const auto partWeights = weights.first(size);
+        values = values.subspan(size);
+        weights = weights.subspan(size);
+        if (!AreFinite(part) || !AreFinite(partWeights) ||
+            std::any_of(partWeights.begin(), partWeights.end(), [](double weight) { return weight < 0; }))
+            return false;
+        const Totals totals = TotalsOf(part, partWeights);
+        if (totals.count == 0) continue;
+        Statistics block;
+        block.count_ = totals.count;
+        block.weight_ = totals.weight;
+        block.sum_ = totals.sum;
+        block.minimum_ = totals.minimum;
+        block.maximum_ = totals.maximum;
+        block.mean_ = totals.sum / totals.weight;
+        block.squares_ = SquaresOf(part, partWeights, block.mean_, totals.weight);
+        all.Merge(block);
+    }
+    *this = all;
+    return true;
+}
+
+HistogramOutcome MakeHistogram(std::span<const double> numbers, std::span<const std::int32_t> occurrences,
+                               DistinctValues& made) {
+    struct Entry {
+        double value;
+        std::int64_t frequency;
+    };
+    DistinctValues found;
+    const auto append = [&](double value, std::int64_t frequency) {
+        found.values.push_back(value + 0.0);  // which makes the negative zero a zero
+        found.frequencies.push_back(static_cast<std::int32_t>(frequency));
+        return frequency <= std::numeric_limits<std::int32_t>::max();
+    };
+    if (!AreFinite(numbers)) return HistogramOutcome::notFinite;
+    std::vector<Entry> entries;
+    entries.reserve(numbers.size());
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        const std::int32_t frequency = occurrences.empty() ? 1 : occurrences[i];
+        if (frequency < 0) return HistogramOutcome::negative;
+        if (frequency > 0) entries.push_back({numbers[i], frequency});
+    }
+    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.value < b.value; });
+    for (auto entry = entries.begin(); entry != entries.end();) {
+        const double value = entry->value;
+        std::int64_t frequency = 0;
+        for (; entry != entries.end() && entry->value == value; ++entry) frequency += entry->frequency;
+        if (!append(value, frequency)) return HistogramOutcome::tooOften;
+    }
+    made = std::move(found);
+    return HistogramOutcome::done;
+}
+
+}  // namespace mova
