@@ -67,8 +67,7 @@ bool BlockSums::Make(const HistogramView& data) {
 
 ClassSums BlockSums::SumUp(std::size_t begin, std::size_t end) const noexcept {
     ClassSums sums;
-    for (std::size_t i = begin; i < end; ++i)
-        sums.Add(Place(i), static_cast<std::uint32_t>(data_.frequencies[i]));
+    for (std::size_t i = begin; i < end; ++i) sums.Add(Place(i), static_cast<std::uint32_t>(data_.frequencies[i]));
     return sums;
 }
 

@@ -34,7 +34,9 @@ class BlockSums {
 
     /// Whether the values from an index to another, both included, all lie on the grid. Others lie less than one step
     /// farther from zero than their place.
-    bool AreExact(std::size_t first, std::size_t last) const noexcept { return last < inexactBegin_ || first >= inexactEnd_; }
+    bool AreExact(std::size_t first, std::size_t last) const noexcept {
+        return last < inexactBegin_ || first >= inexactEnd_;
+    }
     /// Whether every sum of values times frequencies, in whatever order, is exact in doubles.
     bool SumsAreExactInDoubles() const noexcept { return sumsAreExactInDoubles_; }
 

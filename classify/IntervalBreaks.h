@@ -10,9 +10,9 @@ namespace mova {
 
 enum class BreakOutcome {
     done,
-    noClass,        ///< there is no break inside the data; nothing is refused
-    endless,        ///< a number that is none, or a step too small for its neighbourhood: breaks would not come to an end
-    tooMany,        ///< more than mostBreaks, or than so many steps to find them
+    noClass,  ///< there is no break inside the data; nothing is refused
+    endless,  ///< a number that is none, or a step too small for its neighbourhood: breaks would not come to an end
+    tooMany,  ///< more than mostBreaks, or than so many steps to find them
     badFrequencies  ///< frequencies below 0 that leave a class without a value
 };
 
@@ -48,7 +48,8 @@ BreakOutcome DefinedIntervalBreaks(Range range, double width, std::int64_t& clas
 
 /// Classes each of which is wider, or narrower, than the one before by the same factor. The factor is the one that lets
 /// half of all observations fall into the lower half of the classes: with p the place of the median in the range, 0 to
-/// 1, it is ((1 - p) / p)^(2 / classes); p is held between 1e-6 and 1 - 1e-6. A median in the middle gives equal widths.
+/// 1, it is ((1 - p) / p)^(2 / classes); p is held between 1e-6 and 1 - 1e-6. A median in the middle gives equal
+/// widths.
 /// @param data one value at least, ascending. @param classCount 1 or more; becomes 1 where all values are equal.
 /// @return badFrequencies where one is below 0 or all are 0; endless for values that are not finite or do not ascend
 /// @throw std::bad_alloc

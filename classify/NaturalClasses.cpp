@@ -124,8 +124,8 @@ void Search::SumUp(ClassState& state, std::int32_t first, std::int32_t last) con
 }
 
 void Search::Estimate(ClassState& state, const ClassSums& sums, std::int32_t first, std::int32_t last) const {
-    // In grid steps. With a whole number a near the mean, the sum of f (x - a)^2 is squares - a (2 sum - a weight), which
-    // is exact and not much greater than the deviation: what it is too much is (sum - a weight)^2 / weight.
+    // In grid steps. With a whole number a near the mean, the sum of f (x - a)^2 is squares - a (2 sum - a weight),
+    // which is exact and not much greater than the deviation: what it is too much is (sum - a weight)^2 / weight.
     if (sums.weight == 0) throw VarianceError();
     const auto weight = static_cast<double>(sums.weight);
     const auto near = static_cast<std::uint64_t>(ToDouble(sums.sum) / weight);
@@ -159,11 +159,12 @@ void Search::Estimate(ClassState& state, const ClassSums& sums, std::int32_t fir
     state.deviation.high = (high + weight * meanError * meanError * 1.0001 + lostBelow) * (1 + terms) * step * step;
     state.deviation.low = std::max(0.0, (low - lostBelow) * (1 - terms)) * step * step;
     if (meanIsExact) {
-        const Uint128 origin = static_cast<Uint128>(static_cast<std::uint64_t>(std::abs(blocks_->Origin()))) * sums.weight;
+        const Uint128 origin =
+            static_cast<Uint128>(static_cast<std::uint64_t>(std::abs(blocks_->Origin()))) * sums.weight;
         const bool isNegative = blocks_->Origin() < 0 && sums.sum < origin;
-        const Uint128 magnitude = isNegative                ? origin - sums.sum
+        const Uint128 magnitude = isNegative              ? origin - sums.sum
                                   : blocks_->Origin() < 0 ? sums.sum - origin
-                                                            : sums.sum + origin;
+                                                          : sums.sum + origin;
         const double sum = ToDouble(magnitude) * step;
         state.mean = Limits::Of((isNegative ? -sum : sum) / weight);
     } else {
@@ -299,8 +300,8 @@ bool Search::GoDown(int i) {
         // With all values at or above the lower mean, and that below their own, whoever is nearer to the lower mean
         // stands in front of those who are not; differences in doubles keep this order.
         if (!(lower.high <= Value(first) && lower.high <= own.low)) return false;
-        const std::int32_t end = Partition(
-            first, last, [&](std::int32_t j) { return own.low - Value(j) > Value(j) - lower.low; });
+        const std::int32_t end =
+            Partition(first, last, [&](std::int32_t j) { return own.low - Value(j) > Value(j) - lower.low; });
         if (end == last || own.high - Value(end) <= Value(end) - lower.high) {
             Bound(i) = end - 1;
             return true;
@@ -318,9 +319,9 @@ bool Search::GoUp(int i) {
     for (;;) {
         if (!(Value(last) <= upper.low && own.high <= upper.low)) return false;
         const std::int32_t begin = last + 1 - Partition(0, last - Bound(i) - 1, [&](std::int32_t fromLast) {
-            const double value = Value(last - fromLast);
-            return !(value - own.low <= upper.low - value);
-        });
+                                       const double value = Value(last - fromLast);
+                                       return !(value - own.low <= upper.low - value);
+                                   });
         if (begin > last) return true;
         if (Value(begin) - own.high > upper.high - Value(begin)) {
             Bound(i + 1) = begin - 1;

@@ -19,7 +19,7 @@ constexpr std::size_t lanes = 4;
 constexpr std::size_t lanesSize = 2 * lanes;
 
 struct Lanes {
-    explicit Lanes(double start) noexcept { all.fill(_mm_set1_pd(start)); }
+    explicit Lanes(double start) noexcept { std::fill_n(all, lanes, _mm_set1_pd(start)); }
     template <class Operation>
     double Fold(Operation operation) const noexcept {
         std::array<double, lanesSize> parts;
@@ -28,7 +28,7 @@ struct Lanes {
     }
     double Sum() const noexcept { return Fold(std::plus<>()); }
 
-    std::array<__m128d, lanes> all;
+    __m128d all[lanes];
 };
 
 double Least(double left, double right) noexcept {
@@ -156,9 +156,8 @@ bool Statistics::Add(std::span<const double> values) noexcept {
         block.maximum_ = totals.maximum;
         block.mean_ = std::isfinite(totals.sum)
                           ? totals.sum / totals.weight
-                          : std::accumulate(part.begin(), part.end(), 0.0, [&](double sum, double value) {
-                                return sum + value / totals.weight;
-                            });
+                          : std::accumulate(part.begin(), part.end(), 0.0,
+                                            [&](double sum, double value) { return sum + value / totals.weight; });
         block.squares_ = SquaresOf(part, block.mean_);
         all.Merge(block);
     }

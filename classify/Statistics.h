@@ -8,9 +8,9 @@ namespace mova {
 
 /// Statistics over a stream of numbers, in one pass and without keeping them.
 ///
-/// Values are taken in blocks: of each, the mean, and the squared deviations from it, which are then merged into those of
-/// the values before. So no difference of great sums is taken, and the relative error of the variance stays near that of
-/// a double however far from zero the values lie. Sums are carried with what rounding takes off them.
+/// Values are taken in blocks: of each, the mean, and the squared deviations from it, which are then merged into those
+/// of the values before. So no difference of great sums is taken, and the relative error of the variance stays near
+/// that of a double however far from zero the values lie. Sums are carried with what rounding takes off them.
 class Statistics {
  public:
     /// Adds values, each with weight 1. @return false, nothing added, where one is not finite
@@ -24,10 +24,10 @@ class Statistics {
     double Weight() const noexcept { return weight_; }
     /// Infinite where it leaves the range of a double, as are variances.
     double Sum() const noexcept;
-    double Mean() const noexcept { return mean_; }         ///< of one value at least
-    double Minimum() const noexcept { return minimum_; }   ///< the same
-    double Maximum() const noexcept { return maximum_; }   ///< the same
-    double Squares() const noexcept { return squares_; }   ///< weighted squared deviations from the mean, not below 0
+    double Mean() const noexcept { return mean_; }        ///< of one value at least
+    double Minimum() const noexcept { return minimum_; }  ///< the same
+    double Maximum() const noexcept { return maximum_; }  ///< the same
+    double Squares() const noexcept { return squares_; }  ///< weighted squared deviations from the mean, not below 0
 
  private:
     void Merge(const Statistics& block) noexcept;

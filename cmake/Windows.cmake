@@ -66,6 +66,17 @@ endif()
 # The server's code, once for the DLL and for the tests of its parts.
 add_library(
   mova-server OBJECT
+  classify/BaseStatistics.cpp
+  classify/BlockSums.cpp
+  classify/ClassifyBase.cpp
+  classify/EqualInterval.cpp
+  classify/IntervalBreaks.cpp
+  classify/NaturalBreaks.cpp
+  classify/NaturalClasses.cpp
+  classify/NumberArray.cpp
+  classify/RuleClassifiers.cpp
+  classify/StandardDeviation.cpp
+  classify/Statistics.cpp
   containers/NameFold.cpp
   containers/PropertyList.cpp
   containers/PropertySet.cpp

@@ -95,8 +95,14 @@ class Histograms {
         }
     }
     double Odd() {
-        const double odd[] = {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
-                              -std::numeric_limits<double>::infinity(), 1e308, -1e308, 5e-324, 0.0, -0.0};
+        const double odd[] = {std::numeric_limits<double>::quiet_NaN(),
+                              std::numeric_limits<double>::infinity(),
+                              -std::numeric_limits<double>::infinity(),
+                              1e308,
+                              -1e308,
+                              5e-324,
+                              0.0,
+                              -0.0};
         return odd[Below(8)];
     }
 
