@@ -10,19 +10,6 @@ namespace {
 constexpr auto badValue = u"A value is not finite.";
 constexpr auto badWeight = u"A value or a weight is not finite, or a weight is below 0.";
 
-const char16_t* TextOf(HistogramOutcome outcome) noexcept {
-    switch (outcome) {
-        case HistogramOutcome::notFinite:
-            return badValue;
-        case HistogramOutcome::negative:
-            return u"A number cannot occur less than 0 times.";
-        case HistogramOutcome::tooOften:
-            return u"A value occurs more than 2,147,483,647 times.";
-        default:
-            return nullptr;
-    }
-}
-
 }  // namespace
 
 STDMETHODIMP BaseStatistics::AddValue(double value) noexcept {
@@ -146,7 +133,9 @@ STDMETHODIMP BaseStatistics::MakeHistogram(VARIANT numbers, VARIANT occurrences,
     }
     DistinctValues made;
     const HistogramOutcome outcome = mova::MakeHistogram(openNumbers.Numbers(), openOccurrences.Numbers(), made);
-    if (outcome != HistogramOutcome::done) return Refuse<IHistogramMaker>(E_INVALIDARG, TextOf(outcome));
+    if (outcome == HistogramOutcome::notFinite) return Refuse<IHistogramMaker>(E_INVALIDARG, badValue);
+    if (outcome != HistogramOutcome::done)
+        return Refuse<IHistogramMaker>(E_INVALIDARG, u"The occurrences of a value leave 32 bits.");
     auto madeValues = kv::Variant::Attach(ArrayOf<double>(made.values));
     *frequencies = ArrayOf<std::int32_t>(made.frequencies);
     *values = madeValues.Detach();

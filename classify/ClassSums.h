@@ -8,7 +8,7 @@ namespace mova {
 __extension__ using Uint128 = unsigned __int128;
 
 /// A whole number as a double, rounded by at most two units in its last place.
-inline double ToDouble(Uint128 number) noexcept {
+inline double AsDouble(Uint128 number) noexcept {
     constexpr double highUnit = 0x1p64;
     return static_cast<double>(static_cast<std::uint64_t>(number >> 64)) * highUnit +
            static_cast<double>(static_cast<std::uint64_t>(number));
@@ -38,9 +38,9 @@ inline Uint192 Product(std::uint64_t left, Uint128 right) noexcept {
     return product += {upper << 64, 0};
 }
 
-inline double ToDouble(const Uint192& number) noexcept {
+inline double AsDouble(const Uint192& number) noexcept {
     constexpr double highUnit = 0x1p128;
-    return static_cast<double>(number.high) * highUnit + ToDouble(number.low);
+    return static_cast<double>(number.high) * highUnit + AsDouble(number.low);
 }
 
 /// The sums over some values x with frequencies f, f below 2^31 and x below 2^62: with fewer than 2^32 values none of

@@ -128,12 +128,12 @@ void Search::Estimate(ClassState& state, const ClassSums& sums, std::int32_t fir
     // which is exact and not much greater than the deviation: what it is too much is (sum - a weight)^2 / weight.
     if (sums.weight == 0) throw VarianceError();
     const auto weight = static_cast<double>(sums.weight);
-    const auto near = static_cast<std::uint64_t>(ToDouble(sums.sum) / weight);
+    const auto near = static_cast<std::uint64_t>(AsDouble(sums.sum) / weight);
     const Uint128 share = static_cast<Uint128>(near) * sums.weight;
-    const double rest = sums.sum >= share ? ToDouble(sums.sum - share) : -ToDouble(share - sums.sum);
+    const double rest = sums.sum >= share ? AsDouble(sums.sum - share) : -AsDouble(share - sums.sum);
     Uint192 around = sums.squares;
     around -= Product(near, sums.sum + sums.sum - share);
-    const double aroundNear = ToDouble(around);
+    const double aroundNear = AsDouble(around);
     const double excess = rest * rest / weight;
     double high = aroundNear - excess + (aroundNear + excess) * 0x1p-48;
     double low = aroundNear - excess - (aroundNear + excess) * 0x1p-48;
@@ -165,7 +165,7 @@ void Search::Estimate(ClassState& state, const ClassSums& sums, std::int32_t fir
         const Uint128 magnitude = isNegative              ? origin - sums.sum
                                   : blocks_->Origin() < 0 ? sums.sum - origin
                                                           : sums.sum + origin;
-        const double sum = ToDouble(magnitude) * step;
+        const double sum = AsDouble(magnitude) * step;
         state.mean = Limits::Of((isNegative ? -sum : sum) / weight);
     } else {
         const double mean = static_cast<double>(static_cast<std::int64_t>(near) + blocks_->Origin()) + rest / weight;

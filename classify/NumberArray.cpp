@@ -46,7 +46,7 @@ std::optional<double> NumberIn(const VARIANT& element) noexcept {
         case VT_CY:
             return static_cast<double>(element.cyVal.int64) / currencyUnit;
         case VT_DECIMAL:
-            if (FAILED(VarR8FromDec(&element.decVal, &number))) return {};
+            if (FAILED(VarR8FromDec(const_cast<DECIMAL*>(&element.decVal), &number))) return {};
             return number;
         default:
             return {};

@@ -82,8 +82,16 @@ Totals TotalsOf(std::span<const double> values, std::span<const double> weights)
     return totals;
 }
 
-/// The weighted squared deviations from a mean that may be off by a rounding: what it is off is taken out again.
-double SquaresOf(std::span<const double> values, double mean) noexcept {
+/// What the second pass over a block finds, with the mean of the first, which may be off by a rounding.
+struct Deviations {
+    Deviations(double square, double rest, double weight) noexcept
+        : squares(std::max(0.0, square - rest * rest / weight)), meanRest(rest / weight) {}
+
+    double squares;   ///< from the mean itself
+    double meanRest;  ///< what the first pass's mean lacks of it
+};
+
+Deviations DeviationsOf(std::span<const double> values, double mean) noexcept {
     Lanes squares(0);
     Lanes rests(0);
     const __m128d center = _mm_set1_pd(mean);
@@ -101,10 +109,11 @@ double SquaresOf(std::span<const double> values, double mean) noexcept {
         square += (values[i] - mean) * (values[i] - mean);
         rest += values[i] - mean;
     }
-    return std::max(0.0, square - rest * rest / static_cast<double>(values.size()));
+    return {square, rest, static_cast<double>(values.size())};
 }
 
-double SquaresOf(std::span<const double> values, std::span<const double> weights, double mean, double weight) noexcept {
+Deviations DeviationsOf(std::span<const double> values, std::span<const double> weights, double mean,
+                        double weight) noexcept {
     double square = 0;
     double rest = 0;
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -112,7 +121,14 @@ double SquaresOf(std::span<const double> values, std::span<const double> weights
         square += distance * distance * weights[i];
         rest += distance * weights[i];
     }
-    return std::max(0.0, square - rest * rest / weight);
+    return {square, rest, weight};
+}
+
+/// Adds to a number, and what rounding takes off it to its rest.
+void AddWithRest(double& number, double& rest, double added) noexcept {
+    const double sum = number + added;
+    rest += std::fabs(number) >= std::fabs(added) ? (number - sum) + added : (added - sum) + number;
+    number = sum;
 }
 
 }  // namespace
@@ -124,13 +140,11 @@ void Statistics::Merge(const Statistics& block) noexcept {
         return;
     }
     const double weight = weight_ + block.weight_;
-    const double apart = block.mean_ - mean_;
+    const double apart = (block.mean_ - mean_) + (block.meanRest_ - meanRest_);
     const double share = block.weight_ / weight;
     squares_ += block.squares_ + apart * apart * weight_ * share;
-    mean_ += apart * share;
-    const double sum = sum_ + block.sum_;
-    lostOfSum_ += std::fabs(sum_) >= std::fabs(block.sum_) ? (sum_ - sum) + block.sum_ : (block.sum_ - sum) + sum_;
-    sum_ = sum;
+    AddWithRest(mean_, meanRest_, apart * share);
+    AddWithRest(sum_, lostOfSum_, block.sum_);
     weight_ = weight;
     count_ += block.count_;
     minimum_ = std::min(minimum_, block.minimum_);
@@ -141,24 +155,37 @@ double Statistics::Sum() const noexcept {
     return std::isfinite(sum_) ? sum_ + lostOfSum_ : sum_;
 }
 
+Statistics Statistics::OfBlock(std::span<const double> values, std::span<const double> weights) noexcept {
+    const bool isWeighted = !weights.empty();
+    const Totals totals = isWeighted ? TotalsOf(values, weights) : TotalsOf(values);
+    Statistics block;
+    if (totals.count == 0) return block;
+    block.count_ = totals.count;
+    block.weight_ = totals.weight;
+    block.sum_ = totals.sum;
+    block.minimum_ = totals.minimum;
+    block.maximum_ = totals.maximum;
+    block.mean_ = totals.sum / totals.weight;
+    if (!std::isfinite(totals.sum)) {  // the values may be finite all the same
+        block.mean_ = 0;
+        for (std::size_t i = 0; i < values.size(); ++i)
+            block.mean_ += values[i] * ((isWeighted ? weights[i] : 1) / totals.weight);
+    }
+    const Deviations deviations =
+        isWeighted ? DeviationsOf(values, weights, block.mean_, totals.weight) : DeviationsOf(values, block.mean_);
+    block.squares_ = deviations.squares;
+    block.meanRest_ = deviations.meanRest;
+    return block;
+}
+
 bool Statistics::Add(std::span<const double> values) noexcept {
     Statistics all = *this;
-    for (; !values.empty(); values = values.subspan(std::min(blockSize, values.size()))) {
+    while (!values.empty()) {
         const auto part = values.first(std::min(blockSize, values.size()));
-        const Totals totals = TotalsOf(part);
+        values = values.subspan(part.size());
+        const Statistics block = OfBlock(part, {});
         // A number that is none, or infinite, stays in every sum that it enters.
-        if (!std::isfinite(totals.sum) && !AreFinite(part)) return false;
-        Statistics block;
-        block.count_ = totals.count;
-        block.weight_ = totals.weight;
-        block.sum_ = totals.sum;
-        block.minimum_ = totals.minimum;
-        block.maximum_ = totals.maximum;
-        block.mean_ = std::isfinite(totals.sum)
-                          ? totals.sum / totals.weight
-                          : std::accumulate(part.begin(), part.end(), 0.0,
-                                            [&](double sum, double value) { return sum + value / totals.weight; });
-        block.squares_ = SquaresOf(part, block.mean_);
+        if (!std::isfinite(block.sum_) && !AreFinite(part)) return false;
         all.Merge(block);
     }
     *this = all;
@@ -168,25 +195,14 @@ bool Statistics::Add(std::span<const double> values) noexcept {
 bool Statistics::Add(std::span<const double> values, std::span<const double> weights) noexcept {
     Statistics all = *this;
     while (!values.empty()) {
-        const std::size_t size = std::min(blockSize, values.size());
-        const auto part = values.first(size);
-        const auto partWeights = weights.first(size);
-        values = values.subspan(size);
-        weights = weights.subspan(size);
+        const auto part = values.first(std::min(blockSize, values.size()));
+        const auto partWeights = weights.first(part.size());
+        values = values.subspan(part.size());
+        weights = weights.subspan(part.size());
         if (!AreFinite(part) || !AreFinite(partWeights) ||
-            std::any_of(partWeights.begin(), partWeights.end(), [](double weight) { return weight < 0; }))
+            *std::min_element(partWeights.begin(), partWeights.end()) < 0)
             return false;
-        const Totals totals = TotalsOf(part, partWeights);
-        if (totals.count == 0) continue;
-        Statistics block;
-        block.count_ = totals.count;
-        block.weight_ = totals.weight;
-        block.sum_ = totals.sum;
-        block.minimum_ = totals.minimum;
-        block.maximum_ = totals.maximum;
-        block.mean_ = totals.sum / totals.weight;
-        block.squares_ = SquaresOf(part, partWeights, block.mean_, totals.weight);
-        all.Merge(block);
+        all.Merge(OfBlock(part, partWeights));
     }
     *this = all;
     return true;
@@ -198,26 +214,20 @@ HistogramOutcome MakeHistogram(std::span<const double> numbers, std::span<const 
         double value;
         std::int64_t frequency;
     };
-    DistinctValues found;
-    const auto append = [&](double value, std::int64_t frequency) {
-        found.values.push_back(value + 0.0);  // which makes the negative zero a zero
-        found.frequencies.push_back(static_cast<std::int32_t>(frequency));
-        return frequency <= std::numeric_limits<std::int32_t>::max();
-    };
     if (!AreFinite(numbers)) return HistogramOutcome::notFinite;
     std::vector<Entry> entries;
     entries.reserve(numbers.size());
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        const std::int32_t frequency = occurrences.empty() ? 1 : occurrences[i];
-        if (frequency < 0) return HistogramOutcome::negative;
-        if (frequency > 0) entries.push_back({numbers[i], frequency});
-    }
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+        entries.push_back({numbers[i], occurrences.empty() ? 1 : occurrences[i]});
     std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.value < b.value; });
+    DistinctValues found;
     for (auto entry = entries.begin(); entry != entries.end();) {
         const double value = entry->value;
         std::int64_t frequency = 0;
         for (; entry != entries.end() && entry->value == value; ++entry) frequency += entry->frequency;
-        if (!append(value, frequency)) return HistogramOutcome::tooOften;
+        if (frequency != static_cast<std::int32_t>(frequency)) return HistogramOutcome::outOfRange;
+        found.values.push_back(value + 0.0);  // which makes the negative zero a zero
+        found.frequencies.push_back(static_cast<std::int32_t>(frequency));
     }
     made = std::move(found);
     return HistogramOutcome::done;

@@ -24,18 +24,20 @@ class Statistics {
     double Weight() const noexcept { return weight_; }
     /// Infinite where it leaves the range of a double, as are variances.
     double Sum() const noexcept;
-    double Mean() const noexcept { return mean_; }        ///< of one value at least
-    double Minimum() const noexcept { return minimum_; }  ///< the same
-    double Maximum() const noexcept { return maximum_; }  ///< the same
+    double Mean() const noexcept { return mean_ + meanRest_; }  ///< of one value at least
+    double Minimum() const noexcept { return minimum_; }        ///< the same
+    double Maximum() const noexcept { return maximum_; }        ///< the same
     double Squares() const noexcept { return squares_; }  ///< weighted squared deviations from the mean, not below 0
 
  private:
+    /// Of one value at least. @param weights empty where all are 1
+    static Statistics OfBlock(std::span<const double> values, std::span<const double> weights) noexcept;
     void Merge(const Statistics& block) noexcept;
 
     std::int64_t count_ = 0;
     double weight_ = 0;
     double sum_ = 0, lostOfSum_ = 0;
-    double mean_ = 0;
+    double mean_ = 0, meanRest_ = 0;  ///< the mean is their sum
     double squares_ = 0;
     double minimum_ = 0, maximum_ = 0;
 };
@@ -46,11 +48,11 @@ struct DistinctValues {
     std::vector<std::int32_t> frequencies;
 };
 
-enum class HistogramOutcome { done, notFinite, negative, tooOften };
+enum class HistogramOutcome { done, notFinite, outOfRange };
 
 /// Makes the histogram of numbers in any order. Zeros of both signs are one value.
-/// @param occurrences how often each number counts; empty where each counts once. What counts 0 times is left out.
-/// @return tooOften where a value occurs more than 2^31 - 1 times. @throw std::bad_alloc
+/// @param occurrences how often each number counts, below 0 too; empty where each counts once.
+/// @return outOfRange where the occurrences of a value leave 32 bits. @throw std::bad_alloc
 HistogramOutcome MakeHistogram(std::span<const double> numbers, std::span<const std::int32_t> occurrences,
                                DistinctValues& made);
 

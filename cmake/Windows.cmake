@@ -188,8 +188,10 @@ target_link_options(movaSystem PRIVATE -Wl,--dynamicbase -Wl,--high-entropy-va -
 add_executable(
   mova
   tools/mova/Classes.cpp
+  tools/mova/Classify.cpp
   tools/mova/Client.cpp
   tools/mova/Demo.cpp
+  tools/mova/DemoClasses.cpp
   tools/mova/DemoDocument.cpp
   tools/mova/Json.cpp
   tools/mova/Main.cpp

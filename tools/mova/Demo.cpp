@@ -156,6 +156,7 @@ int RunDemo(Arguments arguments) {
     ShowPropertySet();
     ShowPersistence();
     ShowDocument();
+    ShowClasses();
     ShowSingletons();
     Heading("The end");
     const bool idle = ServerIsIdle();

@@ -20,4 +20,7 @@ void PrintRefusal(const Refused& refused);
 /// A JSON document that is read, changed and written again, and one that is broken.
 void ShowDocument();
 
+/// The magnitudes of the events in classes, by every method.
+void ShowClasses();
+
 }  // namespace mova::tool
