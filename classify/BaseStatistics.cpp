@@ -24,7 +24,7 @@ STDMETHODIMP BaseStatistics::AddWeightedValue(double value, double weight) noexc
 
 STDMETHODIMP BaseStatistics::AddValues(VARIANT values) noexcept try {
     NumberArray<double> numbers;
-    if (const Failure failure = numbers.Open(values)) return Refuse<IBaseStatistics>(failure.status, failure.text);
+    if (const Verdict verdict = numbers.Open(values)) return Refuse<IBaseStatistics>(verdict.status, verdict.text);
     if (!statistics_.Add(numbers.Numbers())) return Refuse<IBaseStatistics>(E_INVALIDARG, badValue);
     return S_OK;
 } catch (...) {
@@ -34,9 +34,9 @@ STDMETHODIMP BaseStatistics::AddValues(VARIANT values) noexcept try {
 STDMETHODIMP BaseStatistics::AddWeightedValues(VARIANT values, VARIANT weights) noexcept try {
     NumberArray<double> numbers;
     NumberArray<double> numbersOfWeights;
-    if (const Failure failure = numbers.Open(values)) return Refuse<IBaseStatistics>(failure.status, failure.text);
-    if (const Failure failure = numbersOfWeights.Open(weights))
-        return Refuse<IBaseStatistics>(failure.status, failure.text);
+    if (const Verdict verdict = numbers.Open(values)) return Refuse<IBaseStatistics>(verdict.status, verdict.text);
+    if (const Verdict verdict = numbersOfWeights.Open(weights))
+        return Refuse<IBaseStatistics>(verdict.status, verdict.text);
     if (numbers.Numbers().size() != numbersOfWeights.Numbers().size())
         return Refuse<IBaseStatistics>(E_INVALIDARG, u"There must be as many weights as values.");
     if (!statistics_.Add(numbers.Numbers(), numbersOfWeights.Numbers()))
@@ -122,12 +122,12 @@ STDMETHODIMP BaseStatistics::MakeHistogram(VARIANT numbers, VARIANT occurrences,
     if (!values || !frequencies) return Refuse(E_POINTER);
     NumberArray<double> openNumbers;
     NumberArray<std::int32_t> openOccurrences;
-    if (const Failure failure = openNumbers.Open(numbers)) return Refuse<IHistogramMaker>(failure.status, failure.text);
+    if (const Verdict verdict = openNumbers.Open(numbers)) return Refuse<IHistogramMaker>(verdict.status, verdict.text);
     const VARIANT* const given = kv::Referred(occurrences);
     const bool isGiven = given && given->vt != VT_EMPTY;
     if (isGiven) {
-        if (const Failure failure = openOccurrences.Open(occurrences))
-            return Refuse<IHistogramMaker>(failure.status, failure.text);
+        if (const Verdict verdict = openOccurrences.Open(occurrences))
+            return Refuse<IHistogramMaker>(verdict.status, verdict.text);
         if (openOccurrences.Numbers().size() != openNumbers.Numbers().size())
             return Refuse<IHistogramMaker>(E_INVALIDARG, u"There must be as many occurrences as numbers.");
     }

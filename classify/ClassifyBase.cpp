@@ -10,7 +10,7 @@
 
 namespace mova {
 
-Failure StatusOf(BreakOutcome outcome) noexcept {
+Verdict StatusOf(BreakOutcome outcome) noexcept {
     switch (outcome) {
         case BreakOutcome::done:
             return {};
@@ -26,11 +26,11 @@ Failure StatusOf(BreakOutcome outcome) noexcept {
     return {.status = E_FAIL};
 }
 
-Failure ClassifierState::Open(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& openValues,
+Verdict ClassifierState::Open(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& openValues,
                               NumberArray<std::int32_t>& openFrequencies) {
-    if (const Failure failure = TestHistogram(values, frequencies)) return failure;
-    if (const Failure failure = openValues.Open(values)) return failure;
-    if (const Failure failure = openFrequencies.Open(frequencies)) return failure;
+    if (const Verdict verdict = TestHistogram(values, frequencies)) return verdict;
+    if (const Verdict verdict = openValues.Open(values)) return verdict;
+    if (const Verdict verdict = openFrequencies.Open(frequencies)) return verdict;
     if (openValues.Numbers().size() != openFrequencies.Numbers().size())
         return {E_INVALIDARG, u"There must be as many frequencies as values."};
     if (openValues.Numbers().size() > std::numeric_limits<std::int32_t>::max())
@@ -38,10 +38,10 @@ Failure ClassifierState::Open(const VARIANT& values, const VARIANT& frequencies,
     return {};
 }
 
-Failure ClassifierState::Keep(const VARIANT& values, const VARIANT& frequencies) {
+Verdict ClassifierState::Keep(const VARIANT& values, const VARIANT& frequencies) {
     NumberArray<double> openValues;
     NumberArray<std::int32_t> openFrequencies;
-    if (const Failure failure = Open(values, frequencies, openValues, openFrequencies)) return failure;
+    if (const Verdict verdict = Open(values, frequencies, openValues, openFrequencies)) return verdict;
     const auto numbers = openValues.Numbers();
     const auto counts = openFrequencies.Numbers();
     std::vector<double> keptValues(numbers.begin(), numbers.end());
@@ -57,9 +57,9 @@ ClassifierInput ClassifierState::Kept() const noexcept {
     return {{values_, frequencies_}, valueCount_, isKept_};
 }
 
-Failure ClassifierState::Borrow(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& borrowedValues,
+Verdict ClassifierState::Borrow(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& borrowedValues,
                                 NumberArray<std::int32_t>& borrowedFrequencies, ClassifierInput& input) {
-    if (const Failure failure = Open(values, frequencies, borrowedValues, borrowedFrequencies)) return failure;
+    if (const Verdict verdict = Open(values, frequencies, borrowedValues, borrowedFrequencies)) return verdict;
     const auto count = static_cast<std::uint32_t>(borrowedValues.Numbers().size());
     if (!isKept_) valueCount_ = count;
     input = {{borrowedValues.Numbers(), borrowedFrequencies.Numbers()}, count, true};

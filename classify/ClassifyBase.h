@@ -21,26 +21,26 @@ struct ClassifierInput {
     bool hasArrays = false;
 };
 
-inline constexpr Failure tooFewClasses{E_INVALIDARG, u"At least one class must be asked for."};
-inline constexpr Failure noHistogram{E_FAIL, u"There is no histogram."};
+inline constexpr Verdict tooFewClasses{E_INVALIDARG, u"At least one class must be asked for."};
+inline constexpr Verdict noHistogram{E_FAIL, u"There is no histogram."};
 
 /// What a method that lays breaks by a rule says, as a status with a text.
-Failure StatusOf(BreakOutcome outcome) noexcept;
+Verdict StatusOf(BreakOutcome outcome) noexcept;
 
 /// What a classifier keeps, whichever it is.
 class ClassifierState {
  public:
-    Failure Keep(const VARIANT& values, const VARIANT& frequencies);
+    Verdict Keep(const VARIANT& values, const VARIANT& frequencies);
     /// What is kept, to be divided.
     ClassifierInput Kept() const noexcept;
     /// A caller's histogram, to be divided. @param input filled in where that does not fail
-    Failure Borrow(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& borrowedValues,
+    Verdict Borrow(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& borrowedValues,
                    NumberArray<std::int32_t>& borrowedFrequencies, ClassifierInput& input);
 
     std::vector<double> breaks;
 
  private:
-    static Failure Open(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& openValues,
+    static Verdict Open(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& openValues,
                         NumberArray<std::int32_t>& openFrequencies);
 
     std::uint32_t valueCount_ = 0;
@@ -55,7 +55,7 @@ kv::BString MethodNameOf(UINT textId);
 HRESULT MakeClassIdentifier(const CLSID& classId, IUID** identifier) noexcept;
 
 /// A classifier. @tparam Self has `static constexpr UINT methodName`, a row of the string table, and
-///     `Failure ComputeBreaks(const ClassifierInput& input, LONG& classCount)`, which leaves the state's breaks as they
+///     `Verdict ComputeBreaks(const ClassifierInput& input, LONG& classCount)`, which leaves the state's breaks as they
 ///     were where it refuses.
 template <class Self, class Coclass, class... Others>
 class ClassifyBase : public Component<Self, Coclass, IClassify, IClassifyGEN, Others...> {
@@ -103,8 +103,8 @@ class ClassifyBase : public Component<Self, Coclass, IClassify, IClassifyGEN, Ot
         NumberArray<double> borrowedValues;
         NumberArray<std::int32_t> borrowedFrequencies;
         ClassifierInput input;
-        if (const Failure failure = state_.Borrow(values, frequencies, borrowedValues, borrowedFrequencies, input))
-            return Answer<IClassifyGEN>(failure);
+        if (const Verdict verdict = state_.Borrow(values, frequencies, borrowedValues, borrowedFrequencies, input))
+            return Answer<IClassifyGEN>(verdict);
         return Answer<IClassifyGEN>(Compute(input, *numClasses));
     } catch (...) {
         return CaughtStatus();
@@ -114,12 +114,12 @@ class ClassifyBase : public Component<Self, Coclass, IClassify, IClassifyGEN, Ot
     std::vector<double>& Breaks() noexcept { return state_.breaks; }
 
  private:
-    Failure Compute(const ClassifierInput& input, LONG& classCount) {
+    Verdict Compute(const ClassifierInput& input, LONG& classCount) {
         return static_cast<Self*>(this)->ComputeBreaks(input, classCount);
     }
     template <class Interface>
-    HRESULT Answer(const Failure& failure) const noexcept {
-        return failure ? this->template Refuse<Interface>(failure.status, failure.text) : failure.status;
+    HRESULT Answer(const Verdict& verdict) const noexcept {
+        return verdict ? this->template Refuse<Interface>(verdict.status, verdict.text) : verdict.status;
     }
 
     ClassifierState state_;

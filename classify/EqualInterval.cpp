@@ -38,7 +38,7 @@ STDMETHODIMP EqualInterval::ClearLimits() noexcept {
     return S_OK;
 }
 
-Failure EqualInterval::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
+Verdict EqualInterval::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
     if (classCount < 1) return tooFewClasses;
     Range range = limits_;
     if (!hasMinimum_ || !hasMaximum_) {

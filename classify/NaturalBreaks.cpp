@@ -6,7 +6,7 @@
 
 namespace mova {
 
-Failure NaturalBreaks::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
+Verdict NaturalBreaks::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
     if (classCount < 1 || classCount > mostNaturalClasses)
         return {E_INVALIDARG, u"From 1 to 256 classes can be asked for."};
     if (input.valueCount == 0) {

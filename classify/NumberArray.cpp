@@ -72,7 +72,7 @@ bool HasBits(const VARIANT& value, VARTYPE bits) noexcept {
 }  // namespace
 
 template <class Number>
-Failure NumberArray<Number>::Open(const VARIANT& value) {
+Verdict NumberArray<Number>::Open(const VARIANT& value) {
     const auto array = kv::ArrayView::Of(value);
     if (!array || array->Dimensions() != 1) return {E_INVALIDARG, u"An array of numbers in one dimension is expected."};
     if (array->Type() == typeOf<Number>) {
@@ -95,7 +95,7 @@ Failure NumberArray<Number>::Open(const VARIANT& value) {
 template class NumberArray<double>;
 template class NumberArray<std::int32_t>;
 
-Failure TestHistogram(const VARIANT& values, const VARIANT& frequencies) noexcept {
+Verdict TestHistogram(const VARIANT& values, const VARIANT& frequencies) noexcept {
     if (!HasBits(values, valueBits)) return {E_INVALIDARG, u"The values must be an array of numbers."};
     if (!HasBits(frequencies, frequencyBits))
         return {E_INVALIDARG, u"The frequencies must be an array of whole numbers."};

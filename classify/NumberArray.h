@@ -8,7 +8,7 @@
 namespace mova {
 
 /// Why an operation of this subsystem fails. The text may be null; both stay as they are where nothing fails.
-struct Failure {
+struct Verdict {
     HRESULT status = S_OK;
     const char16_t* text = nullptr;
 
@@ -30,7 +30,7 @@ class NumberArray {
     /// Opens an array of one dimension, followed where it is by reference. Elements are of any type of numbers, or are
     /// VARIANTs of these; whole numbers are wanted for std::int32_t.
     /// @return E_INVALIDARG for anything else, E_FAIL for an array that cannot be locked. @throw std::bad_alloc
-    Failure Open(const VARIANT& value);
+    Verdict Open(const VARIANT& value);
 
     std::span<const Number> Numbers() const noexcept { return numbers_; }
 
@@ -42,7 +42,7 @@ class NumberArray {
 
 /// Tests loosely whether two arguments can be a histogram, as is required before anything else is looked at: by bits
 /// that arrays of the types have, and others have, too.
-Failure TestHistogram(const VARIANT& values, const VARIANT& frequencies) noexcept;
+Verdict TestHistogram(const VARIANT& values, const VARIANT& frequencies) noexcept;
 
 /// A new array of VT_R8 or VT_I4 with such numbers. @throw std::bad_alloc
 template <class Number>

@@ -6,9 +6,9 @@ namespace mova {
 namespace {
 
 /// What these methods ask before they begin. @return whether the run is over
-bool IsOver(const ClassifierInput& input, LONG& classCount, Failure& failure) {
+bool IsOver(const ClassifierInput& input, LONG& classCount, Verdict& verdict) {
     if (classCount < 1) {
-        failure = tooFewClasses;
+        verdict = tooFewClasses;
         return true;
     }
     if (input.valueCount != 0 && input.hasArrays) return false;
@@ -18,22 +18,22 @@ bool IsOver(const ClassifierInput& input, LONG& classCount, Failure& failure) {
 
 /// Runs a method with the wider count that it takes.
 template <class Method>
-Failure Run(const ClassifierInput& input, LONG& classCount, Method method) {
-    Failure failure;
-    if (IsOver(input, classCount, failure)) return failure;
+Verdict Run(const ClassifierInput& input, LONG& classCount, Method method) {
+    Verdict verdict;
+    if (IsOver(input, classCount, verdict)) return verdict;
     std::int64_t count = classCount;
-    failure = StatusOf(method(count));
+    verdict = StatusOf(method(count));
     classCount = static_cast<LONG>(count);
-    return failure;
+    return verdict;
 }
 
 }  // namespace
 
-Failure Quantile::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
+Verdict Quantile::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
     return Run(input, classCount, [&](std::int64_t& count) { return QuantileBreaks(input.data, count, Breaks()); });
 }
 
-Failure GeometricalInterval::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
+Verdict GeometricalInterval::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
     return Run(input, classCount, [&](std::int64_t& count) { return GeometricalBreaks(input.data, count, Breaks()); });
 }
 
@@ -50,7 +50,7 @@ STDMETHODIMP DefinedInterval::get_IntervalSize(double* width) noexcept {
     return S_OK;
 }
 
-Failure DefinedInterval::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
+Verdict DefinedInterval::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
     return Run(input, classCount, [&](std::int64_t& count) {
         const Range range{input.data.values.front(), input.data.values.back()};
         return DefinedIntervalBreaks(range, width_, count, Breaks());

@@ -60,7 +60,7 @@ STDMETHODIMP StandardDeviation::get_LimitToThreeDeviations(VARIANT_BOOL* limit) 
     return S_OK;
 }
 
-Failure StandardDeviation::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
+Verdict StandardDeviation::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
     if (classCount < 1) return tooFewClasses;
     if (input.valueCount == 0 || !input.hasArrays) {
         classCount = 0;
@@ -70,9 +70,9 @@ Failure StandardDeviation::ComputeBreaks(const ClassifierInput& input, LONG& cla
         return {E_FAIL, u"The mean and the standard deviation of the data must be set first."};
     const Range range{input.data.values.front(), input.data.values.back()};
     std::int64_t count = classCount;
-    const Failure failure = StatusOf(DeviationBreaks(range, layout_, count, Breaks()));
+    const Verdict verdict = StatusOf(DeviationBreaks(range, layout_, count, Breaks()));
     classCount = static_cast<LONG>(count);
-    return failure;
+    return verdict;
 }
 
 }  // namespace mova

@@ -52,8 +52,9 @@ void ShowClasses() {
     Print("  Fit is how much of the variance the classes explain; in brackets, how many events a class has.\n");
     for (const std::string method : {"natural-breaks", "equal-interval", "quantile", "standard-deviation",
                                      "defined-interval", "geometrical-interval"}) {
-        constexpr LONG classes = 5;
-        ClassifyOptions options{.method = method, .classes = classes};
+        ClassifyOptions options;
+        options.method = method;
+        options.classes = 5;
         const Classified result = Classify(options, raw);
         std::string line = "  " + Padded(result.methodName, 23) + "fit " + Short(FitOf(result.data), 3) + "  ";
         const auto counts = CountsOf(result.data);
