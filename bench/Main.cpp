@@ -20,8 +20,8 @@ struct Job {
 };
 
 constexpr Job jobs[] = {
-    {"frame", &bench::RunFrame},     {"json", &bench::RunJson}, {"persist", &bench::RunPersist},
-    {"propset", &bench::RunPropset}, {"xml", &bench::RunXml},
+    {"classify", &bench::RunClassify}, {"frame", &bench::RunFrame},     {"json", &bench::RunJson},
+    {"persist", &bench::RunPersist},   {"propset", &bench::RunPropset}, {"xml", &bench::RunXml},
 };
 
 struct Arguments {
