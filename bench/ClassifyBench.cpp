@@ -33,8 +33,9 @@ class Data {
         for (double& number : numbers) {
             number = shape == Shape::uniform  ? 1000 * unit()
                      : shape == Shape::normal ? 100 * normal()
-                     : shape == Shape::skewed ? std::exp(8 + 1.5 * normal())
-                                              : 100 * std::floor(1 + 7 * unit()) * std::floor(1 + 3 * unit()) + 12 * normal();
+                     : shape == Shape::skewed
+                         ? std::exp(8 + 1.5 * normal())
+                         : 100 * std::floor(1 + 7 * unit()) * std::floor(1 + 3 * unit()) + 12 * normal();
         }
         std::sort(numbers.begin(), numbers.end());
         numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
@@ -117,7 +118,8 @@ void CompareNatural(const Session& session, const NaturalRow& row) {
         return Mark(breaks.data(), breaks.size());
     };
     const auto exact = [&] {  // finds other breaks
-        Require(ExactBreaks(data.View()).Run(row.classes).size() == static_cast<std::size_t>(row.classes), "No optimum.");
+        Require(ExactBreaks(data.View()).Run(row.classes).size() == static_cast<std::size_t>(row.classes),
+                "No optimum.");
         return mark;
     };
     session.Compare(JobName(row.shape, row.count, row.classes) + " (ns a value)", static_cast<double>(row.count),
@@ -214,9 +216,9 @@ void CompareGrowth(const Session& session) {
 
 void RunClassify(const Session& session) {
     constexpr NaturalRow rows[] = {
-        {Shape::skewed, 1'000, 5, 1},     {Shape::skewed, 1'000, 32, 1},     {Shape::skewed, 1'000, 256, 1},
-        {Shape::skewed, 10'000, 5, 1},    {Shape::skewed, 10'000, 32, 1},    {Shape::skewed, 100'000, 5, 1},
-        {Shape::skewed, 100'000, 10, 30}, {Shape::skewed, 100'000, 32, 80},  {Shape::clustered, 100'000, 5, 1},
+        {Shape::skewed, 1'000, 5, 1},       {Shape::skewed, 1'000, 32, 1},      {Shape::skewed, 1'000, 256, 1},
+        {Shape::skewed, 10'000, 5, 1},      {Shape::skewed, 10'000, 32, 1},     {Shape::skewed, 100'000, 5, 1},
+        {Shape::skewed, 100'000, 10, 30},   {Shape::skewed, 100'000, 32, 80},   {Shape::clustered, 100'000, 5, 1},
         {Shape::clustered, 100'000, 10, 1}, {Shape::clustered, 100'000, 32, 1},
     };
     for (const NaturalRow& row : rows) CompareNatural(session, row);

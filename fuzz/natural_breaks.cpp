@@ -44,7 +44,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (header >= 250 && frequency == 249) frequencies.back() = -1;
     }
     if (values.empty()) return 0;
-    if (header < 245) std::sort(values.begin(), values.end(), [](double a, double b) { return a < b || (a == a && b != b); });
+    if (header < 245)
+        std::sort(values.begin(), values.end(), [](double a, double b) { return a < b || (a == a && b != b); });
     const int classes = std::min(asked, static_cast<int>(values.size()));
     const mova::HistogramView view{values, frequencies};
     mova::BlockSums sums;
@@ -52,6 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool found = mova::FindNaturalBounds(view, classes, sums, bounds);
     mova::test::DirectNaturalBreaks direct(view);
     fuzz::Require(direct.Run(classes) == found, "classes have weight or have not");
-    fuzz::Require(!found || std::equal(bounds.begin(), bounds.begin() + classes + 1, direct.bounds.begin()), "one and the same bounds");
+    fuzz::Require(!found || std::equal(bounds.begin(), bounds.begin() + classes + 1, direct.bounds.begin()),
+                  "one and the same bounds");
     return 0;
 }
