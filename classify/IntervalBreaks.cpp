@@ -17,8 +17,11 @@ BreakOutcome CanWalk(double from, double to, double step) noexcept {
     // by a whole one. Else only walking tells.
     const double farthest = std::max(std::fabs(from), std::fabs(to));
     if (farthest + step / 2 > farthest) return BreakOutcome::done;
-    for (double next = from + step; from <= to; from = next, next += step)
+    while (from <= to) {
+        const double next = from + step;
         if (!(next > from)) return BreakOutcome::endless;
+        from = next;
+    }
     return BreakOutcome::done;
 }
 
