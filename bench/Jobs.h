@@ -5,6 +5,9 @@
 
 namespace bench {
 
+/// Classes of numbers, and statistics. @throw std::runtime_error where the library does not do what is measured
+void RunClassify(const Session& session);
+
 /// What a class costs before it does anything: finding and making objects, their interfaces, refusals, threads.
 /// @throw std::runtime_error where the library does not do what is measured
 void RunFrame(const Session& session);

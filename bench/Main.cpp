@@ -20,6 +20,7 @@ struct Job {
 };
 
 constexpr Job jobs[] = {
+    {"classify", &bench::RunClassify},
     {"frame", &bench::RunFrame},     {"json", &bench::RunJson},       {"number", &bench::RunNumber},
     {"persist", &bench::RunPersist}, {"propset", &bench::RunPropset}, {"time", &bench::RunTime},
     {"xml", &bench::RunXml},

@@ -14,6 +14,7 @@ endforeach()
 add_executable(
   mova-bench
   bench/Bench.cpp
+  bench/ClassifyBench.cpp
   bench/FrameBench.cpp
   bench/JsonBench.cpp
   bench/JsonData.cpp

@@ -2,7 +2,7 @@
 include(Widl)
 enable_language(RC)
 mova_compile_idl(movaSystem movaServer movaContainers movaServices movaStreams movaFileStreams movaXML movaXMLReader
-                 movaXMLSerializer movaFormats movaJSON movaJSONReader movaJSONWriter movaTime)
+                 movaXMLSerializer movaFormats movaJSON movaJSONReader movaJSONWriter movaTime movaClassify)
 
 add_library(mova-windows INTERFACE)
 target_link_libraries(mova-windows INTERFACE mova-warnings)
@@ -70,6 +70,17 @@ endif()
 # The server's code, once for the DLL and for the tests of its parts.
 add_library(
   mova-server OBJECT
+  classify/BaseStatistics.cpp
+  classify/BlockSums.cpp
+  classify/ClassifyBase.cpp
+  classify/EqualInterval.cpp
+  classify/IntervalBreaks.cpp
+  classify/NaturalBreaks.cpp
+  classify/NaturalClasses.cpp
+  classify/NumberArray.cpp
+  classify/RuleClassifiers.cpp
+  classify/StandardDeviation.cpp
+  classify/Statistics.cpp
   containers/NameFold.cpp
   containers/PropertyList.cpp
   containers/PropertySet.cpp
@@ -193,8 +204,10 @@ target_link_options(movaSystem PRIVATE -Wl,--dynamicbase -Wl,--high-entropy-va -
 add_executable(
   mova
   tools/mova/Classes.cpp
+  tools/mova/Classify.cpp
   tools/mova/Client.cpp
   tools/mova/Demo.cpp
+  tools/mova/DemoClasses.cpp
   tools/mova/DemoDocument.cpp
   tools/mova/DemoTimes.cpp
   tools/mova/Json.cpp

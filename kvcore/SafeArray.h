@@ -18,6 +18,7 @@ class ArrayView {
     std::size_t Count() const noexcept { return count_; }
     USHORT Dimensions() const noexcept { return array_->cDims; }
     VARTYPE Type() const noexcept { return type_; }
+    SAFEARRAY* Array() const noexcept { return array_; }
     /// The elements' memory; null where there are none.
     const void* Data() const noexcept { return array_->pvData; }
     const SAFEARRAYBOUND& Bound(USHORT dimension) const noexcept { return array_->rgsabound[dimension]; }

@@ -1,5 +1,10 @@
 #include "server/ClassTable.h"
 
+#include "classify/BaseStatistics.h"
+#include "classify/EqualInterval.h"
+#include "classify/NaturalBreaks.h"
+#include "classify/RuleClassifiers.h"
+#include "classify/StandardDeviation.h"
 #include "containers/PropertySet.h"
 #include "containers/PropertySetArrays.h"
 #include "containers/PropertySetProperty.h"
@@ -54,13 +59,29 @@ constexpr ClassEntry ThreadSingleton(const char16_t* name) noexcept {
     return {.classId = &Class::classId, .name = name, .factory = &singletonFactory<Class>, .singleton = 1};
 }
 
+/// The methods that divide numbers into classes.
+constexpr CATID classificationCategory{0xF5B68AD5, 0xEB4E, 0x11D1, {0xAA, 0xB9, 0x00, 0xC0, 0x4F, 0xA3, 0x34, 0xB3}};
+
+/// A row for such a method.
+template <class Class>
+constexpr ClassEntry Classifier(const char16_t* name) noexcept {
+    ClassEntry entry = NewObject<Class>(name);
+    entry.categories[0] = &classificationCategory;
+    return entry;
+}
+
 }  // namespace
 
 constinit const ClassEntry classTable[] = {
     NewObject<CompressedFileStream>(u"CompressedFileStream"),
+    Classifier<Quantile>(u"Quantile"),
+    Classifier<DefinedInterval>(u"DefinedInterval"),
+    Classifier<StandardDeviation>(u"StandardDeviation"),
+    Classifier<GeometricalInterval>(u"GeometricalInterval"),
     NewObject<PropertySet>(u"PropertySet"),
     NewObject<ObjectStream>(u"ObjectStream"),
     NewObject<UID>(u"UID"),
+    NewObject<BaseStatistics>(u"BaseStatistics"),
     NewObject<NumericFormat>(u"NumericFormat"),
     NewObject<FileStream>(u"FileStream"),
     NewObject<BufferedFileStream>(u"BufferedFileStream"),
@@ -79,6 +100,8 @@ constinit const ClassEntry classTable[] = {
     NewObject<XmlNamespaceUtils>(u"XmlNamespaceUtils"),
     NewObject<Time>(u"Time"),
     NewObject<TimeDuration>(u"TimeDuration"),
+    Classifier<NaturalBreaks>(u"NaturalBreaks"),
+    Classifier<EqualInterval>(u"EqualInterval"),
     NewObject<XMLStream>(u"XMLStream"),
     NewObject<XMLReader>(u"XMLReader"),
     NewObject<XMLTextReader>(u"XMLTextReader"),

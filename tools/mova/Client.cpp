@@ -53,6 +53,20 @@ constexpr Command commands[] = {
      "decimals at most.\n"
      "get prints the value at a path of member names and array indices, joined by /.",
      &RunJson},
+    {"classify",
+     "--method natural-breaks|equal-interval|quantile|standard-deviation|defined-interval|geometrical-interval\n"
+     "    --classes K [--min X] [--max X] [--mean X] [--stddev X] [--interval X] [--unlimited] [--on-break]\n"
+     "    [--plot OUT.svg] FILE|-",
+     "reads VALUE or VALUE,FREQUENCY lines, divides the values into K classes and prints classes, their number and "
+     "the\n"
+     "status code, then breaks and the limits: the lower one of the first class, the upper one of each.\n"
+     "--min and --max are the limits for equal-interval; they count when both are given.\n"
+     "--interval is the width of a class for defined-interval, in standard deviations for standard-deviation; --mean "
+     "and\n"
+     "--stddev are the data's own if not given, --unlimited lays breaks beyond three deviations, then --on-break with "
+     "the\n"
+     "mean on a break. --plot draws the histogram with the classes.",
+     &RunClassify},
     {"xml", "check FILE|-",
      "reads a document and prints how many elements it has and how deep they nest, and the line and column of its "
      "fault,\nwhere it has one. Its exit status is 1 where the document has a fault.",

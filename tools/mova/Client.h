@@ -58,6 +58,7 @@ std::span<const Command> Commands();
 int RunDemo(Arguments arguments);
 int RunScript(Arguments arguments);
 int RunClasses(Arguments arguments);
+int RunClassify(Arguments arguments);
 int RunRegister(Arguments arguments);
 int RunUnregister(Arguments arguments);
 int RunRegistered(Arguments arguments);

@@ -157,6 +157,7 @@ int RunDemo(Arguments arguments) {
     ShowPersistence();
     ShowDocument();
     ShowTimes();
+    ShowClasses();
     ShowSingletons();
     Heading("The end");
     const bool idle = ServerIsIdle();

@@ -30,4 +30,7 @@ void ShowDocument();
 /// Times that are read, compared and moved.
 void ShowTimes();
 
+/// The magnitudes of the events in classes, by every method.
+void ShowClasses();
+
 }  // namespace mova::tool

@@ -1,0 +1,148 @@
+#include "classify/NaturalClasses.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "tests/DirectNaturalBreaks.h"
+
+namespace mova {
+namespace {
+
+struct Data {
+    std::vector<double> values;
+    std::vector<std::int32_t> frequencies;
+
+    HistogramView View() const { return {values, frequencies}; }
+};
+
+/// The class ends that the search finds, or nothing; and the same, summed anew for each comparison.
+std::vector<std::int32_t> Fast(const Data& data, int classCount, BlockSums& sums) {
+    NaturalBounds bounds;
+    if (!FindNaturalBounds(data.View(), classCount, sums, bounds)) return {};
+    return {bounds.begin(), bounds.begin() + classCount + 1};
+}
+std::vector<std::int32_t> Direct(const Data& data, int classCount) {
+    test::DirectNaturalBreaks judge(data.View());
+    if (!judge.Run(classCount)) return {};
+    return {judge.bounds.begin(), judge.bounds.begin() + classCount + 1};
+}
+
+/// Histograms of all kinds, many of which have ties.
+class Histograms {
+ public:
+    Data Next(std::size_t count) {
+        Data data;
+        const std::uint32_t shape = Below(10);
+        const double spread = std::exp2(static_cast<double>(Below(40)) - 20);
+        for (std::size_t i = 0; i < count; ++i) data.values.push_back(Value(shape, i, count, spread));
+        std::sort(data.values.begin(), data.values.end());
+        if (Below(16) != 0) data.values.erase(std::unique(data.values.begin(), data.values.end()), data.values.end());
+        const std::uint32_t weights = Below(6);
+        for (std::size_t i = 0; i < data.values.size(); ++i) data.frequencies.push_back(Frequency(weights));
+        if (Below(64) == 0) std::shuffle(data.values.begin(), data.values.end(), random_);
+        if (Below(64) == 0) data.values[Below(static_cast<std::uint32_t>(data.values.size()))] = Odd();
+        return data;
+    }
+    std::uint32_t Below(std::uint32_t limit) { return static_cast<std::uint32_t>(random_()) % limit; }
+
+ private:
+    double Unit() { return static_cast<double>(random_() >> 11) * 0x1p-53; }
+    double Normal() { return std::sqrt(-2 * std::log(Unit() + 1e-300)) * std::cos(6.283185307179586 * Unit()); }
+    double Value(std::uint32_t shape, std::size_t i, std::size_t count, double spread) {
+        switch (shape) {
+            case 0:  // whole numbers without gaps: everything ties
+                return static_cast<double>(i);
+            case 1:  // few of many whole numbers, of either sign
+                return static_cast<double>(Below(static_cast<std::uint32_t>(4 * count))) - static_cast<double>(count);
+            case 2:  // tenths
+                return static_cast<double>(Below(static_cast<std::uint32_t>(2 * count))) / 10;
+            case 3:
+                return Unit() * spread;
+            case 4:
+                return std::exp(8 + 1.5 * Normal());
+            case 5:
+                return Normal() * spread;
+            case 6:  // far from zero: sums lose most of what tells the values apart
+                return 1e9 + Unit();
+            case 7:  // clusters
+                return static_cast<double>(100 * (Below(7) + 1)) + spread * 1e-4 * Normal();
+            case 8:  // over all magnitudes
+                return std::exp2(Unit() * 120 - 100) * (Below(2) == 0 ? 1 : -1);
+            default:  // even steps that no double holds
+                return static_cast<double>(i) * 0.1 + 5;
+        }
+    }
+    std::int32_t Frequency(std::uint32_t weights) {
+        switch (weights) {
+            case 0:
+                return 1;
+            case 1:
+                return 1 + static_cast<std::int32_t>(Below(20));
+            case 2:  // heavy ones among light ones
+                return Below(8) == 0 ? std::numeric_limits<std::int32_t>::max() - static_cast<std::int32_t>(Below(2))
+                                     : 1;
+            case 3:  // some that are none
+                return static_cast<std::int32_t>(Below(3));
+            case 4:
+                return 7;
+            default:  // now and then one below zero
+                return Below(64) == 0 ? -1 : 2;
+        }
+    }
+    double Odd() {
+        const double odd[] = {std::numeric_limits<double>::quiet_NaN(),
+                              std::numeric_limits<double>::infinity(),
+                              -std::numeric_limits<double>::infinity(),
+                              1e308,
+                              -1e308,
+                              5e-324,
+                              0.0,
+                              -0.0};
+        return odd[Below(8)];
+    }
+
+    std::mt19937_64 random_{20};
+};
+
+TEST(NaturalClasses, AreThoseOfSummingEachClassAnew) {
+    Histograms histograms;
+    BlockSums sums;
+    const struct {
+        int runs;
+        std::uint32_t mostValues, mostClasses;
+    } rows[] = {{200'000, 40, 6}, {60'000, 300, 12}, {600, 5'000, 40}, {25, 40'000, 64}};
+    for (const auto& row : rows) {
+        for (int run = 0; run < row.runs; ++run) {
+            const Data data = histograms.Next(1 + histograms.Below(row.mostValues));
+            const auto count = static_cast<std::uint32_t>(data.values.size());
+            const int classCount = 1 + static_cast<int>(histograms.Below(std::min(count, row.mostClasses)));
+            ASSERT_EQ(Fast(data, classCount, sums), Direct(data, classCount))
+                << "run " << run << " of " << row.mostValues << " values at most";
+        }
+    }
+}
+
+TEST(NaturalClasses, OfKnownData) {
+    const struct {
+        Data data;
+        int classCount;
+        std::vector<std::int32_t> bounds;
+    } rows[] = {
+        {{{5}, {1}}, 1, {-1, 0}},
+        {{{1, 2}, {1, 1}}, 2, {-1, 0, 1}},
+        {{{1, 2, 3, 10, 11, 12}, {1, 1, 1, 1, 1, 1}}, 2, {-1, 2, 5}},
+        {{{1, 2, 3, 10, 11, 12}, {0, 0, 0, 0, 0, 0}}, 2, {}},
+        {{{1, 2, 3, 10, 11, 12}, {0, 0, 0, 1, 1, 1}}, 2, {}},
+        {{{1, 2, 10}, {1, 1, 1}}, 2, {-1, 1, 2}},
+    };
+    BlockSums sums;
+    for (const auto& row : rows) EXPECT_EQ(Fast(row.data, row.classCount, sums), row.bounds);
+}
+
+}  // namespace
+}  // namespace mova

@@ -1,0 +1,499 @@
+// Classifiers and statistics through their interfaces: what arrays they take and refuse, and what they keep.
+#include <comcat.h>
+
+#include <cmath>
+#include <limits>
+#include <set>
+
+#include "kvcore/SafeArray.h"
+#include "tests/windows/Support.h"
+
+namespace mova::test {
+namespace {
+
+constexpr CATID category{0xF5B68AD5, 0xEB4E, 0x11D1, {0xAA, 0xB9, 0x00, 0xC0, 0x4F, 0xA3, 0x34, 0xB3}};
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+const struct MethodRow {
+    const char16_t* className;
+    const char* methodName;
+    const char* classId;
+} methods[] = {
+    {u"Quantile", "Quantile", "{62144BE9-E05E-11D1-AAAE-00C04FA334B3}"},
+    {u"DefinedInterval", "Defined Interval", "{62144BE8-E05E-11D1-AAAE-00C04FA334B3}"},
+    {u"StandardDeviation", "Standard Deviation", "{DC6D8015-49C2-11D2-AAFF-00C04FA334B3}"},
+    {u"GeometricalInterval", "Geometrical Interval", "{C79EB120-E98E-4AF9-903D-70273E0C140E}"},
+    {u"NaturalBreaks", "Natural Breaks (Jenks)", "{62144BEA-E05E-11D1-AAAE-00C04FA334B3}"},
+    {u"EqualInterval", "Equal Interval", "{62144BE1-E05E-11D1-AAAE-00C04FA334B3}"},
+};
+
+/// An array of a type with a lower bound. @tparam Element the structure of the type
+template <class Element>
+kv::Variant Numbers(VARTYPE type, std::initializer_list<Element> numbers, LONG lowerBound = 0) {
+    SAFEARRAYBOUND bound{static_cast<ULONG>(numbers.size()), lowerBound};
+    SAFEARRAY* array = SafeArrayCreate(type, 1, &bound);
+    std::copy(numbers.begin(), numbers.end(), static_cast<Element*>(array->pvData));
+    return kv::Variant::FromArray(array, type);
+}
+kv::Variant Values(std::initializer_list<double> numbers) {
+    return Numbers<double>(VT_R8, numbers);
+}
+kv::Variant Frequencies(std::initializer_list<LONG> numbers) {
+    return Numbers<LONG>(VT_I4, numbers);
+}
+kv::Variant Variants(std::initializer_list<double> numbers) {
+    kv::ArrayBuilder array(VT_VARIANT, numbers.size());
+    std::size_t i = 0;
+    for (const double number : numbers) array.Elements<VARIANT>()[i++] = Value(number).Detach();
+    return array.Finish();
+}
+VARIANT ByReference(kv::Variant& array) {
+    VARIANT reference = array.Get();
+    reference.vt |= VT_BYREF;
+    reference.pparray = const_cast<SAFEARRAY**>(&array.Get().parray);
+    return reference;
+}
+
+template <class I>
+std::vector<double> BreaksOf(const kv::Ptr<I>& classifier) {
+    kv::Variant breaks;
+    EXPECT_EQ(classifier->get_ClassBreaks(breaks.Put()), S_OK);
+    EXPECT_EQ(breaks.Get().vt, VT_ARRAY | VT_R8);
+    const auto array = kv::ArrayView::Of(breaks.Get());
+    const auto* numbers = static_cast<const double*>(array->Data());
+    return {numbers, numbers + array->Count()};
+}
+using Breaks = std::vector<double>;
+
+}  // namespace
+
+TEST(Classifiers, AreFoundInTheirCategory) {
+    kv::Ptr<ICatInformation> information;
+    ASSERT_EQ(kv::Create(CLSID_StdComponentCategoriesMgr, information), S_OK);
+    CATID wanted = category;
+    kv::Ptr<IEnumGUID> classes;
+    ASSERT_EQ(information->EnumClassesOfCategories(1, &wanted, 0, nullptr, classes.Put()), S_OK);
+    std::set<std::string> found;
+    CLSID classId{};
+    while (classes->Next(1, &classId, nullptr) == S_OK) found.insert(kv::Utf8(kv::GuidText(classId)));
+    std::set<std::string> expected;
+    for (const auto& row : methods) expected.insert(row.classId);
+    EXPECT_EQ(found, expected);
+}
+
+TEST(Classifiers, TellTheirNameAndClass) {
+    for (const auto& row : methods) {
+        SCOPED_TRACE(row.methodName);
+        const auto classifier = New<IClassify>(row.className);
+        const auto direct = classifier.As<IClassifyGEN>();
+        kv::BString name;
+        kv::Ptr<IUID> identifier;
+        kv::Variant guid;
+        EXPECT_EQ(classifier->get_MethodName(name.Put()), S_OK);
+        EXPECT_EQ(kv::Utf8(name.View()), row.methodName);
+        EXPECT_EQ(direct->get_ClassID(identifier.Put()), S_OK);
+        EXPECT_EQ(identifier->get_Value(guid.Put()), S_OK);
+        EXPECT_EQ(kv::Utf8(kv::View(guid.Get().bstrVal)), row.classId);
+        EXPECT_EQ(BreaksOf(direct), Breaks());
+        EXPECT_EQ(classifier->get_MethodName(nullptr), E_POINTER);
+        EXPECT_EQ(classifier->get_ClassID(nullptr), E_POINTER);
+        EXPECT_EQ(classifier->get_ClassBreaks(nullptr), E_POINTER);
+        EXPECT_EQ(classifier->Classify(nullptr), E_POINTER);
+        EXPECT_EQ(direct->Classify({}, {}, nullptr), E_POINTER);
+        LONG classes = 3;
+        EXPECT_EQ(classifier->Classify(&classes), S_OK);
+        EXPECT_EQ(classes, 0);
+        classes = 0;
+        EXPECT_EQ(classifier->Classify(&classes), E_INVALIDARG);
+        EXPECT_NE(TakeErrorInfo(), "");
+    }
+}
+
+TEST(Classifiers, TakeArraysOfNumbers) {
+    kv::Variant values = Values({1, 2, 8, 9});
+    kv::Variant frequencies = Frequencies({1, 1, 1, 1});
+    kv::Variant whole = Numbers<LONG>(VT_I4, {1, 2, 8, 9}, -7);
+    kv::Variant inVariants = Variants({1, 2, 8, 9});
+    VARIANT inReference = ReferenceTo(const_cast<VARIANT&>(inVariants.Get()));
+    const VARIANT plain = frequencies.Get();
+    const struct {
+        VARIANT values, frequencies;
+    } good[] = {
+        {values.Get(), plain},
+        {ByReference(values), ByReference(frequencies)},
+        {whole.Get(), plain},
+        {ByReference(whole), whole.Get()},
+        {inVariants.Get(), inVariants.Get()},
+        {inReference, inReference},
+        {values.Get(), values.Get()},  // doubles as frequencies, all whole
+    };
+    for (const auto& row : good) {
+        SCOPED_TRACE(&row - good);
+        const auto classifier = New<IClassify>(u"NaturalBreaks");
+        const auto direct = New<IClassifyGEN>(u"NaturalBreaks");
+        EXPECT_EQ(classifier->SetHistogramData(row.values, row.frequencies), S_OK);
+        LONG classes = 2;
+        EXPECT_EQ(classifier->Classify(&classes), S_OK);
+        EXPECT_EQ(BreaksOf(classifier), (Breaks{1, 2, 9}));
+        EXPECT_EQ(direct->Classify(row.values, row.frequencies, &classes), S_OK);
+        EXPECT_EQ(classes, 2);
+        EXPECT_EQ(BreaksOf(direct), (Breaks{1, 2, 9}));
+    }
+    const kv::Variant others[] = {Numbers<signed char>(VT_I1, {1, 2, 8, 9}),
+                                  Numbers<BYTE>(VT_UI1, {1, 2, 8, 9}),
+                                  Numbers<SHORT>(VT_I2, {1, 2, 8, 9}),
+                                  Numbers<USHORT>(VT_UI2, {1, 2, 8, 9}),
+                                  Numbers<ULONG>(VT_UI4, {1, 2, 8, 9}),
+                                  Numbers<LONGLONG>(VT_I8, {1, 2, 8, 9}),
+                                  Numbers<ULONGLONG>(VT_UI8, {1, 2, 8, 9}),
+                                  Numbers<float>(VT_R4, {1, 2, 8, 9}),
+                                  Numbers<LONGLONG>(VT_CY, {10'000, 20'000, 80'000, 90'000})};
+    for (const kv::Variant& other : others) {
+        const auto direct = New<IClassifyGEN>(u"NaturalBreaks");
+        LONG classes = 2;
+        EXPECT_EQ(direct->Classify(other.Get(), other.Get(), &classes), S_OK) << other.Get().vt;
+        EXPECT_EQ(BreaksOf(direct), (Breaks{1, 2, 9})) << other.Get().vt;
+    }
+}
+
+TEST(Classifiers, RefuseWhatIsNoHistogramAndStayAsTheyWere) {
+    kv::Variant values = Values({1, 2, 8, 9});
+    kv::Variant frequencies = Frequencies({1, 1, 1, 1});
+    kv::Variant plane = Array(VT_R8, {{2, 0}, {2, 0}});
+    VARIANT nothing{};
+    nothing.vt = VT_ARRAY | VT_R8;
+    VARIANT nowhere{};
+    nowhere.vt = VT_ARRAY | VT_R8 | VT_BYREF;
+    const kv::Variant tooFew = Frequencies({1, 1, 1});
+    const kv::Variant broken = Values({1, 1.5, 1, 1});
+    const kv::Variant tooGreat = Numbers<LONGLONG>(VT_I8, {1, 1, 1, 1LL << 31});
+    const kv::Variant noNumber = Values({1, nan, 1, 1});
+    const kv::Variant texts = ArrayOf({u"1", u"2", u"8", u"9"});
+    const kv::Variant flags = Array(VT_BOOL, {{4, 0}});
+    kv::Variant locked = Values({1, 2, 8, 9});
+    for (int i = 0; i < 65535; ++i) ASSERT_EQ(SafeArrayLock(locked.Get().parray), S_OK);
+    const struct {
+        VARIANT values, frequencies;
+        HRESULT status;
+    } rows[] = {
+        {{}, frequencies.Get(), E_INVALIDARG},
+        {values.Get(), {}, E_INVALIDARG},
+        {Value(1.0).Get(), frequencies.Get(), E_INVALIDARG},  // which passes the test of bits
+        {values.Get(), Value(1).Get(), E_INVALIDARG},
+        {nothing, frequencies.Get(), E_INVALIDARG},
+        {nowhere, frequencies.Get(), E_INVALIDARG},
+        {plane.Get(), frequencies.Get(), E_INVALIDARG},
+        {plane.Get(), plane.Get(), E_INVALIDARG},
+        {values.Get(), tooFew.Get(), E_INVALIDARG},
+        {values.Get(), broken.Get(), E_INVALIDARG},
+        {values.Get(), tooGreat.Get(), E_INVALIDARG},
+        {values.Get(), noNumber.Get(), E_INVALIDARG},
+        {texts.Get(), frequencies.Get(), E_INVALIDARG},
+        {flags.Get(), frequencies.Get(), E_INVALIDARG},
+        {locked.Get(), frequencies.Get(), E_FAIL},
+    };
+    for (const auto& method : methods) {
+        const auto classifier = New<IClassify>(method.className);
+        const auto direct = classifier.As<IClassifyGEN>();
+        if (const auto deviations = classifier.As<IDeviationInterval>()) {
+            EXPECT_EQ(deviations->put_Mean(5), S_OK);
+            EXPECT_EQ(deviations->put_StandardDev(2), S_OK);
+        }
+        EXPECT_EQ(classifier->SetHistogramData(values.Get(), frequencies.Get()), S_OK);
+        LONG classes = 2;
+        EXPECT_EQ(classifier->Classify(&classes), S_OK);
+        const Breaks breaks = BreaksOf(classifier);
+        for (const auto& row : rows) {
+            SCOPED_TRACE(&row - rows);
+            LONG asked = 2;
+            EXPECT_EQ(classifier->SetHistogramData(row.values, row.frequencies), row.status);
+            EXPECT_NE(TakeErrorInfo(), "");
+            EXPECT_EQ(direct->Classify(row.values, row.frequencies, &asked), row.status);
+            EXPECT_NE(TakeErrorInfo(), "");
+            EXPECT_EQ(asked, 2);
+            EXPECT_EQ(BreaksOf(classifier), breaks);
+        }
+        classes = 2;
+        EXPECT_EQ(classifier->Classify(&classes), S_OK);
+        EXPECT_EQ(BreaksOf(classifier), breaks);
+    }
+    while (locked.Get().parray->cLocks) SafeArrayUnlock(locked.Get().parray);
+    EXPECT_EQ(values.Get().parray->cLocks, 0u);
+    EXPECT_EQ(frequencies.Get().parray->cLocks, 0u);
+}
+
+TEST(Classifiers, TellWhenTheArraysAreMissing) {
+    const struct {
+        const char16_t* className;
+        HRESULT status;
+        LONG classes;
+    } rows[] = {{u"NaturalBreaks", E_FAIL, 2},
+                {u"EqualInterval", E_FAIL, 2},
+                {u"Quantile", S_OK, 0},
+                {u"StandardDeviation", S_OK, 0}};
+    for (const auto& row : rows) {
+        const auto classifier = New<IClassify>(row.className);
+        LONG classes = 2;
+        classifier.As<IClassifyGEN>()->Classify(Values({1, 2}).Get(), Frequencies({1, 1}).Get(), &classes);
+        classes = 2;
+        EXPECT_EQ(classifier->Classify(&classes), row.status) << kv::Utf8(row.className);
+        EXPECT_EQ(classes, row.classes) << kv::Utf8(row.className);
+    }
+}
+
+TEST(NaturalBreaks, HoldsToItsLimits) {
+    const auto classifier = New<IClassify>(u"NaturalBreaks");
+    const auto direct = classifier.As<IClassifyGEN>();
+    const kv::Variant values = Values({1, 2});
+    const kv::Variant frequencies = Frequencies({1, 1});
+    const struct {
+        LONG asked;
+        HRESULT status;
+        LONG made;
+        Breaks breaks;
+    } rows[] = {{2, S_OK, 2, {1, 1, 2}},
+                {1, S_OK, 1, {1, 2}},
+                {256, S_OK, 2, {1, 1, 2}},
+                {257, E_INVALIDARG, 257, {1, 1, 2}},
+                {0, E_INVALIDARG, 0, {1, 1, 2}},
+                {-1, E_INVALIDARG, -1, {1, 1, 2}},
+                {std::numeric_limits<LONG>::min(), E_INVALIDARG, std::numeric_limits<LONG>::min(), {1, 1, 2}}};
+    for (const auto& row : rows) {
+        LONG classes = row.asked;
+        EXPECT_EQ(direct->Classify(values.Get(), frequencies.Get(), &classes), row.status) << row.asked;
+        EXPECT_EQ(classes, row.made);
+        EXPECT_EQ(BreaksOf(classifier), row.breaks) << row.asked;
+    }
+    LONG classes = 2;
+    EXPECT_EQ(direct->Classify(values.Get(), Frequencies({0, 0}).Get(), &classes), S_FALSE);
+    EXPECT_EQ(classes, 0);
+    classes = 2;
+    EXPECT_EQ(direct->Classify(values.Get(), Frequencies({-1, 0}).Get(), &classes), S_FALSE);
+    EXPECT_EQ(BreaksOf(classifier), (Breaks{1, 1, 2}));
+}
+
+TEST(EqualInterval, TakesItsLimitsWhereBothAreSet) {
+    const auto classifier = New<IClassify>(u"EqualInterval");
+    const auto limits = classifier.As<IClassifyMinMax2>();
+    double limit = 7;
+    VARIANT_BOOL both = VARIANT_TRUE;
+    EXPECT_EQ(limits->get_Minimum(&limit), S_FALSE);
+    EXPECT_EQ(limits->get_HasLimits(&both), S_OK);
+    EXPECT_EQ(both, VARIANT_FALSE);
+    EXPECT_EQ(limits->put_Minimum(0), S_OK);
+    EXPECT_EQ(classifier->SetHistogramData(Values({1, 2, 5}).Get(), Frequencies({1, 1, 1}).Get()), S_OK);
+    LONG classes = 2;
+    EXPECT_EQ(classifier->Classify(&classes), S_OK);
+    EXPECT_EQ(BreaksOf(classifier), (Breaks{1, 3, 5}));
+    EXPECT_EQ(limits->put_Maximum(8), S_OK);
+    classes = 4;
+    EXPECT_EQ(classifier->Classify(&classes), S_OK);
+    EXPECT_EQ(BreaksOf(classifier), (Breaks{0, 2, 4, 6, 8}));
+    EXPECT_EQ(New<IClassify>(u"EqualInterval")->Classify(&classes), S_OK);  // without data there is no class
+    EXPECT_EQ(classes, 0);
+    classes = 0x7FFFFFFF;
+    EXPECT_EQ(classifier->Classify(&classes), E_INVALIDARG);
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IClassify>("EqualInterval", "There would be more than 16,777,216 breaks."));
+    EXPECT_EQ(classes, 0x7FFFFFFF);
+    EXPECT_EQ(limits->put_Maximum(0), S_OK);
+    classes = 5;
+    EXPECT_EQ(classifier->Classify(&classes), S_OK);
+    EXPECT_EQ(classes, 5);  // as it was given, for one class
+    EXPECT_EQ(BreaksOf(classifier), (Breaks{0, 0}));
+    EXPECT_EQ(limits->ClearLimits(), S_OK);
+    EXPECT_EQ(limits->get_Maximum(&limit), S_FALSE);
+    for (const HRESULT status :
+         {limits->get_Minimum(nullptr), limits->get_Maximum(nullptr), limits->get_HasLimits(nullptr)})
+        EXPECT_EQ(status, E_POINTER);
+}
+
+TEST(StandardDeviation, HoldsItsIntervalToTheLimit) {
+    const auto classifier = New<IClassify>(u"StandardDeviation");
+    const auto layout = classifier.As<IDeviationInterval>();
+    const auto limit = classifier.As<IDeviationInterval2>();
+    const struct {
+        double width;
+        HRESULT limited, free;
+    } rows[] = {{0.25, S_OK, S_OK},
+                {2, S_OK, S_OK},
+                {3, E_INVALIDARG, S_OK},
+                {0.2, E_INVALIDARG, S_OK},
+                {0, E_INVALIDARG, E_INVALIDARG},
+                {-1, E_INVALIDARG, E_INVALIDARG},
+                {nan, E_INVALIDARG, E_INVALIDARG}};
+    double width = 0;
+    EXPECT_EQ(layout->get_DeviationInterval(&width), S_OK);
+    EXPECT_EQ(width, 1);
+    for (const auto& row : rows) {
+        for (const bool isLimited : {true, false}) {
+            EXPECT_EQ(limit->put_LimitToThreeDeviations(isLimited ? 7 : 0), S_OK);
+            VARIANT_BOOL flag = 5;
+            EXPECT_EQ(limit->get_LimitToThreeDeviations(&flag), S_OK);
+            EXPECT_EQ(flag, isLimited ? VARIANT_TRUE : VARIANT_FALSE);
+            EXPECT_EQ(layout->put_DeviationInterval(row.width), isLimited ? row.limited : row.free) << row.width;
+        }
+    }
+    VARIANT_BOOL flag = 5;
+    for (const auto& [given, taken] :
+         {std::pair<VARIANT_BOOL, VARIANT_BOOL>{1, VARIANT_FALSE}, {VARIANT_TRUE, VARIANT_TRUE}, {0, VARIANT_FALSE}}) {
+        EXPECT_EQ(layout->put_CenterClassOnMean(given), S_OK);
+        EXPECT_EQ(layout->get_CenterClassOnMean(&flag), S_OK);
+        EXPECT_EQ(flag, taken) << given;
+    }
+    EXPECT_EQ(layout->get_CenterClassOnMean(nullptr), E_POINTER);
+    EXPECT_EQ(layout->get_DeviationInterval(nullptr), E_POINTER);
+    EXPECT_EQ(limit->get_LimitToThreeDeviations(nullptr), E_POINTER);
+}
+
+TEST(StandardDeviation, WantsMeanAndDeviation) {
+    const auto classifier = New<IClassify>(u"StandardDeviation");
+    const auto layout = classifier.As<IDeviationInterval>();
+    EXPECT_EQ(classifier->SetHistogramData(Values({0, 20}).Get(), Frequencies({1, 1}).Get()), S_OK);
+    LONG classes = 4;
+    EXPECT_EQ(classifier->Classify(&classes), E_FAIL);
+    EXPECT_EQ(layout->put_Mean(10), S_OK);
+    EXPECT_EQ(classifier->Classify(&classes), E_FAIL);
+    EXPECT_EQ(layout->put_StandardDev(2), S_OK);
+    EXPECT_EQ(classifier->Classify(&classes), S_OK);
+    EXPECT_EQ(classes, 7);
+    EXPECT_EQ(BreaksOf(classifier), (Breaks{0, 5, 7, 9, 11, 13, 15, 20}));
+    EXPECT_EQ(layout->put_StandardDev(nan), S_OK);
+    EXPECT_EQ(classifier->Classify(&classes), E_INVALIDARG);
+    EXPECT_EQ(BreaksOf(classifier).size(), 8u);
+    EXPECT_EQ(layout->put_StandardDev(-2), S_OK);
+    EXPECT_EQ(classifier->Classify(&classes), S_FALSE);
+    EXPECT_EQ(classes, 7);
+    EXPECT_EQ(BreaksOf(classifier), Breaks());
+}
+
+TEST(DefinedInterval, TakesAWidthAboveZero) {
+    const auto interval = New<IClassInterval>(u"DefinedInterval");
+    double width = 0;
+    for (const double bad : {0.0, -1.0, nan, std::numeric_limits<double>::infinity()})
+        EXPECT_EQ(interval->put_IntervalSize(bad), E_INVALIDARG);
+    EXPECT_EQ(interval->get_IntervalSize(&width), S_OK);
+    EXPECT_EQ(width, 1);
+    EXPECT_EQ(interval->put_IntervalSize(4), S_OK);
+    LONG classes = 1;
+    EXPECT_EQ(interval.As<IClassifyGEN>()->Classify(Values({0, 10}).Get(), Frequencies({1, 1}).Get(), &classes), S_OK);
+    EXPECT_EQ(classes, 3);
+    EXPECT_EQ(BreaksOf(interval.As<IClassify>()), (Breaks{0, 4, 8, 10}));
+    EXPECT_EQ(interval->get_IntervalSize(nullptr), E_POINTER);
+}
+
+TEST(BaseStatistics, CountsWhatIsAdded) {
+    const auto statistics = New<IBaseStatistics>(u"BaseStatistics");
+    double number = 7;
+    EXPECT_EQ(statistics->get_Mean(&number), E_FAIL);
+    EXPECT_EQ(TakeErrorInfo(), Refusal<IBaseStatistics>("BaseStatistics", "There are no values."));
+    EXPECT_EQ(statistics->get_Sum(&number), S_OK);
+    EXPECT_EQ(number, 0);
+    EXPECT_EQ(statistics->AddValue(2), S_OK);
+    EXPECT_EQ(statistics->get_PopulationVariance(&number), S_OK);
+    EXPECT_EQ(statistics->get_Variance(&number), E_FAIL);
+    EXPECT_EQ(statistics->AddValues(Numbers<SHORT>(VT_I2, {4, 4, 4}).Get()), S_OK);
+    EXPECT_EQ(statistics->AddWeightedValues(Values({5, 7, 9}).Get(), Frequencies({2, 1, 1}).Get()), S_OK);
+    EXPECT_EQ(statistics->AddWeightedValue(100, 0), S_OK);
+    for (const HRESULT status :
+         {statistics->AddValue(nan), statistics->AddWeightedValue(1, -1), statistics->AddValues(Values({1, nan}).Get()),
+          statistics->AddWeightedValues(Values({1, 2}).Get(), Values({1}).Get()), statistics->AddValues({})}) {
+        EXPECT_EQ(status, E_INVALIDARG);
+    }
+    LONGLONG count = 0;
+    EXPECT_EQ(statistics->get_Count(&count), S_OK);
+    EXPECT_EQ(count, 7);
+    using Get = HRESULT (STDMETHODCALLTYPE IBaseStatistics::*)(double*);
+    const struct {
+        Get get;
+        double expected;
+    } rows[] = {{&IBaseStatistics::get_TotalWeight, 8},
+                {&IBaseStatistics::get_Sum, 40},
+                {&IBaseStatistics::get_Mean, 5},
+                {&IBaseStatistics::get_Minimum, 2},
+                {&IBaseStatistics::get_Maximum, 9},
+                {&IBaseStatistics::get_Variance, 32.0 / 7},
+                {&IBaseStatistics::get_StandardDeviation, std::sqrt(32.0 / 7)},
+                {&IBaseStatistics::get_PopulationVariance, 4},
+                {&IBaseStatistics::get_PopulationStandardDeviation, 2}};
+    for (const auto& row : rows) {
+        EXPECT_EQ((statistics.Get()->*row.get)(&number), S_OK);
+        EXPECT_NEAR(number, row.expected, 1e-14) << &row - rows;
+        EXPECT_EQ((statistics.Get()->*row.get)(nullptr), E_POINTER);
+    }
+    EXPECT_EQ(statistics->get_Count(nullptr), E_POINTER);
+    EXPECT_EQ(statistics->Reset(), S_OK);
+    EXPECT_EQ(statistics->get_Maximum(&number), E_FAIL);
+}
+
+TEST(BaseStatistics, MakesHistograms) {
+    const auto maker = New<IHistogramMaker>(u"BaseStatistics");
+    kv::Variant values;
+    kv::Variant frequencies;
+    EXPECT_EQ(maker->MakeHistogram(Values({3, 1, 3}).Get(), {}, values.Put(), frequencies.Put()), S_OK);
+    EXPECT_TRUE(kv::SameValue(values.Get(), Values({1, 3}).Get()));
+    EXPECT_TRUE(kv::SameValue(frequencies.Get(), Frequencies({1, 2}).Get()));
+    EXPECT_EQ(
+        maker->MakeHistogram(Values({3, 1, 3}).Get(), Frequencies({2, 0, 5}).Get(), values.Put(), frequencies.Put()),
+        S_OK);
+    EXPECT_TRUE(kv::SameValue(frequencies.Get(), Frequencies({0, 7}).Get()));
+    EXPECT_EQ(maker->MakeHistogram(Values({nan}).Get(), {}, values.Put(), frequencies.Put()), E_INVALIDARG);
+    EXPECT_EQ(values.Get().vt, VT_EMPTY);
+    EXPECT_EQ(
+        maker->MakeHistogram(Values({1, 1}).Get(), Frequencies({0x7FFFFFFF, 1}).Get(), values.Put(), frequencies.Put()),
+        E_INVALIDARG);
+    EXPECT_EQ(maker->MakeHistogram(Values({1}).Get(), Frequencies({1, 1}).Get(), values.Put(), frequencies.Put()),
+              E_INVALIDARG);
+    EXPECT_EQ(maker->MakeHistogram(Values({1}).Get(), {}, nullptr, frequencies.Put()), E_POINTER);
+    EXPECT_EQ(maker->MakeHistogram(Values({1}).Get(), {}, values.Put(), nullptr), E_POINTER);
+}
+
+TEST(ClassifyClient, PrintsBreaks) {
+    const std::string example = "10\n11,1\r\n\n1\n2\n3\n12\n";
+    const struct {
+        const char16_t* arguments;
+        std::string input;
+        std::string output;
+        DWORD status;
+    } rows[] = {
+        {u"--method natural-breaks --classes 2 -", example, "classes\t2\t0x00000000\nbreaks\t1\t3\t12\n", 0},
+        {u"--method equal-interval --classes 4 --min 0 --max 10 -", "",
+         "classes\t4\t0x00000000\nbreaks\t0\t2.5\t5\t7.5\t10\n", 0},
+        {u"--method quantile --classes 3 -", "1\n2,10\n3", "classes\t3\t0x00000000\nbreaks\t1\t1\t2\t3\n", 0},
+        {u"--method standard-deviation --classes 1 --mean 10 --stddev 2 -", "0\n20\n",
+         "classes\t7\t0x00000000\nbreaks\t0\t5\t7\t9\t11\t13\t15\t20\n", 0},
+        {u"--method standard-deviation --classes 1 -", "0\n20\n", "classes\t3\t0x00000000\nbreaks\t0\t5\t15\t20\n", 0},
+        {u"--method standard-deviation --classes 1 --interval 3 --unlimited --on-break --mean 10 --stddev 2 -",
+         "0\n20\n", "classes\t4\t0x00000000\nbreaks\t0\t4\t10\t16\t20\n", 0},
+        {u"--method defined-interval --classes 1 --interval 4 -", "0\n10\n",
+         "classes\t3\t0x00000000\nbreaks\t0\t4\t8\t10\n", 0},
+        {u"--method geometrical-interval --classes 2 -", "0\n1\n5\n", "classes\t2\t0x00000000\nbreaks\t0\t1\t5\n", 0},
+        {u"--method natural-breaks --classes 2 -", "1,0\n2,0\n", "classes\t0\t0x00000001\nbreaks\n", 0},
+        {u"--method natural-breaks --classes 257 -", "1\n",
+         "mova: movaSystem.NaturalBreaks: From 1 to 256 classes can be asked for. (0x80070057)\n", 1},
+        {u"--method natural-breaks --classes 2 -", "1\n2,x\n", "mova: -, line 2: not VALUE or VALUE,FREQUENCY\n", 2},
+        {u"--method quantile --classes 2 --min 3 -", "1\n", "mova: quantile does not take --min\n", 2},
+        {u"--method quantile -", "1\n", "mova: classify takes --classes and how many\n", 2},
+        {u"--method mean --classes 2 --min 1 -", "1\n",
+         "mova: classify knows these methods: natural-breaks, equal-interval, quantile, standard-deviation, "
+         "defined-interval, geometrical-interval\n",
+         2},
+    };
+    for (const auto& row : rows) {
+        const auto run = RunProcess(u"\"" + BinaryFolder() + u"mova.exe\" classify " + row.arguments, row.input);
+        EXPECT_EQ(run.output, row.output);
+        EXPECT_EQ(run.status, row.status);
+    }
+}
+
+TEST(ClassifyClient, DrawsADocumentThatReads) {
+    const std::u16string file = BinaryFolder() + u"classes.svg";
+    const std::u16string client = u"\"" + BinaryFolder() + u"mova.exe\" ";
+    const auto run =
+        RunProcess(client + u"classify --method equal-interval --classes 3 --plot \"" + file + u"\" -", "1\n2\n7,30\n");
+    EXPECT_EQ(run.status, 0u) << run.output;
+    const auto check = RunProcess(client + u"xml check \"" + file + u"\"");
+    EXPECT_EQ(check.status, 0u) << check.output;
+    EXPECT_TRUE(DeleteFileW(kv::Wide(file.c_str())));
+}
+
+}  // namespace mova::test
