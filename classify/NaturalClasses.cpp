@@ -23,6 +23,13 @@ struct ClassState {
     bool isSummed = false;
 };
 
+/// A move of the bound between two classes, by what its outcome depends on.
+struct Shift {
+    std::int32_t first = -1, from = -1, last = -1;  ///< the classes' first value, the bound, and their last value
+
+    bool operator==(const Shift&) const noexcept = default;
+};
+
 // A run with fewer values a class than this is quicker without sums, and so is a class of that many.
 constexpr std::int64_t fewValuesAClass = 16;
 constexpr std::int32_t fewValues = 8;
@@ -101,7 +108,8 @@ class Search {
     NaturalBounds& bounds_;
     NaturalBounds remembered_;
     std::array<ClassState, mostNaturalClasses> classes_, rememberedClasses_;
-    std::array<ClassSums, mostNaturalClasses> classSums_;  ///< where there are blocks
+    std::array<Shift, mostNaturalClasses> failedUp_, failedDown_;  ///< by upper class: what need not be tried again
+    std::array<ClassSums, mostNaturalClasses> classSums_;          ///< where there are blocks
 };
 
 void Search::SumUp(ClassState& state, std::int32_t first, std::int32_t last) const {
@@ -347,6 +355,9 @@ bool Search::TryShift(int lower, int step) {
     const std::int32_t last = Bound(upper + 1);
     const std::int32_t from = Bound(upper);
     const std::int32_t to = from + step;
+    const Shift shift{first, from, last};
+    Shift& failed = (step > 0 ? failedUp_ : failedDown_)[At(upper)];
+    if (shift == failed) return false;
     ClassSums lowerSums;
     ClassSums upperSums;
     if (blocks_) {
@@ -363,15 +374,18 @@ bool Search::TryShift(int lower, int step) {
     Judge(newUpper, upperSums, to + 1, last);
     ClassState& oldLower = Class(lower);
     ClassState& oldUpper = Class(upper);
-    if (!(newLower.deviation.high + newUpper.deviation.high < oldLower.deviation.low + oldUpper.deviation.low)) {
-        if (newLower.deviation.low + newUpper.deviation.low >= oldLower.deviation.high + oldUpper.deviation.high)
-            return false;
+    bool falls = newLower.deviation.high + newUpper.deviation.high < oldLower.deviation.low + oldUpper.deviation.low;
+    if (!falls &&
+        !(newLower.deviation.low + newUpper.deviation.low >= oldLower.deviation.high + oldUpper.deviation.high)) {
         Settle(oldLower, first, from);
         Settle(oldUpper, from + 1, last);
         Settle(newLower, first, to);
         Settle(newUpper, to + 1, last);
-        if (!(newLower.deviation.low + newUpper.deviation.low < oldLower.deviation.low + oldUpper.deviation.low))
-            return false;
+        falls = newLower.deviation.low + newUpper.deviation.low < oldLower.deviation.low + oldUpper.deviation.low;
+    }
+    if (!falls) {
+        failed = shift;
+        return false;
     }
     Bound(upper) = to;
     oldLower = newLower;
