@@ -1,7 +1,7 @@
 #pragma once
 
-#include <compare>
 #include <cstdint>
+#include <tuple>
 
 namespace kv {
 
@@ -22,7 +22,12 @@ struct DateTime {
     std::int32_t nanosecond = 0;
 
     friend bool operator==(const DateTime&, const DateTime&) noexcept = default;
-    friend auto operator<=>(const DateTime&, const DateTime&) noexcept = default;
+    friend bool operator<(const DateTime& left, const DateTime& right) noexcept {
+        const auto inOrder = [](const DateTime& at) {
+            return std::tie(at.year, at.month, at.day, at.hour, at.minute, at.second, at.nanosecond);
+        };
+        return inOrder(left) < inOrder(right);
+    }
 };
 static_assert(sizeof(DateTime) == 16);
 

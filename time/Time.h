@@ -2,8 +2,6 @@
 
 #include <movaSystem.h>
 
-#include <compare>
-
 #include "time/Calendar.h"
 #include "time/Duration.h"
 #include "time/TimePicture.h"
@@ -96,7 +94,9 @@ class Time final : public XmlPersistentComponent<Time, ::Time, Generations<ITime
         LONG day = 0;
         LONGLONG nanoseconds = 0;
 
-        friend auto operator<=>(const Moment&, const Moment&) noexcept = default;
+        friend bool operator<(const Moment& left, const Moment& right) noexcept {
+            return left.day != right.day ? left.day < right.day : left.nanoseconds < right.nanoseconds;
+        }
     };
 
     /// Makes the fields what they have to be. @return E_FAIL where the OLE date is none; it then stays pending

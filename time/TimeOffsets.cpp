@@ -1,6 +1,5 @@
 // Adding to times, and comparing them.
 #include <bit>
-#include <compare>
 
 #include "time/Time.h"
 #include "time/TimeDuration.h"
@@ -9,8 +8,10 @@
 namespace mova {
 namespace {
 
-LONG OrderOf(std::strong_ordering order) noexcept {
-    return order < 0 ? -1 : order > 0 ? 1 : 0;
+template <class Place>
+LONG OrderOf(const Place& left, const Place& right) noexcept {
+    if (left < right) return -1;
+    return right < left ? 1 : 0;
 }
 
 }  // namespace
@@ -90,14 +91,14 @@ STDMETHODIMP Time::Compare(ITime* other, LONG* order) noexcept {
         WKSDateTime theirs{};
         if (HRESULT status = other->QueryDateTime(&theirs); FAILED(status)) return status;
         if (HRESULT status = BringUpToDate(); FAILED(status)) return status;
-        *order = OrderOf(state_.fields <=> std::bit_cast<kv::DateTime>(theirs));
+        *order = OrderOf(state_.fields, std::bit_cast<kv::DateTime>(theirs));
         return S_OK;
     }
     Moment ours;
     Moment theirs;
     if (HRESULT status = ReadMoment(*this, ours); FAILED(status)) return status;
     if (HRESULT status = ReadMoment(*other, theirs); FAILED(status)) return status;
-    *order = OrderOf(ours <=> theirs);
+    *order = OrderOf(ours, theirs);
     return S_OK;
 }
 
