@@ -175,7 +175,7 @@ TEST(NumericText, IsWhatTheStepsSay) {
                                -123,
                                1e-7,
                                -1e-7};
-    for (int i = 0; i < 25; ++i) {
+    for (int i = 0; i < 10; ++i) {
         values.push_back(std::ldexp(static_cast<double>(static_cast<std::int64_t>(bits()) >> bits() % 63),
                                     -static_cast<int>(bits() % 64)));
         values.push_back(std::round(std::ldexp(static_cast<double>(bits() >> 11), -static_cast<int>(bits() % 50))) /
@@ -186,7 +186,8 @@ TEST(NumericText, IsWhatTheStepsSay) {
         for (unsigned flags = 0; flags < 16; ++flags) {
             for (int digits = 0; digits <= NumericSettings::mostDigits; ++digits) {
                 for (const double value : values) {
-                    NumericSettings settings = With(static_cast<int>(flags & 1), digits, flags & 2, flags & 4, flags & 8);
+                    NumericSettings settings =
+                        With(static_cast<int>(flags & 1), digits, flags & 2, flags & 4, flags & 8);
                     settings.alignmentOption = digits % 2;
                     settings.alignmentWidth = digits * 2;
                     ASSERT_EQ(kv::Utf8(Show(settings, value, locale.fmt)),
@@ -197,7 +198,7 @@ TEST(NumericText, IsWhatTheStepsSay) {
             }
         }
     }
-    EXPECT_GT(checked, 100'000);
+    EXPECT_GT(checked, 50'000);
 }
 
 TEST(NumericText, IsReadBack) {

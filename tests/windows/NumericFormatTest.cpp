@@ -30,7 +30,7 @@ Enum Option(std::int32_t number) {
 }
 
 Format FormatWith(const NumericSettings& settings, const Text& suffix = {}) {
-    const auto format = NewFormat();
+    auto format = NewFormat();
     const auto numeric = format.As<INumericFormat>();
     EXPECT_EQ(numeric->put_RoundingOption(Option<movaRoundingOptionEnum>(settings.roundingOption)), S_OK);
     EXPECT_EQ(numeric->put_RoundingValue(settings.roundingValue), S_OK);
@@ -301,8 +301,9 @@ TEST(NumericFormatLocales, SettingsCountAtTheNextCall) {
 TEST(NumericFormatLocales, OtherLocales) {
     for (const wchar_t* locale : {L"en-US", L"de-DE", L"fr-FR", L"de-CH", L"hi-IN", L"ar-SA", L"sv-SE", L"fa-IR"}) {
         UserSettings user;
-        for (const LCTYPE type : {LOCALE_SDECIMAL, LOCALE_STHOUSAND, LOCALE_SGROUPING, LOCALE_SNEGATIVESIGN,
-                                  LOCALE_INEGNUMBER, LOCALE_ILZERO}) {
+        for (const LCTYPE type :
+             std::initializer_list<LCTYPE>{LOCALE_SDECIMAL, LOCALE_STHOUSAND, LOCALE_SGROUPING, LOCALE_SNEGATIVESIGN,
+                                           LOCALE_INEGNUMBER, LOCALE_ILZERO}) {
             wchar_t value[80];
             ASSERT_GT(GetLocaleInfoEx(locale, type, value, 80), 0);
             user.Set(type, value);
