@@ -65,7 +65,9 @@ bool NumericText::FormatPlain(const NumericSettings& settings, double value, kv:
     const bool zeroPad = settings.zeroPad != 0;
     const auto decimals = static_cast<std::uint32_t>(settings.roundingValue);
     if (decimals > kv::mostLocaleDecimals) return false;
-    if (!zeroPad && ((value < 0 && fmt.negativeOrder != signInFront) || fmt.leadingZero == 0)) return false;
+    const bool hasSeparator = (fmt.known & kv::NumberFmt::decimalRule) == 0 || !fmt.decimalSeparator.View().empty();
+    const bool dropsZeros = hasSeparator && fmt.leadingZero != 0 && (value >= 0 || fmt.negativeOrder == signInFront);
+    if (!zeroPad && !dropsZeros) return false;
     const auto number = kv::UsNumber::Rounded(value, settings.roundingValue, zeroPad);
     fmt.numDigits = zeroPad ? decimals : static_cast<std::uint32_t>(number.Fraction().size());
     size_ = kv::FormatByRules(number, fmt, {units_.data(), kv::formattedSize});
