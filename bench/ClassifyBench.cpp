@@ -88,8 +88,7 @@ std::vector<double> DirectBreaks(const Data& data, int classes) {
     mova::test::DirectNaturalBreaks direct(data.View());
     Require(direct.Run(classes), "The direct reading makes no classes.");
     std::vector<double> breaks{data.View().values.front()};
-    for (int i = 1; i <= classes; ++i)
-        breaks.push_back(data.View().values[static_cast<std::size_t>(direct.bounds[static_cast<std::size_t>(i)])]);
+    for (int i = 1; i <= classes; ++i) breaks.push_back(data.View().values[static_cast<std::size_t>(direct.bounds[i])]);
     return breaks;
 }
 

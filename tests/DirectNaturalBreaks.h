@@ -11,6 +11,12 @@
 namespace mova::test {
 
 class DirectNaturalBreaks {
+    /// An array by whole numbers that may be differences.
+    template <class Number, std::size_t size>
+    struct Table : std::array<Number, size> {
+        Number& operator[](int index) { return std::array<Number, size>::operator[](static_cast<std::size_t>(index)); }
+    };
+
  public:
     explicit DirectNaturalBreaks(const HistogramView& data) : data_(data) {}
 
@@ -27,7 +33,7 @@ class DirectNaturalBreaks {
         return Shift(moved) && Reassign();
     }
 
-    std::array<std::int32_t, 257> bounds{};
+    Table<std::int32_t, 257> bounds{};
 
  private:
     bool Sum(int i) {
@@ -115,12 +121,12 @@ class DirectNaturalBreaks {
         return true;
     }
 
-    double Value(std::int32_t j) const { return data_.values[j]; }
-    std::int32_t Frequency(std::int32_t j) const { return data_.frequencies[j]; }
+    double Value(std::int32_t j) const { return data_.values[static_cast<std::size_t>(j)]; }
+    std::int32_t Frequency(std::int32_t j) const { return data_.frequencies[static_cast<std::size_t>(j)]; }
 
     HistogramView data_;
     int k_ = 0;
-    std::array<double, 256> means_{}, deviations_{};
+    Table<double, 256> means_{}, deviations_{};
 };
 
 }  // namespace mova::test
