@@ -20,10 +20,9 @@ struct Job {
 };
 
 constexpr Job jobs[] = {
-    {"classify", &bench::RunClassify},
-    {"frame", &bench::RunFrame},     {"json", &bench::RunJson},       {"number", &bench::RunNumber},
-    {"persist", &bench::RunPersist}, {"propset", &bench::RunPropset}, {"time", &bench::RunTime},
-    {"xml", &bench::RunXml},
+    {"classify", &bench::RunClassify}, {"frame", &bench::RunFrame},     {"json", &bench::RunJson},
+    {"number", &bench::RunNumber},     {"persist", &bench::RunPersist}, {"propset", &bench::RunPropset},
+    {"time", &bench::RunTime},         {"xml", &bench::RunXml},
 };
 
 struct Arguments {
