@@ -1,7 +1,6 @@
 // Lengths of time.
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -29,7 +28,10 @@ struct Length {
     std::int64_t seconds = 0;      ///< below those that the nanoseconds are added to
     std::int32_t nanoseconds = 0;  ///< 0 to 999,999,999
 
-    friend auto operator<=>(const Length&, const Length&) noexcept = default;
+    friend bool operator==(const Length&, const Length&) noexcept = default;
+    friend constexpr bool operator<(const Length& left, const Length& right) noexcept {
+        return left.seconds != right.seconds ? left.seconds < right.seconds : left.nanoseconds < right.nanoseconds;
+    }
 };
 
 /// A length from seconds and any nanoseconds.

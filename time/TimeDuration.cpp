@@ -175,7 +175,7 @@ STDMETHODIMP TimeDuration::Compare(ITimeDuration* other, LONG* order) noexcept {
     calendar::Length theirs;
     if (HRESULT status = ReadLength(other, theirs); FAILED(status)) return status;
     const calendar::Length ours = calendar::LengthOf(parts_);
-    *order = ours < theirs ? -1 : ours > theirs ? 1 : 0;
+    *order = ours < theirs ? -1 : theirs < ours ? 1 : 0;
     return S_OK;
 }
 
