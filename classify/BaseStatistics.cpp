@@ -8,7 +8,7 @@ namespace mova {
 namespace {
 
 constexpr auto badValue = u"A value is not finite.";
-constexpr auto badWeight = u"A value or a weight is not finite, or a weight is below 0.";
+constexpr auto badWeight = u"A value, a weight or the total weight is not finite, or a weight is below 0.";
 
 }  // namespace
 

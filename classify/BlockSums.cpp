@@ -32,6 +32,7 @@ bool BlockSums::Make(const HistogramView& data) {
     before_.clear();
     before_.reserve(count / blockSize + 2);
 
+    const double step = Step();
     ClassSums sums;
     std::uint64_t usedBits = 0;  // of all places, counted from the values' zero
     double previous = data.values.front();
@@ -44,9 +45,8 @@ bool BlockSums::Make(const HistogramView& data) {
             const double value = data.values[i];
             if (!(value >= previous && value <= greatest)) return false;  // now, since no other value has a place
             previous = value;
-            const double scaled = value * scale_;
-            const auto place = static_cast<std::int64_t>(scaled);
-            isExact &= static_cast<double>(place) == scaled;
+            const auto place = static_cast<std::int64_t>(value * scale_);
+            isExact &= static_cast<double>(place) * step == value;  // a value can be lost below the smallest number
             usedBits |= static_cast<std::uint64_t>(place);
             signs |= data.frequencies[i];
             sums.Add(static_cast<std::uint64_t>(place - origin_), static_cast<std::uint32_t>(data.frequencies[i]));

@@ -17,8 +17,8 @@ namespace mova {
 class BlockSums {
  public:
     /// Makes the sums of a histogram, which must outlive their use; its memory is kept for the next one. One pass.
-    /// @return false for what they cannot be made of: values that descend, are not finite or whose squares would leave
-    ///     the range of a double, and negative frequencies. @throw std::bad_alloc
+    /// @return false for what they cannot be made of: values that descend, are not finite, are all 0 or have squares
+    ///     outside the range of a double, and negative frequencies. @throw std::bad_alloc
     bool Make(const HistogramView& data);
 
     /// The sums over the values from an index up to, and without, another.

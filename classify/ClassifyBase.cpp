@@ -1,5 +1,6 @@
 #include "classify/ClassifyBase.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 
@@ -26,43 +27,50 @@ Verdict StatusOf(BreakOutcome outcome) noexcept {
     return {.status = E_FAIL};
 }
 
-Verdict ClassifierState::Open(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& openValues,
-                              NumberArray<std::int32_t>& openFrequencies) {
+Verdict ClassifierInput::Find(const VARIANT& values, const VARIANT& frequencies) noexcept {
     if (const Verdict verdict = TestHistogram(values, frequencies)) return verdict;
-    if (const Verdict verdict = openValues.Open(values)) return verdict;
-    if (const Verdict verdict = openFrequencies.Open(frequencies)) return verdict;
-    if (openValues.Numbers().size() != openFrequencies.Numbers().size())
-        return {E_INVALIDARG, u"There must be as many frequencies as values."};
-    if (openValues.Numbers().size() > std::numeric_limits<std::int32_t>::max())
+    if (const Verdict verdict = values_.Find(values)) return verdict;
+    if (const Verdict verdict = frequencies_.Find(frequencies)) return verdict;
+    if (values_.Count() != frequencies_.Count()) return {E_INVALIDARG, u"There must be as many frequencies as values."};
+    if (values_.Count() > std::numeric_limits<std::int32_t>::max())
         return {E_INVALIDARG, u"There are more than 2,147,483,647 values."};
+    valueCount_ = static_cast<std::uint32_t>(values_.Count());
+    hasArrays_ = isFound_ = true;
+    return {};
+}
+
+Verdict ClassifierInput::Read() {
+    if (!hasArrays_) return {E_FAIL, u"There is no histogram."};
+    if (!isFound_) return {};
+    if (const Verdict verdict = values_.Read()) return verdict;
+    if (const Verdict verdict = frequencies_.Read()) return verdict;
+    data_ = {values_.Numbers(), frequencies_.Numbers()};
     return {};
 }
 
 Verdict ClassifierState::Keep(const VARIANT& values, const VARIANT& frequencies) {
-    NumberArray<double> openValues;
-    NumberArray<std::int32_t> openFrequencies;
-    if (const Verdict verdict = Open(values, frequencies, openValues, openFrequencies)) return verdict;
-    const auto numbers = openValues.Numbers();
-    const auto counts = openFrequencies.Numbers();
-    std::vector<double> keptValues(numbers.begin(), numbers.end());
-    frequencies_.reserve(counts.size());  // nothing fails from here on
-    frequencies_.assign(counts.begin(), counts.end());
+    ClassifierInput input;
+    if (const Verdict verdict = input.Find(values, frequencies)) return verdict;
+    if (const Verdict verdict = input.Read()) return verdict;
+    const HistogramView& data = input.Data();
+    std::vector<double> keptValues(data.values.begin(), data.values.end());
+    frequencies_.reserve(data.frequencies.size());  // nothing fails from here on
+    frequencies_.assign(data.frequencies.begin(), data.frequencies.end());
     values_.swap(keptValues);
-    valueCount_ = static_cast<std::uint32_t>(numbers.size());
+    valueCount_ = input.ValueCount();
     isKept_ = true;
     return {};
 }
 
 ClassifierInput ClassifierState::Kept() const noexcept {
-    return {{values_, frequencies_}, valueCount_, isKept_};
+    if (!isKept_) return ClassifierInput(valueCount_);
+    const auto count = std::min<std::size_t>(valueCount_, values_.size());
+    return ClassifierInput(HistogramView{std::span(values_).first(count), std::span(frequencies_).first(count)});
 }
 
-Verdict ClassifierState::Borrow(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& borrowedValues,
-                                NumberArray<std::int32_t>& borrowedFrequencies, ClassifierInput& input) {
-    if (const Verdict verdict = Open(values, frequencies, borrowedValues, borrowedFrequencies)) return verdict;
-    const auto count = static_cast<std::uint32_t>(borrowedValues.Numbers().size());
-    if (!isKept_) valueCount_ = count;
-    input = {{borrowedValues.Numbers(), borrowedFrequencies.Numbers()}, count, true};
+Verdict ClassifierState::Borrow(const VARIANT& values, const VARIANT& frequencies, ClassifierInput& input) noexcept {
+    if (const Verdict verdict = input.Find(values, frequencies)) return verdict;
+    valueCount_ = input.ValueCount();
     return {};
 }
 

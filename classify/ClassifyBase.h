@@ -13,16 +13,38 @@
 
 namespace mova {
 
-/// What a classifier is to divide.
-struct ClassifierInput {
-    HistogramView data;
-    /// How many values the last histogram had, whoever handed it in: it is known where the arrays are missing.
-    std::uint32_t valueCount = 0;
-    bool hasArrays = false;
+/// What a classifier is to divide: what is kept, or what a caller hands in. The caller's arrays are locked and read
+/// only when a method comes to them.
+class ClassifierInput {
+ public:
+    ClassifierInput() noexcept = default;
+    /// What is kept. @param kept must outlive this
+    explicit ClassifierInput(const HistogramView& kept) noexcept
+        : valueCount_(static_cast<std::uint32_t>(kept.values.size())), hasArrays_(true), data_(kept) {}
+    /// Nothing is kept. @param valueCount what is left of an earlier histogram
+    explicit ClassifierInput(std::uint32_t valueCount) noexcept : valueCount_(valueCount) {}
+
+    /// Finds the caller's arrays.
+    /// @return E_INVALIDARG where one is no array of one dimension, or they are not of one length
+    Verdict Find(const VARIANT& values, const VARIANT& frequencies) noexcept;
+    /// How many values there are; it is known where the arrays are missing.
+    std::uint32_t ValueCount() const noexcept { return valueCount_; }
+    bool HasArrays() const noexcept { return hasArrays_; }
+    /// Makes the data readable. @return E_INVALIDARG for arrays with elements that are no numbers, E_FAIL for an array
+    ///     that is missing or cannot be locked. @throw std::bad_alloc
+    Verdict Read();
+    const HistogramView& Data() const noexcept { return data_; }
+
+ private:
+    std::uint32_t valueCount_ = 0;
+    bool hasArrays_ = false;
+    bool isFound_ = false;
+    NumberArray<double> values_;
+    NumberArray<std::int32_t> frequencies_;
+    HistogramView data_;
 };
 
 inline constexpr Verdict tooFewClasses{E_INVALIDARG, u"At least one class must be asked for."};
-inline constexpr Verdict noHistogram{E_FAIL, u"There is no histogram."};
 
 /// What a method that lays breaks by a rule says, as a status with a text.
 Verdict StatusOf(BreakOutcome outcome) noexcept;
@@ -31,19 +53,15 @@ Verdict StatusOf(BreakOutcome outcome) noexcept;
 class ClassifierState {
  public:
     Verdict Keep(const VARIANT& values, const VARIANT& frequencies);
-    /// What is kept, to be divided.
+    /// What is kept, to be divided: as many values as the last histogram had, at most all.
     ClassifierInput Kept() const noexcept;
-    /// A caller's histogram, to be divided. @param input filled in where that does not fail
-    Verdict Borrow(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& borrowedValues,
-                   NumberArray<std::int32_t>& borrowedFrequencies, ClassifierInput& input);
+    /// A caller's histogram, to be divided.
+    Verdict Borrow(const VARIANT& values, const VARIANT& frequencies, ClassifierInput& input) noexcept;
 
     std::vector<double> breaks;
 
  private:
-    static Verdict Open(const VARIANT& values, const VARIANT& frequencies, NumberArray<double>& openValues,
-                        NumberArray<std::int32_t>& openFrequencies);
-
-    std::uint32_t valueCount_ = 0;
+    std::uint32_t valueCount_ = 0;  ///< of the last histogram, whoever handed it in
     bool isKept_ = false;
     std::vector<double> values_;
     std::vector<std::int32_t> frequencies_;
@@ -55,8 +73,8 @@ kv::BString MethodNameOf(UINT textId);
 HRESULT MakeClassIdentifier(const CLSID& classId, IUID** identifier) noexcept;
 
 /// A classifier. @tparam Self has `static constexpr UINT methodName`, a row of the string table, and
-///     `Verdict ComputeBreaks(const ClassifierInput& input, LONG& classCount)`, which leaves the state's breaks as they
-///     were where it refuses.
+///     `Verdict ComputeBreaks(ClassifierInput& input, LONG& classCount)`, which leaves the state's breaks as they were
+///     where it refuses.
 template <class Self, class Coclass, class... Others>
 class ClassifyBase : public Component<Self, Coclass, IClassify, IClassifyGEN, Others...> {
     using Base = Component<Self, Coclass, IClassify, IClassifyGEN, Others...>;
@@ -72,7 +90,8 @@ class ClassifyBase : public Component<Self, Coclass, IClassify, IClassifyGEN, Ot
     }
     STDMETHODIMP Classify(LONG* numClasses) noexcept final try {
         if (!numClasses) return Base::Refuse(E_POINTER);
-        return Answer<IClassify>(Compute(state_.Kept(), *numClasses));
+        ClassifierInput input = state_.Kept();
+        return Answer<IClassify>(Compute(input, *numClasses));
     } catch (...) {
         return CaughtStatus();
     }
@@ -100,11 +119,8 @@ class ClassifyBase : public Component<Self, Coclass, IClassify, IClassifyGEN, Ot
     // IClassifyGEN
     STDMETHODIMP Classify(VARIANT values, VARIANT frequencies, LONG* numClasses) noexcept final try {
         if (!numClasses) return Base::Refuse(E_POINTER);
-        NumberArray<double> borrowedValues;
-        NumberArray<std::int32_t> borrowedFrequencies;
         ClassifierInput input;
-        if (const Verdict verdict = state_.Borrow(values, frequencies, borrowedValues, borrowedFrequencies, input))
-            return Answer<IClassifyGEN>(verdict);
+        if (const Verdict verdict = state_.Borrow(values, frequencies, input)) return Answer<IClassifyGEN>(verdict);
         return Answer<IClassifyGEN>(Compute(input, *numClasses));
     } catch (...) {
         return CaughtStatus();
@@ -114,7 +130,7 @@ class ClassifyBase : public Component<Self, Coclass, IClassify, IClassifyGEN, Ot
     std::vector<double>& Breaks() noexcept { return state_.breaks; }
 
  private:
-    Verdict Compute(const ClassifierInput& input, LONG& classCount) {
+    Verdict Compute(ClassifierInput& input, LONG& classCount) {
         return static_cast<Self*>(this)->ComputeBreaks(input, classCount);
     }
     template <class Interface>

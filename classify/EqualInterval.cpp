@@ -38,16 +38,16 @@ STDMETHODIMP EqualInterval::ClearLimits() noexcept {
     return S_OK;
 }
 
-Verdict EqualInterval::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
+Verdict EqualInterval::ComputeBreaks(ClassifierInput& input, LONG& classCount) {
     if (classCount < 1) return tooFewClasses;
     Range range = limits_;
     if (!hasMinimum_ || !hasMaximum_) {
-        if (input.valueCount == 0) {
+        if (input.ValueCount() == 0) {
             classCount = 0;
             return {};
         }
-        if (!input.hasArrays) return noHistogram;
-        range = {input.data.values.front(), input.data.values.back()};
+        if (const Verdict verdict = input.Read()) return verdict;
+        range = {input.Data().values.front(), input.Data().values.back()};
     }
     return StatusOf(EqualIntervalBreaks(range, classCount, Breaks()));
 }

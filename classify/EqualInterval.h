@@ -21,7 +21,7 @@ class EqualInterval final
 
     // ClassifyBase's
     static constexpr UINT methodName = 1004;
-    Verdict ComputeBreaks(const ClassifierInput& input, LONG& classCount);
+    Verdict ComputeBreaks(ClassifierInput& input, LONG& classCount);
 
  private:
     Range limits_;

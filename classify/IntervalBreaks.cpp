@@ -121,7 +121,9 @@ BreakOutcome DefinedIntervalBreaks(Range range, double width, std::int64_t& clas
     if (!std::isfinite(minimum) || !std::isfinite(maximum)) return BreakOutcome::endless;
     const bool walks = maximum > minimum;
     if (walks) {
+        constexpr double mostCounted = 0x1p53;  // adding 1 to a greater number need not move it
         if (const auto outcome = CanWalk(minimum, maximum, width); outcome != BreakOutcome::done) return outcome;
+        if (std::max(std::fabs(minimum), std::fabs(maximum)) / width >= mostCounted) return BreakOutcome::endless;
         Reserve(breaks, minimum, maximum, width);
     }
     breaks.assign(1, minimum);

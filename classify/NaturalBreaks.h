@@ -12,7 +12,7 @@ class NaturalBreaks final : public ClassifyBase<NaturalBreaks, ::NaturalBreaks> 
 
     // ClassifyBase's
     static constexpr UINT methodName = 1006;
-    Verdict ComputeBreaks(const ClassifierInput& input, LONG& classCount);
+    Verdict ComputeBreaks(ClassifierInput& input, LONG& classCount);
 
  private:
     BlockSums sums_;  ///< memory of the last run

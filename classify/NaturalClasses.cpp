@@ -158,7 +158,7 @@ void Search::Estimate(ClassState& state, const ClassSums& sums, std::int32_t fir
 
     // Summing n terms one by one in doubles has a relative error below n units of 2^-53, when all are of one sign; for
     // the mean it is relative to the greatest magnitude. A wrong mean adds its squared error to the deviation.
-    const double terms = (last - first + 32) * (0x1p-53 * 1.0001);
+    const double terms = (static_cast<double>(last - first) + 32) * (0x1p-53 * 1.0001);
     const double greatest = std::max(std::fabs(Value(first)), std::fabs(Value(last))) * blocks_->StepsPerUnit();
     const bool meanIsExact = blocks_->SumsAreExactInDoubles();
     const double meanError = greatest * (meanIsExact ? 0x1p-52 : terms);
@@ -176,8 +176,10 @@ void Search::Estimate(ClassState& state, const ClassSums& sums, std::int32_t fir
         const double sum = AsDouble(magnitude) * step;
         state.mean = Limits::Of((isNegative ? -sum : sum) / weight);
     } else {
-        const double mean = static_cast<double>(static_cast<std::int64_t>(near) + blocks_->Origin()) + rest / weight;
-        const double error = meanError + greatest * 0x1p-49 + offGrid;
+        // Far from the grid's zero, the whole number is not so near that what it lacks is small beside the mean.
+        const double lack = rest / weight;
+        const double mean = static_cast<double>(static_cast<std::int64_t>(near) + blocks_->Origin()) + lack;
+        const double error = meanError + (greatest + std::fabs(lack)) * 0x1p-49 + offGrid;
         state.mean = {(mean - error) * step, (mean + error) * step};
     }
     state.isSummed = false;

@@ -72,24 +72,36 @@ bool HasBits(const VARIANT& value, VARTYPE bits) noexcept {
 }  // namespace
 
 template <class Number>
-Verdict NumberArray<Number>::Open(const VARIANT& value) {
+Verdict NumberArray<Number>::Find(const VARIANT& value) noexcept {
     const auto array = kv::ArrayView::Of(value);
     if (!array || array->Dimensions() != 1) return {E_INVALIDARG, u"An array of numbers in one dimension is expected."};
-    if (array->Type() == typeOf<Number>) {
-        if (FAILED(SafeArrayLock(array->Array()))) return {E_FAIL, u"The array cannot be locked."};
-        locked_ = array->Array();
-        numbers_ = {static_cast<const Number*>(array->Data()), array->Count()};
+    found_ = array;
+    return {};
+}
+
+template <class Number>
+Verdict NumberArray<Number>::Read() {
+    if (FAILED(SafeArrayLock(found_->Array()))) return {E_FAIL, u"The array cannot be locked."};
+    locked_ = found_->Array();
+    if (found_->Type() == typeOf<Number>) {
+        numbers_ = {static_cast<const Number*>(found_->Data()), found_->Count()};
         return {};
     }
-    converted_.resize(array->Count());
+    converted_.resize(found_->Count());
     for (std::size_t i = 0; i < converted_.size(); ++i) {
-        const auto number = NumberIn(array->Element(i));
+        const auto number = NumberIn(found_->Element(i));
         if (!number || !Convert(*number, converted_[i]))
             return {E_INVALIDARG, std::is_same_v<Number, double> ? u"An element of the array is no number."
                                                                  : u"A frequency is no whole number of 32 bits."};
     }
     numbers_ = converted_;
     return {};
+}
+
+template <class Number>
+Verdict NumberArray<Number>::Open(const VARIANT& value) {
+    if (const Verdict verdict = Find(value)) return verdict;
+    return Read();
 }
 
 template class NumberArray<double>;

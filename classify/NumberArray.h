@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -27,14 +28,20 @@ class NumberArray {
     NumberArray(const NumberArray&) = delete;
     NumberArray& operator=(const NumberArray&) = delete;
 
-    /// Opens an array of one dimension, followed where it is by reference. Elements are of any type of numbers, or are
-    /// VARIANTs of these; whole numbers are wanted for std::int32_t.
-    /// @return E_INVALIDARG for anything else, E_FAIL for an array that cannot be locked. @throw std::bad_alloc
+    /// Finds an array of one dimension, followed where it is by reference. @return E_INVALIDARG for anything else
+    Verdict Find(const VARIANT& value) noexcept;
+    std::size_t Count() const noexcept { return found_ ? found_->Count() : 0; }
+    /// Locks what was found and reads it. Elements are of any type of numbers, or are VARIANTs of these; whole numbers
+    /// are wanted for std::int32_t.
+    /// @return E_INVALIDARG for others, E_FAIL for an array that cannot be locked. @throw std::bad_alloc
+    Verdict Read();
+    /// Both. @throw std::bad_alloc
     Verdict Open(const VARIANT& value);
 
     std::span<const Number> Numbers() const noexcept { return numbers_; }
 
  private:
+    std::optional<kv::ArrayView> found_;
     SAFEARRAY* locked_ = nullptr;
     std::vector<Number> converted_;
     std::span<const Number> numbers_;

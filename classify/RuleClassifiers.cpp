@@ -6,19 +6,22 @@ namespace mova {
 namespace {
 
 /// What these methods ask before they begin. @return whether the run is over
-bool IsOver(const ClassifierInput& input, LONG& classCount, Verdict& verdict) {
+bool IsOver(ClassifierInput& input, LONG& classCount, Verdict& verdict) {
     if (classCount < 1) {
         verdict = tooFewClasses;
         return true;
     }
-    if (input.valueCount != 0 && input.hasArrays) return false;
+    if (input.ValueCount() != 0 && input.HasArrays()) {
+        verdict = input.Read();
+        return static_cast<bool>(verdict);
+    }
     classCount = 0;
     return true;
 }
 
 /// Runs a method with the wider count that it takes.
 template <class Method>
-Verdict Run(const ClassifierInput& input, LONG& classCount, Method method) {
+Verdict Run(ClassifierInput& input, LONG& classCount, Method method) {
     Verdict verdict;
     if (IsOver(input, classCount, verdict)) return verdict;
     std::int64_t count = classCount;
@@ -29,12 +32,13 @@ Verdict Run(const ClassifierInput& input, LONG& classCount, Method method) {
 
 }  // namespace
 
-Verdict Quantile::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
-    return Run(input, classCount, [&](std::int64_t& count) { return QuantileBreaks(input.data, count, Breaks()); });
+Verdict Quantile::ComputeBreaks(ClassifierInput& input, LONG& classCount) {
+    return Run(input, classCount, [&](std::int64_t& count) { return QuantileBreaks(input.Data(), count, Breaks()); });
 }
 
-Verdict GeometricalInterval::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
-    return Run(input, classCount, [&](std::int64_t& count) { return GeometricalBreaks(input.data, count, Breaks()); });
+Verdict GeometricalInterval::ComputeBreaks(ClassifierInput& input, LONG& classCount) {
+    return Run(input, classCount,
+               [&](std::int64_t& count) { return GeometricalBreaks(input.Data(), count, Breaks()); });
 }
 
 STDMETHODIMP DefinedInterval::put_IntervalSize(double width) noexcept {
@@ -50,9 +54,9 @@ STDMETHODIMP DefinedInterval::get_IntervalSize(double* width) noexcept {
     return S_OK;
 }
 
-Verdict DefinedInterval::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
+Verdict DefinedInterval::ComputeBreaks(ClassifierInput& input, LONG& classCount) {
     return Run(input, classCount, [&](std::int64_t& count) {
-        const Range range{input.data.values.front(), input.data.values.back()};
+        const Range range{input.Data().values.front(), input.Data().values.back()};
         return DefinedIntervalBreaks(range, width_, count, Breaks());
     });
 }

@@ -12,7 +12,7 @@ class Quantile final : public ClassifyBase<Quantile, ::Quantile> {
 
     // ClassifyBase's
     static constexpr UINT methodName = 1011;
-    Verdict ComputeBreaks(const ClassifierInput& input, LONG& classCount);
+    Verdict ComputeBreaks(ClassifierInput& input, LONG& classCount);
 };
 
 /// Classes whose widths grow or shrink by one factor.
@@ -22,7 +22,7 @@ class GeometricalInterval final : public ClassifyBase<GeometricalInterval, ::Geo
 
     // ClassifyBase's
     static constexpr UINT methodName = 1030;
-    Verdict ComputeBreaks(const ClassifierInput& input, LONG& classCount);
+    Verdict ComputeBreaks(ClassifierInput& input, LONG& classCount);
 };
 
 /// Classes of a given width.
@@ -36,7 +36,7 @@ class DefinedInterval final : public ClassifyBase<DefinedInterval, ::DefinedInte
 
     // ClassifyBase's
     static constexpr UINT methodName = 1000;
-    Verdict ComputeBreaks(const ClassifierInput& input, LONG& classCount);
+    Verdict ComputeBreaks(ClassifierInput& input, LONG& classCount);
 
  private:
     double width_ = 1;

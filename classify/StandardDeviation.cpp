@@ -60,15 +60,16 @@ STDMETHODIMP StandardDeviation::get_LimitToThreeDeviations(VARIANT_BOOL* limit) 
     return S_OK;
 }
 
-Verdict StandardDeviation::ComputeBreaks(const ClassifierInput& input, LONG& classCount) {
+Verdict StandardDeviation::ComputeBreaks(ClassifierInput& input, LONG& classCount) {
     if (classCount < 1) return tooFewClasses;
-    if (input.valueCount == 0 || !input.hasArrays) {
+    if (input.ValueCount() == 0 || !input.HasArrays()) {
         classCount = 0;
         return {};
     }
     if (!hasMean_ || !hasDeviation_)
         return {E_FAIL, u"The mean and the standard deviation of the data must be set first."};
-    const Range range{input.data.values.front(), input.data.values.back()};
+    if (const Verdict verdict = input.Read()) return verdict;
+    const Range range{input.Data().values.front(), input.Data().values.back()};
     std::int64_t count = classCount;
     const Verdict verdict = StatusOf(DeviationBreaks(range, layout_, count, Breaks()));
     classCount = static_cast<LONG>(count);

@@ -23,7 +23,7 @@ class StandardDeviation final
 
     // ClassifyBase's
     static constexpr UINT methodName = 1014;
-    Verdict ComputeBreaks(const ClassifierInput& input, LONG& classCount);
+    Verdict ComputeBreaks(ClassifierInput& input, LONG& classCount);
 
  private:
     DeviationLayout layout_;

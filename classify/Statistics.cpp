@@ -85,7 +85,9 @@ Totals TotalsOf(std::span<const double> values, std::span<const double> weights)
 /// What the second pass over a block finds, with the mean of the first, which may be off by a rounding.
 struct Deviations {
     Deviations(double square, double rest, double weight) noexcept
-        : squares(std::max(0.0, square - rest * rest / weight)), meanRest(rest / weight) {}
+        : squares(square), meanRest(std::isfinite(rest) ? rest / weight : 0) {
+        if (std::isfinite(square)) squares = std::max(0.0, square - rest * meanRest);
+    }
 
     double squares;   ///< from the mean itself
     double meanRest;  ///< what the first pass's mean lacks of it
@@ -117,6 +119,7 @@ Deviations DeviationsOf(std::span<const double> values, std::span<const double> 
     double square = 0;
     double rest = 0;
     for (std::size_t i = 0; i < values.size(); ++i) {
+        if (!(weights[i] > 0)) continue;  // a square that is infinite would count all the same
         const double distance = values[i] - mean;
         square += distance * distance * weights[i];
         rest += distance * weights[i];
@@ -143,7 +146,8 @@ void Statistics::Merge(const Statistics& block) noexcept {
     const double apart = (block.mean_ - mean_) + (block.meanRest_ - meanRest_);
     const double share = block.weight_ / weight;
     squares_ += block.squares_ + apart * apart * weight_ * share;
-    AddWithRest(mean_, meanRest_, apart * share);
+    // Means at both ends of the range are farther apart than a double can be.
+    AddWithRest(mean_, meanRest_, std::isfinite(apart) ? apart * share : block.mean_ * share - mean_ * share);
     AddWithRest(sum_, lostOfSum_, block.sum_);
     weight_ = weight;
     count_ += block.count_;
@@ -152,7 +156,7 @@ void Statistics::Merge(const Statistics& block) noexcept {
 }
 
 double Statistics::Sum() const noexcept {
-    return std::isfinite(sum_) ? sum_ + lostOfSum_ : sum_;
+    return std::isfinite(sum_) ? sum_ + lostOfSum_ : Mean() * weight_;
 }
 
 Statistics Statistics::OfBlock(std::span<const double> values, std::span<const double> weights) noexcept {
@@ -203,6 +207,7 @@ bool Statistics::Add(std::span<const double> values, std::span<const double> wei
             *std::min_element(partWeights.begin(), partWeights.end()) < 0)
             return false;
         all.Merge(OfBlock(part, partWeights));
+        if (!std::isfinite(all.weight_)) return false;
     }
     *this = all;
     return true;

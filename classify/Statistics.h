@@ -16,7 +16,8 @@ class Statistics {
     /// Adds values, each with weight 1. @return false, nothing added, where one is not finite
     bool Add(std::span<const double> values) noexcept;
     /// Adds as many values as weights; a weight counts as so many equal values.
-    /// @return false, nothing added, where a value or weight is not finite or a weight is below 0
+    /// @return false, nothing added, where a value or weight is not finite, a weight is below 0, or the total weight
+    ///     would be infinite
     bool Add(std::span<const double> values, std::span<const double> weights) noexcept;
 
     /// Values of a weight above 0.

@@ -1,5 +1,6 @@
 // Natural breaks are those of summing each class anew, whatever the histogram.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -9,7 +10,8 @@
 
 namespace {
 
-/// A value in one of four ways: any bits, a small whole number, the one before plus a little, a tenth.
+/// A value in one of four ways: any bits, a small whole number of units, of steps that are small beside 1 or of almost
+/// nothing, the one before plus a little, a tenth.
 double Value(fuzz::Input& input, double previous) {
     const std::uint8_t kind = input.Byte();
     switch (kind & 3u) {
@@ -21,7 +23,7 @@ double Value(fuzz::Input& input, double previous) {
             return value;
         }
         case 1:
-            return static_cast<double>(input.Word()) - 100;
+            return std::ldexp(input.Word() - 100.0, kind & 0x80u ? -60 : kind & 0x40u ? -1060 : 0);
         case 2:
             return previous + previous * 0x1p-50 * (kind >> 2u) + (kind >> 5u);
         default:

@@ -17,6 +17,7 @@ constexpr std::int64_t asked = 77;  // where a method does not look at it
 const Breaks former{-1, -2};        // what stays where a method refuses
 
 TEST(IntervalBreaks, OfEqualWidth) {
+    // clang-format off
     const struct {
         Range range;
         std::int64_t classes;
@@ -25,27 +26,25 @@ TEST(IntervalBreaks, OfEqualWidth) {
     } rows[] = {
         {{0, 10}, 4, BreakOutcome::done, {0, 2.5, 5, 7.5, 10}},
         {{3, 3}, 5, BreakOutcome::done, {3, 3}},
-        {{0, 1},
-         10,
-         BreakOutcome::done,
-         {0, 0.1, 0.2, 0.1 + 0.1 + 0.1, 0.1 + 0.1 + 0.1 + 0.1, 0.5, 0.6, 0.7, 0.7 + 0.1 - 0x1p-53, 0.9 - 0x1p-53,
-          1}},  // by adding, not by multiplying
         {{4, -4}, 2, BreakOutcome::done, {4, 0, -4}},
         {{0, 1}, mostBreaks, BreakOutcome::tooMany, former},
         {{0, 1}, 1LL << 40, BreakOutcome::tooMany, former},
     };
+    // clang-format on
     for (const auto& row : rows) {
         Breaks breaks = former;
         EXPECT_EQ(EqualIntervalBreaks(row.range, row.classes, breaks), row.outcome);
-        ASSERT_EQ(breaks.size(), row.breaks.size());
-        for (std::size_t i = 0; i < breaks.size(); ++i) EXPECT_NEAR(breaks[i], row.breaks[i], 0x1p-52) << i;
+        EXPECT_EQ(breaks, row.breaks);
     }
     Breaks breaks;
     EXPECT_EQ(EqualIntervalBreaks({nan, 1}, 3, breaks), BreakOutcome::done);
     EXPECT_EQ(breaks.size(), 4u);
-    EXPECT_EQ(EqualIntervalBreaks({0, 0.3}, 3, breaks), BreakOutcome::done);
+    EXPECT_EQ(EqualIntervalBreaks({0, 1}, 10, breaks), BreakOutcome::done);
+    ASSERT_EQ(breaks.size(), 11u);
     double sum = 0;
-    for (int i = 1; i < 3; ++i) EXPECT_EQ(breaks[static_cast<std::size_t>(i)], sum += 0.3 / 3);
+    for (std::size_t i = 1; i < 10; ++i) EXPECT_EQ(breaks[i], sum += 0.1);
+    EXPECT_NE(breaks[7], 7 * 0.1);  // by adding, not by multiplying
+    EXPECT_EQ(breaks[10], 1);
 }
 
 TEST(IntervalBreaks, OfQuantiles) {
@@ -144,6 +143,7 @@ TEST(IntervalBreaks, OfDefinedWidth) {
         {{0, 10}, 1e-9, BreakOutcome::tooMany, asked, former},
         {{0, 1e300}, 1e-300, BreakOutcome::tooMany, asked, former},
         {{1e17, 1e17 + 64}, 1, BreakOutcome::endless, asked, former},
+        {{0x1p54 - 16, 0x1p54 - 2}, 1.25, BreakOutcome::endless, asked, former},  // whose multiples cannot be counted
         {{0, infinity}, 1, BreakOutcome::endless, asked, former},
         {{nan, 1}, 1, BreakOutcome::endless, asked, former},
     };

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "tests/DirectNaturalBreaks.h"
@@ -125,6 +127,74 @@ TEST(NaturalClasses, AreThoseOfSummingEachClassAnew) {
                 << "run " << run << " of " << row.mostValues << " values at most";
         }
     }
+}
+
+TEST(NaturalClasses, AreThoseOfSummingWhereDoublesEnd) {
+    // clang-format off
+    const struct {
+        double far, from, unit;  // a few values near the first number; others, repeated, some units around the second
+    } rows[] = {
+        {-1, 0, 0x1p-60},            // what is near 0 is a few of the least steps that are told apart,
+        {1.5, 0, -0x1p-61},          // and less than one
+        {0x1p390, 0, -0x1p-1000},    // beside the first nothing is left of the others
+        {0x1p64, 0, 5e-324},
+        {-0x1p70, 0, -5e-324},
+        {0x1p300, 0, 0x1p-300},
+        {0, 0, 5e-324},
+        {0x1p-301, 0, 0x1p-305},     // around the least magnitudes that have exact sums,
+        {0x1p-300, 0, -0x1p-352},
+        {0x1p399, 0x1p398, 0x1p345}, // and the greatest
+        {0x1p400, -0x1p400, 0x1p348},
+        {1e308, 1e308, 1e293},
+        {0x1p53, 0x1p53, 1},         // sums that no double holds
+        {-0x1p53, 0x1p52, 0.5},
+        {0x1p80, 1, 0x1p-52},
+        {0, 0.1, 0.1},
+    };
+    // clang-format on
+    std::mt19937_64 random(31);
+    const auto below = [&](std::uint32_t limit) { return static_cast<std::uint32_t>(random() >> 16) % limit; };
+    BlockSums sums;
+    for (const auto& row : rows) {
+        for (int run = 0; run < 3'000; ++run) {
+            std::map<double, std::pair<std::uint32_t, std::int32_t>> runs;  // repetitions and frequency of each value
+            for (std::uint32_t far = 1 + below(3); far > 0; --far) runs[row.far * (1 + below(1000) * 0.001)] = {1, 1};
+            const std::uint32_t span = 3 + below(below(2) == 0 ? 5 : 200);
+            const std::int64_t middle = span / 2;
+            const bool hasHeavy = below(3) == 0;
+            for (std::uint32_t i = 0; i < span; ++i) {
+                const std::int32_t frequency = hasHeavy && below(3) == 0 ? std::numeric_limits<std::int32_t>::max()
+                                                                         : 1 + static_cast<std::int32_t>(below(3));
+                const auto units = static_cast<double>(std::int64_t{i} - middle);
+                runs[row.from + units * row.unit] = {1 + below(span < 8 ? 24 : 2), frequency};
+            }
+            Data data;
+            for (const auto& [value, repeated] : runs) {
+                data.values.insert(data.values.end(), repeated.first, value);
+                data.frequencies.insert(data.frequencies.end(), repeated.first, repeated.second);
+            }
+            const auto most = static_cast<std::uint32_t>(data.values.size());
+            const int classCount = 1 + static_cast<int>(below(std::max(1U, most / 16)));
+            ASSERT_EQ(Fast(data, classCount, sums), Direct(data, classCount))
+                << "row " << &row - rows << ", run " << run;
+        }
+    }
+}
+
+TEST(NaturalClasses, OfATieFarFromTheLeastValue) {
+    Data data{{-1.407}, {1}};
+    const struct {
+        std::size_t repetitions;
+        double value;
+        std::int32_t frequency;
+    } runs[] = {{24, -0x1p-60, 1}, {14, 0, 2}, {9, 0x1p-60, 1}};
+    for (const auto& run : runs) {
+        data.values.insert(data.values.end(), run.repetitions, run.value);
+        data.frequencies.insert(data.frequencies.end(), run.repetitions, run.frequency);
+    }
+    BlockSums sums;
+    EXPECT_EQ(Direct(data, 3), (std::vector<std::int32_t>{-1, 0, 24, 47}));
+    EXPECT_EQ(Fast(data, 3, sums), Direct(data, 3));
 }
 
 TEST(NaturalClasses, OfKnownData) {

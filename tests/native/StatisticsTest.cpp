@@ -93,12 +93,66 @@ TEST(Statistics, RefuseWholeCalls) {
 }
 
 TEST(Statistics, OfNumbersAtTheEndOfTheRange) {
+    constexpr double great = 1.5e308;
+    const struct {
+        std::vector<double> values;
+        double mean, sum, squares;
+    } rows[] = {
+        {{great, great, great, great}, great, infinity, 0},
+        {{great, great, -great, -great}, 0, 0, infinity},
+        {{-great, -great}, -great, -infinity, 0},
+        {{1e200, 3e200, 7.1e200}, 3.7e200, 1.11e201, infinity},
+        {{great, -great, great / 2}, great / 6, great / 2, infinity},
+    };
+    for (const auto& row : rows) {
+        for (const bool isWeighted : {false, true}) {
+            for (const bool comesInOne : {false, true}) {
+                SCOPED_TRACE(&row - rows);
+                const std::vector<double> weights(row.values.size(), 1.0);
+                Statistics statistics;
+                const std::size_t part = comesInOne ? row.values.size() : 1;
+                for (std::size_t i = 0; i < row.values.size(); i += part) {
+                    const auto values = std::span(row.values).subspan(i, part);
+                    ASSERT_TRUE(isWeighted ? statistics.Add(values, std::span(weights).subspan(i, part))
+                                           : statistics.Add(values));
+                }
+                EXPECT_NEAR(statistics.Mean() / great, row.mean / great, 1e-14);
+                if (std::isfinite(row.sum)) {
+                    EXPECT_NEAR(statistics.Sum() / great, row.sum / great, 1e-13);
+                } else {
+                    EXPECT_EQ(statistics.Sum(), row.sum);
+                }
+                EXPECT_EQ(statistics.Maximum(), *std::max_element(row.values.begin(), row.values.end()));
+                EXPECT_EQ(statistics.Squares(), row.squares);
+            }
+        }
+    }
+}
+
+TEST(Statistics, KeepTheMeanOfManyGreatNumbers) {
     Statistics statistics;
-    const std::vector<double> values(100, 1.5e308);
-    ASSERT_TRUE(statistics.Add(values));
+    ASSERT_TRUE(statistics.Add(std::vector<double>(100, 1.5e308)));
     EXPECT_NEAR(statistics.Mean() / 1.5e308, 1, 1e-14);
     EXPECT_EQ(statistics.Sum(), infinity);
-    EXPECT_EQ(statistics.Maximum(), 1.5e308);
+}
+
+TEST(Statistics, LeaveOutWhatHasNoWeight) {
+    Statistics statistics;
+    ASSERT_TRUE(statistics.Add(std::vector<double>{1, 1e200, 2, -1.7e308}, std::vector<double>{1, 0, 1, 0}));
+    EXPECT_EQ(statistics.Count(), 2);
+    EXPECT_EQ(statistics.Mean(), 1.5);
+    EXPECT_EQ(statistics.Squares(), 0.5);
+    EXPECT_EQ(statistics.Maximum(), 2);
+}
+
+TEST(Statistics, RefuseAnInfiniteTotalWeight) {
+    Statistics statistics;
+    const std::vector<double> values{1, 2};
+    EXPECT_FALSE(statistics.Add(values, std::vector<double>{1e308, 1e308}));
+    ASSERT_TRUE(statistics.Add(std::span(values).first(1), std::vector<double>{1e308}));
+    EXPECT_FALSE(statistics.Add(std::span(values).first(1), std::vector<double>{1e308}));
+    EXPECT_EQ(statistics.Weight(), 1e308);
+    EXPECT_EQ(statistics.Mean(), 1);
 }
 
 TEST(MakeHistogram, CountsDistinctValues) {

@@ -54,6 +54,24 @@ VARIANT ByReference(kv::Variant& array) {
     return reference;
 }
 
+/// Takes all locks that an array has, so that nobody can lock it.
+class AllLocks {
+ public:
+    explicit AllLocks(const kv::Variant& array) : array_(array.Get().parray) {
+        for (int i = 0; i < 65535; ++i) EXPECT_EQ(SafeArrayLock(array_), S_OK);
+        EXPECT_NE(SafeArrayLock(array_), S_OK);
+    }
+    ~AllLocks() {
+        for (int i = 0; i < 65535; ++i) EXPECT_EQ(SafeArrayUnlock(array_), S_OK);
+        EXPECT_EQ(array_->cLocks, 0u);
+    }
+    AllLocks(const AllLocks&) = delete;
+    AllLocks& operator=(const AllLocks&) = delete;
+
+ private:
+    SAFEARRAY* array_;
+};
+
 template <class I>
 std::vector<double> BreaksOf(const kv::Ptr<I>& classifier) {
     kv::Variant breaks;
@@ -170,8 +188,10 @@ TEST(Classifiers, RefuseWhatIsNoHistogramAndStayAsTheyWere) {
     const kv::Variant noNumber = Values({1, nan, 1, 1});
     const kv::Variant texts = ArrayOf({u"1", u"2", u"8", u"9"});
     const kv::Variant flags = Array(VT_BOOL, {{4, 0}});
-    kv::Variant locked = Values({1, 2, 8, 9});
-    for (int i = 0; i < 65535; ++i) ASSERT_EQ(SafeArrayLock(locked.Get().parray), S_OK);
+    const kv::Variant locked = Values({1, 2, 8, 9});
+    const kv::Variant lockedWhole = Numbers<LONG>(VT_I4, {1, 2, 8, 9});
+    const AllLocks locks(locked);
+    const AllLocks locksOfWhole(lockedWhole);
     const struct {
         VARIANT values, frequencies;
         HRESULT status;
@@ -191,6 +211,8 @@ TEST(Classifiers, RefuseWhatIsNoHistogramAndStayAsTheyWere) {
         {texts.Get(), frequencies.Get(), E_INVALIDARG},
         {flags.Get(), frequencies.Get(), E_INVALIDARG},
         {locked.Get(), frequencies.Get(), E_FAIL},
+        {lockedWhole.Get(), frequencies.Get(), E_FAIL},
+        {values.Get(), lockedWhole.Get(), E_FAIL},
     };
     for (const auto& method : methods) {
         const auto classifier = New<IClassify>(method.className);
@@ -217,9 +239,85 @@ TEST(Classifiers, RefuseWhatIsNoHistogramAndStayAsTheyWere) {
         EXPECT_EQ(classifier->Classify(&classes), S_OK);
         EXPECT_EQ(BreaksOf(classifier), breaks);
     }
-    while (locked.Get().parray->cLocks) SafeArrayUnlock(locked.Get().parray);
     EXPECT_EQ(values.Get().parray->cLocks, 0u);
     EXPECT_EQ(frequencies.Get().parray->cLocks, 0u);
+}
+
+TEST(Classifiers, LockArraysOnlyToReadThem) {
+    const kv::Variant values = Values({1, 2});
+    const kv::Variant none = Values({});
+    const kv::Variant frequencies = Frequencies({1, 1});
+    const kv::Variant noFrequencies = Frequencies({});
+    const kv::Variant tooFew = Frequencies({1});
+    const AllLocks locks(values);
+    const AllLocks locksOfNone(none);
+    const struct {
+        const VARIANT &values, &frequencies;
+        LONG asked;
+        HRESULT status;
+        LONG made;
+    } rows[] = {{values.Get(), frequencies.Get(), 2, E_FAIL, 2},
+                {values.Get(), frequencies.Get(), 0, E_INVALIDARG, 0},
+                {values.Get(), tooFew.Get(), 2, E_INVALIDARG, 2},
+                {none.Get(), noFrequencies.Get(), 2, S_OK, 0}};
+    for (const auto& method : methods) {
+        const auto direct = New<IClassifyGEN>(method.className);
+        if (const auto deviations = direct.As<IDeviationInterval>()) {
+            EXPECT_EQ(deviations->put_Mean(1), S_OK);
+            EXPECT_EQ(deviations->put_StandardDev(1), S_OK);
+        }
+        for (const auto& row : rows) {
+            LONG classes = row.asked;
+            EXPECT_EQ(direct->Classify(row.values, row.frequencies, &classes), row.status)
+                << method.methodName << ", row " << &row - rows;
+            EXPECT_EQ(classes, row.made) << method.methodName << ", row " << &row - rows;
+        }
+    }
+    const auto limits = New<IClassifyMinMax>(u"EqualInterval");  // which, both set, leave nothing to be read
+    EXPECT_EQ(limits->put_Minimum(0), S_OK);
+    EXPECT_EQ(limits->put_Maximum(4), S_OK);
+    LONG classes = 2;
+    EXPECT_EQ(limits.As<IClassifyGEN>()->Classify(values.Get(), frequencies.Get(), &classes), S_OK);
+    EXPECT_EQ(BreaksOf(limits.As<IClassify>()), (Breaks{0, 2, 4}));
+}
+
+TEST(Classifiers, KeepCopies) {
+    const kv::Variant values = Values({1, 2, 8, 9});
+    const kv::Variant frequencies = Frequencies({1, 1, 1, 1});
+    const auto classifier = New<IClassify>(u"NaturalBreaks");
+    EXPECT_EQ(classifier->SetHistogramData(values.Get(), frequencies.Get()), S_OK);
+    static_cast<double*>(values.Get().parray->pvData)[3] = 100;
+    static_cast<LONG*>(frequencies.Get().parray->pvData)[0] = 0;
+    LONG classes = 2;
+    EXPECT_EQ(classifier->Classify(&classes), S_OK);
+    EXPECT_EQ(BreaksOf(classifier), (Breaks{1, 2, 9}));
+}
+
+TEST(Classifiers, TakeAsManyOfWhatIsKeptAsTheLastHistogramHad) {
+    const struct {
+        kv::Variant values, frequencies;
+        HRESULT status;
+        LONG made;  ///< of what is kept, afterwards
+        Breaks breaks;
+    } rows[] = {
+        {Values({5, 6}), Frequencies({1, 1}), S_OK, 2, {1, 1, 2}},
+        {Values({5, 6, 7}), Frequencies({1, 1}), E_INVALIDARG, 2, {1, 1, 2}},
+        {Values({5, 6, 7}), Frequencies({0, 0, 0}), S_FALSE, 2, {1, 2, 8}},
+        {Values({5, 6, 7, 8, 9}), Frequencies({1, 1, 1, 1, 1}), S_OK, 2, {1, 2, 9}},
+        {Values({}), Frequencies({}), S_OK, 0, {1, 2, 9}},  // which stay, for there is no run
+    };
+    const auto classifier = New<IClassify>(u"NaturalBreaks");
+    const auto direct = classifier.As<IClassifyGEN>();
+    EXPECT_EQ(classifier->SetHistogramData(Values({1, 2, 8, 9}).Get(), Frequencies({1, 1, 1, 1}).Get()), S_OK);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        LONG classes = 2;
+        EXPECT_EQ(direct->Classify(row.values.Get(), row.frequencies.Get(), &classes), row.status);
+        classes = 2;
+        EXPECT_EQ(classifier->Classify(&classes), S_OK);
+        EXPECT_EQ(classes, row.made);
+        EXPECT_EQ(BreaksOf(classifier), row.breaks);
+    }
 }
 
 TEST(Classifiers, TellWhenTheArraysAreMissing) {
@@ -291,6 +389,13 @@ TEST(EqualInterval, TakesItsLimitsWhereBothAreSet) {
     EXPECT_EQ(BreaksOf(classifier), (Breaks{0, 2, 4, 6, 8}));
     EXPECT_EQ(New<IClassify>(u"EqualInterval")->Classify(&classes), S_OK);  // without data there is no class
     EXPECT_EQ(classes, 0);
+    const auto empty = New<IClassifyMinMax>(u"EqualInterval");  // unless both limits are set
+    EXPECT_EQ(empty->put_Minimum(0), S_OK);
+    EXPECT_EQ(empty->put_Maximum(10), S_OK);
+    classes = 4;
+    EXPECT_EQ(empty.As<IClassify>()->Classify(&classes), S_OK);
+    EXPECT_EQ(classes, 4);
+    EXPECT_EQ(BreaksOf(empty.As<IClassify>()), (Breaks{0, 2.5, 5, 7.5, 10}));
     classes = 0x7FFFFFFF;
     EXPECT_EQ(classifier->Classify(&classes), E_INVALIDARG);
     EXPECT_EQ(TakeErrorInfo(), Refusal<IClassify>("EqualInterval", "There would be more than 16,777,216 breaks."));
@@ -473,7 +578,7 @@ TEST(ClassifyClient, PrintsBreaks) {
         {u"--method natural-breaks --classes 2 -", "1\n2,x\n", "mova: -, line 2: not VALUE or VALUE,FREQUENCY\n", 2},
         {u"--method quantile --classes 2 --min 3 -", "1\n", "mova: quantile does not take --min\n", 2},
         {u"--method quantile -", "1\n", "mova: classify takes --classes and how many\n", 2},
-        {u"--method mean --classes 2 --min 1 -", "1\n",
+        {u"--method mean --classes 2 no-such-file", "",
          "mova: classify knows these methods: natural-breaks, equal-interval, quantile, standard-deviation, "
          "defined-interval, geometrical-interval\n",
          2},

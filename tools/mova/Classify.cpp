@@ -98,8 +98,9 @@ Call ReadCall(Arguments arguments) {
     if (!classes) throw WrongUsage{"classify takes --classes and how many"};
     if (call.file.empty()) throw WrongUsage{"classify takes a FILE or -"};
     options.classes = *classes;
+    const Method& method = MethodOf(options.method);
     for (const auto& [name, needed] : needs)
-        if (!(MethodOf(options.method).takes & needed)) throw WrongUsage{options.method + " does not take " + name};
+        if (!(method.takes & needed)) throw WrongUsage{options.method + " does not take " + name};
     return call;
 }
 
