@@ -1,4 +1,4 @@
-// ISO 8601 texts are read as the pattern says, and what was read writes back; so do durations.
+// ISO 8601 texts are read as the patterns say, and what was read writes back; so do durations.
 #include <string>
 
 #include "fuzz/Input.h"
@@ -39,7 +39,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto matched = calendar::MatchIsoText(text);
     fuzz::Require(matched == mova::test::MatchIsoPattern(text), "the reader takes what the pattern takes");
     CheckTime(matched);
-    CheckTime(calendar::ScanIsoText(text));
+    const auto scanned = calendar::ScanIsoText(text);
+    fuzz::Require(scanned == mova::test::ScanIsoPattern(text), "the older reader takes what its pattern takes");
+    CheckTime(scanned);
     CheckDuration(text);
     return 0;
 }

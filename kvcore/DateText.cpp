@@ -44,9 +44,11 @@ HRESULT DateText(DATE date, LCID locale, DWORD flags, BString& text) noexcept tr
     if (length == 0) return E_FAIL;
     if (fields.wHour || fields.wMinute || fields.wSecond) {
         out[length++] = L' ';
-        length += Append(out + length, [&](wchar_t* to, int room) {
+        const std::size_t timeLength = Append(out + length, [&](wchar_t* to, int room) {
             return GetTimeFormatEx(name, flags, &fields, nullptr, to, room);
         });
+        if (timeLength == 0) return E_FAIL;
+        length += timeLength;
     }
     text = BString({Narrow16(out), length});
     return S_OK;

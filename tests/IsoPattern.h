@@ -1,7 +1,9 @@
-// The form of ISO 8601 texts as the pattern itself says, which the library's reader has to agree with.
+// The forms of ISO 8601 texts as patterns say them, which the library's readers have to agree with.
 #pragma once
 
+#include <algorithm>
 #include <boost/regex.hpp>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,8 +12,8 @@
 
 namespace mova::test {
 
-/// Reads a text by the pattern, which is compiled once.
-inline std::optional<calendar::IsoParts> MatchIsoPattern(std::u16string_view text) {
+/// Reads a text by a pattern with the groups of calendar::isoPattern; a number of more than 16 bits is refused.
+inline std::optional<calendar::IsoParts> ReadByPattern(std::u16string_view text, const boost::wregex& pattern) {
     enum Group : std::uint8_t {
         Year = 1,
         Month = 3,
@@ -24,12 +26,17 @@ inline std::optional<calendar::IsoParts> MatchIsoPattern(std::u16string_view tex
         OffsetHours = 14,
         OffsetMinutes = 15
     };
-    static const boost::wregex compiled(calendar::isoPattern.begin(), calendar::isoPattern.end());
     const std::wstring wide(text.begin(), text.end());
     boost::wsmatch groups;
-    if (!boost::regex_match(wide, groups, compiled)) return {};
+    if (!boost::regex_match(wide, groups, pattern)) return {};
+    constexpr std::int32_t greatest = std::numeric_limits<std::int16_t>::max();
+    bool areNumbers = true;
     const auto number = [&](Group group, std::int32_t missing) {
-        return groups[group].matched ? static_cast<std::int32_t>(std::stol(groups[group].str())) : missing;
+        if (!groups[group].matched) return missing;
+        std::int32_t read = 0;
+        for (const wchar_t digit : groups[group].str()) read = std::min(read * 10 + (digit - L'0'), greatest + 1);
+        areNumbers = areNumbers && read <= greatest;
+        return read;
     };
     calendar::IsoParts parts{.year = number(Year, 0),
                              .month = number(Month, 1),
@@ -43,7 +50,21 @@ inline std::optional<calendar::IsoParts> MatchIsoPattern(std::u16string_view tex
         parts.fraction = text.substr(static_cast<std::size_t>(groups.position(static_cast<int>(Fraction))),
                                      static_cast<std::size_t>(groups.length(static_cast<int>(Fraction))));
     if (groups[Sign].matched && *groups[Sign].first == L'-') parts.offset = -parts.offset;
+    if (!areNumbers) return {};
     return parts;
+}
+
+inline std::optional<calendar::IsoParts> MatchIsoPattern(std::u16string_view text) {
+    static const boost::wregex pattern(calendar::isoPattern.begin(), calendar::isoPattern.end());
+    return ReadByPattern(text, pattern);
+}
+
+/// The form that the older reader takes.
+inline std::optional<calendar::IsoParts> ScanIsoPattern(std::u16string_view text) {
+    static const boost::wregex pattern(
+        L"([0-9]+)(-([0-9]+)(-([0-9]+))?)?(T([0-9]+)(?::([0-9]+)(?::([0-9]+))?)?(\\.([0-9]+))?"
+        L"(?:([zZ])|([+-])(?|(2[0-3]|[01][0-9])(?::?([0-5][0-9]))?|([0-9])(?::([0-5][0-9]))?))?)?");
+    return ReadByPattern(text, pattern);
 }
 
 }  // namespace mova::test

@@ -46,7 +46,6 @@ Outcome Add(kv::DateTime& fields, Mode mode, std::int64_t days, std::int64_t nan
     const std::int64_t carry = FloorDivide(time, kv::nanosecondsPerDay);
     const std::int64_t daysToAdd = days + carry;
     if (daysToAdd != 0) {
-        if (!IsMode(mode)) return Outcome::NoDayNumber;
         const auto before = DayNumberOf(fields, mode);
         if (!before) return Outcome::NoDayNumber;
         if (!SetDate(fields, *before + daysToAdd, mode)) return Outcome::OutOfRange;
@@ -71,6 +70,7 @@ Outcome AddWeeks(kv::DateTime& fields, Mode mode, std::int64_t amount) noexcept 
 }
 
 Outcome AddMonths(kv::DateTime& fields, Mode mode, std::int64_t months) noexcept {
+    if (months == 0) return Outcome::Done;
     const std::int64_t before = kv::AstronomicalYear(fields.year) * 12 + fields.month - 1;
     const std::int64_t after = before + months;
     const std::int64_t astronomical = FloorDivide(after, 12);
@@ -81,7 +81,7 @@ Outcome AddMonths(kv::DateTime& fields, Mode mode, std::int64_t months) noexcept
     const std::int32_t length = kv::MonthLength(month, kv::IsLeapYear(year, CalendarOf(year, mode)));
     fields.year = static_cast<std::int16_t>(kv::WrittenYear(year));
     fields.month = static_cast<std::int16_t>(month);
-    if (months != 0 && fields.day > length) fields.day = static_cast<std::int16_t>(length);
+    if (fields.day > length) fields.day = static_cast<std::int16_t>(length);
     return Outcome::Done;
 }
 

@@ -32,12 +32,13 @@ bool IsValid(const kv::DateTime& fields) noexcept;
 /// fields.
 bool IsPossible(const kv::DateTime& fields) noexcept;
 
-/// The Julian day number of a date. In Julian mode that of the Julian calendar, after the reform, too.
-/// @param mode not another one
+/// The Julian day number of a date. In Julian mode that of the Julian calendar, after the reform, too; in one that is
+/// no mode -1 for all dates.
 /// @return nothing in Julian mode for the 5th to 14th of October of any year
 inline std::optional<std::int32_t> DayNumberOf(const kv::DateTime& fields, Mode mode) noexcept {
     const kv::CivilDate date{kv::AstronomicalYear(fields.year), fields.month, fields.day};
-    if (mode != Mode::Julian) return kv::DayNumber(date);
+    if (mode == Mode::Gregorian) return kv::DayNumber(date);
+    if (mode != Mode::Julian) return -1;
     if (fields.month == 10 && fields.day >= 5 && fields.day <= 14) return {};
     return kv::DayNumber(date, kv::Calendar::Julian);
 }
@@ -89,7 +90,7 @@ Outcome AddUnits(kv::DateTime& fields, Mode mode, std::int64_t amount, std::int6
 Outcome AddLength(kv::DateTime& fields, Mode mode, std::int64_t seconds, std::int32_t nanoseconds) noexcept;
 Outcome AddWeeks(kv::DateTime& fields, Mode mode, std::int64_t amount) noexcept;
 /// Adds months, which are counted over the missing year 0. A day that the month does not have by the rules of the mode
-/// becomes its last one.
+/// becomes its last one; no months added leave the date as it is.
 /// @param months 40 bits at most
 Outcome AddMonths(kv::DateTime& fields, Mode mode, std::int64_t months) noexcept;
 

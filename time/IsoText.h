@@ -31,6 +31,9 @@ struct IsoParts {
     friend bool operator==(const IsoParts&, const IsoParts&) noexcept = default;
 };
 
+/// Reads a text one way or another.
+using IsoReader = std::optional<IsoParts>(std::u16string_view text) noexcept;
+
 /// Reads a text of the form of isoPattern: the whole of it, in one pass from left to right.
 /// @return nothing for any other text
 std::optional<IsoParts> MatchIsoText(std::u16string_view text) noexcept;

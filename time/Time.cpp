@@ -1,6 +1,7 @@
 #include "time/Time.h"
 
 #include <array>
+#include <atomic>
 #include <bit>
 
 #include "kvcore/DatetimeHelper.h"
@@ -9,7 +10,6 @@
 #include "time/IsoText.h"
 #include "time/TimeRefusals.h"
 #include "time/TimeText.h"
-#include "xml/SchemaRelease.h"
 
 namespace mova {
 namespace {
@@ -43,11 +43,26 @@ constexpr std::array<Field, 6> shortFields = {{
     {u"Second", &DateTime::second},
 }};
 
-/// Whether the user wants the older reader of XML texts.
-bool WantsOlderReader() {
+/// The reader of XML texts that the user wants. @throw std::bad_alloc
+calendar::IsoReader* WantedReader() {
     constexpr auto settingName = u"UseOldSetFromXMLTimeString";
     const auto settings = kv::RegistryKey::Open(HKEY_CURRENT_USER, TrelCore::settingsKey);
-    return settings && settings.Number(settingName).value_or(0) != 0;
+    const bool wantsOlder = settings && settings.Number(settingName).value_or(0) != 0;
+    return wantsOlder ? &calendar::ScanIsoText : &calendar::MatchIsoText;
+}
+
+/// The reader that all threads use: what the first one found. What the language has for this leaves a thread-local
+/// index behind in a module that is unloaded.
+constinit std::atomic<calendar::IsoReader*> chosenReader = nullptr;
+
+/// @throw std::bad_alloc, and the next time it is tried again
+calendar::IsoReader& ChosenReader() {
+    calendar::IsoReader* chosen = chosenReader;
+    if (!chosen) {
+        calendar::IsoReader* const wanted = WantedReader();
+        if (chosenReader.compare_exchange_strong(chosen, wanted)) chosen = wanted;
+    }
+    return *chosen;
 }
 
 }  // namespace
@@ -56,7 +71,6 @@ STDMETHODIMP Time::QueryJulianDayNumber(LONG* dayNumber) noexcept {
     if (!dayNumber) return Refuse(E_POINTER);
     *dayNumber = -1;
     if (HRESULT status = BringUpToDate(); FAILED(status)) return status;
-    if (!calendar::IsMode(state_.mode)) return S_OK;
     const auto number = calendar::DayNumberOf(state_.fields, state_.mode);
     if (!number) return Refuse<ITime>(E_FAIL, noDayNumber);
     *dayNumber = *number;
@@ -119,9 +133,8 @@ STDMETHODIMP Time::QueryXMLTimeString(ITimeReference* reference, BSTR* text) noe
 }
 
 STDMETHODIMP Time::SetFromXMLTimeString(BSTR text, LONG* offset) noexcept try {
-    static const auto read = WantsOlderReader() ? &calendar::ScanIsoText : &calendar::MatchIsoText;
     if (offset) *offset = 0;
-    const auto parts = read(kv::View(text));
+    const auto parts = ChosenReader()(kv::View(text));
     if (!parts) return Refuse<ITime>(E_INVALIDARG, u"The text is not an ISO 8601 date and time.");
     const auto fields = calendar::TimeOf(*parts);
     if (!fields) return Refuse<ITime>(E_INVALIDARG, noTime);
@@ -234,15 +247,6 @@ STDMETHODIMP Time::QuerySavedSize(LONG* size) noexcept {
     if (!size) return Refuse(E_POINTER);
     *size = sizeMax;
     return S_OK;
-}
-
-STDMETHODIMP Time::get_MinNamespaceSupported(BSTR* namespaceURI) noexcept try {
-    if (!namespaceURI) return Refuse(E_POINTER);
-    *namespaceURI = nullptr;
-    *namespaceURI = kv::BString(xml::NamespaceOf(xml::SchemaRelease::V9_3)).Detach();
-    return S_OK;
-} catch (...) {
-    return CaughtStatus();
 }
 
 STDMETHODIMP Time::Clone(IUnknown** copy) noexcept try {

@@ -10,10 +10,9 @@
 namespace mova {
 
 /// A date and time of day; what it computes is in Calendar.h, its texts in TimeText.h, IsoText.h and TimePicture.h.
-class Time final : public XmlPersistentComponent<Time, ::Time, Generations<ITime2, ITime>, ITimeOffsetOperator,
-                                                 IXMLVersionSupport, IClone> {
+class Time final : public XmlVersionedComponent<Time, ::Time, Generations<ITime2, ITime>, ITimeOffsetOperator, IClone> {
  public:
-    using XmlPersistentComponent::XmlPersistentComponent;
+    using XmlVersionedComponent::XmlVersionedComponent;
 
     // ITime
     STDMETHODIMP QueryJulianDayNumber(LONG* dayNumber) noexcept override;
@@ -66,8 +65,6 @@ class Time final : public XmlPersistentComponent<Time, ::Time, Generations<ITime
     STDMETHODIMP SubtractDuration(ITimeDuration* duration) noexcept override;
     STDMETHODIMP QueryDifference(ITime* other, ITimeDuration** duration) noexcept override;
     STDMETHODIMP Compare(ITime* other, LONG* order) noexcept override;
-    // IXMLVersionSupport
-    STDMETHODIMP get_MinNamespaceSupported(BSTR* namespaceURI) noexcept override;
     // IClone
     STDMETHODIMP Clone(IUnknown** copy) noexcept override;
 
@@ -75,8 +72,9 @@ class Time final : public XmlPersistentComponent<Time, ::Time, Generations<ITime
     static constexpr ULONG sizeMax = 22;
     void WriteFields(kv::StreamWriter& out) const noexcept;
     HRESULT ReadFields(kv::StreamReader& in) noexcept;
-    // XmlPersistentComponent's
+    // XmlVersionedComponent's
     static constexpr std::u16string_view typeName = u"Time";
+    static constexpr auto firstRelease = xml::SchemaRelease::V9_3;
     HRESULT WriteElements(XmlFieldWriter& out) const;
     HRESULT ReadElements(XmlFieldReader& in);
 
@@ -89,16 +87,6 @@ class Time final : public XmlPersistentComponent<Time, ::Time, Generations<ITime
         bool isPending = false;
     };
 
-    /// A place on the line of all times.
-    struct Moment {
-        LONG day = 0;
-        LONGLONG nanoseconds = 0;
-
-        friend bool operator<(const Moment& left, const Moment& right) noexcept {
-            return left.day != right.day ? left.day < right.day : left.nanoseconds < right.nanoseconds;
-        }
-    };
-
     /// Makes the fields what they have to be. @return E_FAIL where the OLE date is none; it then stays pending
     HRESULT BringUpToDate() noexcept { return state_.isPending ? ConvertOleDate() : S_OK; }
     HRESULT ConvertOleDate() noexcept;
@@ -109,8 +97,9 @@ class Time final : public XmlPersistentComponent<Time, ::Time, Generations<ITime
     HRESULT GetField(std::int16_t kv::DateTime::*field, SHORT* number) noexcept;
     HRESULT AddUnits(LONGLONG amount, std::int64_t unit) noexcept;
     HRESULT AddLength(const calendar::Length& length) noexcept;
-    /// Reads the place of any time. @return E_FAIL where it has none; the failure of the time
-    HRESULT ReadMoment(ITime& time, Moment& moment) noexcept;
+    /// Reads how far any time is from the beginning of day 0. @return E_FAIL where it has no day number; the failure of
+    /// the time
+    HRESULT ReadMoment(ITime& time, calendar::Length& moment) noexcept;
     HRESULT FindLocaleName(LONG localeId, calendar::NameKind kind, BSTR text, LONG* index, LONG* position);
 
     State state_;

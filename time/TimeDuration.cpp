@@ -3,7 +3,6 @@
 #include <array>
 
 #include "kvcore/DateTime.h"
-#include "xml/SchemaRelease.h"
 
 namespace mova {
 namespace {
@@ -177,15 +176,6 @@ STDMETHODIMP TimeDuration::Compare(ITimeDuration* other, LONG* order) noexcept {
     const calendar::Length ours = calendar::LengthOf(parts_);
     *order = ours < theirs ? -1 : theirs < ours ? 1 : 0;
     return S_OK;
-}
-
-STDMETHODIMP TimeDuration::get_MinNamespaceSupported(BSTR* namespaceURI) noexcept try {
-    if (!namespaceURI) return Refuse(E_POINTER);
-    *namespaceURI = nullptr;
-    *namespaceURI = kv::BString(xml::NamespaceOf(xml::SchemaRelease::V9_3)).Detach();
-    return S_OK;
-} catch (...) {
-    return CaughtStatus();
 }
 
 STDMETHODIMP TimeDuration::Clone(IUnknown** copy) noexcept try {

@@ -7,10 +7,9 @@
 namespace mova {
 
 /// A length of time; what it does is in Duration.h.
-class TimeDuration final
-    : public XmlPersistentComponent<TimeDuration, ::TimeDuration, ITimeDuration, IXMLVersionSupport, IClone> {
+class TimeDuration final : public XmlVersionedComponent<TimeDuration, ::TimeDuration, ITimeDuration, IClone> {
  public:
-    using XmlPersistentComponent::XmlPersistentComponent;
+    using XmlVersionedComponent::XmlVersionedComponent;
     /// A new duration. @throw std::bad_alloc
     static kv::Ptr<TimeDuration> Of(const calendar::Duration& duration);
 
@@ -38,8 +37,6 @@ class TimeDuration final
     STDMETHODIMP Subtract(ITimeDuration* other) noexcept override;
     STDMETHODIMP Multiply(LONG factor) noexcept override;
     STDMETHODIMP Compare(ITimeDuration* other, LONG* order) noexcept override;
-    // IXMLVersionSupport
-    STDMETHODIMP get_MinNamespaceSupported(BSTR* namespaceURI) noexcept override;
     // IClone
     STDMETHODIMP Clone(IUnknown** copy) noexcept override;
 
@@ -47,8 +44,9 @@ class TimeDuration final
     static constexpr ULONG sizeMax = 24;
     void WriteFields(kv::StreamWriter& out) const noexcept;
     HRESULT ReadFields(kv::StreamReader& in) noexcept;
-    // XmlPersistentComponent's
+    // XmlVersionedComponent's
     static constexpr std::u16string_view typeName = u"TimeDuration";
+    static constexpr auto firstRelease = xml::SchemaRelease::V9_3;
     HRESULT WriteElements(XmlFieldWriter& out) const;
     HRESULT ReadElements(XmlFieldReader& in);
 

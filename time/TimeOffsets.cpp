@@ -66,13 +66,11 @@ STDMETHODIMP Time::QueryDifference(ITime* other, ITimeDuration** duration) noexc
     if (!duration) return Refuse(E_POINTER);
     *duration = nullptr;
     if (!other) return Refuse(E_POINTER);
-    Moment ours;
-    Moment theirs;
+    calendar::Length ours;
+    calendar::Length theirs;
     if (HRESULT status = ReadMoment(*this, ours); FAILED(status)) return status;
     if (HRESULT status = ReadMoment(*other, theirs); FAILED(status)) return status;
-    const LONGLONG days = LONGLONG{ours.day} - theirs.day;
-    const auto difference =
-        calendar::DurationOf(calendar::LengthFrom(days * kv::secondsPerDay, ours.nanoseconds - theirs.nanoseconds));
+    const auto difference = calendar::DurationOf(calendar::Sum(ours, calendar::Opposite(theirs)));
     if (!difference)
         return Refuse<ITimeOffsetOperator>(E_FAIL, u"The times are further apart than a duration is long.");
     *duration = TimeDuration::Of(*difference).As<ITimeDuration>().Detach();
@@ -94,20 +92,24 @@ STDMETHODIMP Time::Compare(ITime* other, LONG* order) noexcept {
         *order = OrderOf(state_.fields, std::bit_cast<kv::DateTime>(theirs));
         return S_OK;
     }
-    Moment ours;
-    Moment theirs;
+    calendar::Length ours;
+    calendar::Length theirs;
     if (HRESULT status = ReadMoment(*this, ours); FAILED(status)) return status;
     if (HRESULT status = ReadMoment(*other, theirs); FAILED(status)) return status;
     *order = OrderOf(ours, theirs);
     return S_OK;
 }
 
-HRESULT Time::ReadMoment(ITime& time, Moment& moment) noexcept {
+HRESULT Time::ReadMoment(ITime& time, calendar::Length& moment) noexcept {
     movaCalendarMode mode = movaCalendarGregorian;
     if (HRESULT status = time.get_CalendarMode(&mode); FAILED(status)) return status;
     if (!calendar::IsMode(static_cast<calendar::Mode>(mode))) return Refuse<ITimeOffsetOperator>(E_FAIL, noDayNumber);
-    if (HRESULT status = time.QueryJulianDayNumber(&moment.day); FAILED(status)) return status;
-    return time.QueryNanosecondsSinceMidnight(&moment.nanoseconds);
+    LONG day = 0;
+    LONGLONG nanoseconds = 0;
+    if (HRESULT status = time.QueryJulianDayNumber(&day); FAILED(status)) return status;
+    if (HRESULT status = time.QueryNanosecondsSinceMidnight(&nanoseconds); FAILED(status)) return status;
+    moment = calendar::LengthFrom(day * kv::secondsPerDay, nanoseconds);
+    return S_OK;
 }
 
 HRESULT Time::Answer(calendar::Outcome outcome) noexcept {

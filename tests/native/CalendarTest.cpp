@@ -98,6 +98,8 @@ TEST(Calendar, CountsDaysAsSeenFromOtherCalendars) {
         {At(-44, 10, 10), Mode::Julian, {}},
         {At(1500, 2, 29), Mode::Gregorian, 2'268'983},
         {At(1500, 3, 1), Mode::Gregorian, 2'268'983},
+        {At(2000, 1, 1), Mode{2}, -1},
+        {At(2020, 10, 10), Mode{2}, -1},
     };
     for (const auto& row : rows) EXPECT_EQ(DayNumberOf(row.at, row.mode), row.number) << Text(row.at);
     EXPECT_EQ(DayOfWeek(2'451'545), 6);
@@ -194,7 +196,10 @@ TEST(Calendar, AddsWhatItCanAndElseLeavesTheTime) {
         {At(2020, 10, 10), Mode::Julian, 1, day, Outcome::NoDayNumber, At(2020, 10, 10)},
         {At(2020, 10, 10), Mode::Julian, 1, 1, Outcome::Done, At(2020, 10, 10, 0, 0, 0, 1)},
         {At(1582, 10, 4), Mode::Julian, 1, day, Outcome::Done, At(1582, 10, 15)},
-        {At(2000, 1, 1), Mode{2}, 1, day, Outcome::NoDayNumber, At(2000, 1, 1)},
+        {At(2000, 1, 1), Mode{2}, 1, day, Outcome::Done, At(-4714, 11, 24)},
+        {At(2020, 10, 10, 23), Mode{2}, 2'451'546 * 24 + 1, 3'600'000'000'000, Outcome::Done, At(2000, 1, 2)},
+        {At(2000, 1, 1), Mode{2}, 0, day, Outcome::Done, At(2000, 1, 1)},
+        {At(2000, 1, 1), Mode{2}, 20'000'000, day, Outcome::OutOfRange, At(2000, 1, 1)},
         {At(2000, 1, 1), Mode{2}, 1, 1, Outcome::Done, At(2000, 1, 1, 0, 0, 0, 1)},
     };
     for (const auto& row : rows) {
@@ -227,6 +232,9 @@ TEST(Calendar, AddsMonthsToTheEndOfTheMonth) {
         {At(1500, 1, 31), Mode::Julian, 1, Outcome::Done, At(1500, 2, 29)},
         {At(1900, 1, 31), Mode::Julian, 1, Outcome::Done, At(1900, 2, 28)},
         {At(1500, 2, 29), Mode::Gregorian, 0, Outcome::Done, At(1500, 2, 29)},
+        {At(-32'768, 5, 31), Mode::Gregorian, 0, Outcome::Done, At(-32'768, 5, 31)},
+        {At(-32'768, 5, 31), Mode::Gregorian, 1, Outcome::OutOfRange, At(-32'768, 5, 31)},
+        {At(-32'768, 5, 31), Mode::Gregorian, 12, Outcome::Done, At(-32'767, 5, 31)},
         {At(32'767, 12, 1), Mode::Gregorian, 1, Outcome::OutOfRange, At(32'767, 12, 1)},
         {At(-32'767, 1, 1), Mode::Gregorian, -1, Outcome::OutOfRange, At(-32'767, 1, 1)},
         {At(1, 1, 1), Mode::Gregorian, 12LL * INT32_MAX, Outcome::OutOfRange, At(1, 1, 1)},

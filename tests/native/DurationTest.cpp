@@ -137,6 +137,20 @@ TEST(Duration, TicksAreRoundedAndBounded) {
     EXPECT_EQ(Format(DurationOfTicks(Limits::min())), "-P10675199DT2H48M5.4775808S");
 }
 
+TEST(Duration, LengthsTakeNanosecondsOfAnyNumber) {
+    for (const std::int64_t nanoseconds : {Limits::min(), std::int64_t{-1'000'000'001}, std::int64_t{-1},
+                                           std::int64_t{0}, std::int64_t{1'000'000'000}, Limits::max()}) {
+        for (const std::int64_t seconds : {std::int64_t{least} * 86'400, std::int64_t{0}}) {
+            const Length length = LengthFrom(seconds, nanoseconds);
+            const Wide number = Wide{seconds} * 1'000'000'000 + nanoseconds;
+            EXPECT_TRUE(NanosecondsOf(length) == number) << seconds << " " << nanoseconds;
+            EXPECT_TRUE(NanosecondsOf(Opposite(length)) == -number) << seconds << " " << nanoseconds;
+            EXPECT_GE(length.nanoseconds, 0);
+            EXPECT_LT(length.nanoseconds, 1'000'000'000);
+        }
+    }
+}
+
 TEST(Duration, ComputesAsLongNumbersDo) {
     std::mt19937_64 random(11);
     const auto part = [&] { return static_cast<std::int32_t>(random()) >> random() % 32; };

@@ -19,7 +19,7 @@ std::string Narrow(std::u16string_view text) {
 }
 
 /// What a text is read as, in the layout of all parts and with the offset; "-" where it is refused.
-std::string Read(std::u16string_view text, std::optional<IsoParts> (*read)(std::u16string_view) noexcept) {
+std::string Read(std::u16string_view text, IsoReader* read) {
     const auto parts = read(text);
     const auto fields = parts ? TimeOf(*parts) : std::nullopt;
     if (!fields) return "-";
@@ -92,33 +92,44 @@ class Texts {
     std::u16string text_;
 };
 
-TEST(IsoText, IsMatchedAsThePatternSays) {
-    Texts texts;
-    int taken = 0;
-    int wrong = 0;
-    constexpr int count = 1'000'000;
-    for (int i = 0; i < count; ++i) {
-        const std::u16string text = texts.Next();
-        const auto matched = MatchIsoText(text);
-        taken += matched ? 1 : 0;
-        if (matched != mova::test::MatchIsoPattern(text) && ++wrong < 10) ADD_FAILURE() << Narrow(text);
+/// The readers, the patterns that say what they take, and how many texts they are held against each other with.
+const struct {
+    IsoReader* read;
+    std::optional<IsoParts> (*expected)(std::u16string_view);
+    int count;
+} readers[] = {{MatchIsoText, mova::test::MatchIsoPattern, 1'000'000},
+               {ScanIsoText, mova::test::ScanIsoPattern, 200'000}};
+
+TEST(IsoText, IsReadAsThePatternsSay) {
+    for (const auto& reader : readers) {
+        Texts texts;
+        int taken = 0;
+        int wrong = 0;
+        for (int i = 0; i < reader.count; ++i) {
+            const std::u16string text = texts.Next();
+            const auto read = reader.read(text);
+            taken += read ? 1 : 0;
+            if (read != reader.expected(text) && ++wrong < 10) ADD_FAILURE() << Narrow(text);
+        }
+        EXPECT_EQ(wrong, 0);
+        EXPECT_GT(taken, reader.count / 10);
+        EXPECT_LT(taken, reader.count * 9 / 10);
     }
-    EXPECT_EQ(wrong, 0);
-    EXPECT_GT(taken, count / 10);
-    EXPECT_LT(taken, count * 9 / 10);
 }
 
-TEST(IsoText, IsMatchedAsThePatternSaysWhereverItIsCutOrAltered) {
+TEST(IsoText, IsReadAsThePatternsSayWhereverItIsCutOrAltered) {
     const std::u16string whole = u"2020-12-31T23:59:59.125+02:30";
+    const auto check = [](const std::u16string& text) {
+        for (const auto& reader : readers) EXPECT_EQ(reader.read(text), reader.expected(text)) << Narrow(text);
+    };
     for (std::size_t at = 0; at <= whole.size(); ++at) {
         for (int unit = 0; unit < 0x80; ++unit) {
-            std::u16string text = whole.substr(0, at) + static_cast<char16_t>(unit);
-            EXPECT_EQ(MatchIsoText(text), mova::test::MatchIsoPattern(text)) << Narrow(text);
-            if (at < whole.size()) text += whole.substr(at + 1);
-            EXPECT_EQ(MatchIsoText(text), mova::test::MatchIsoPattern(text)) << Narrow(text);
+            const std::u16string text = whole.substr(0, at) + static_cast<char16_t>(unit);
+            check(text);
+            if (at < whole.size()) check(text + whole.substr(at + 1));
         }
-        for (const std::u16string& cut : {whole.substr(0, at), whole.substr(at)})
-            EXPECT_EQ(MatchIsoText(cut), mova::test::MatchIsoPattern(cut)) << Narrow(cut);
+        check(whole.substr(0, at));
+        check(whole.substr(at));
     }
 }
 
@@ -201,12 +212,28 @@ TEST(IsoText, IsReadBackAsItIsWritten) {
         const std::int32_t offset = below(2 * greatestOffset + 1) - greatestOffset;
         char16_t out[timeTextSize];
         const std::u16string_view text(out, FormatXmlTime(out, at, offset));
-        for (const auto read : {MatchIsoText, ScanIsoText}) {
-            const auto parts = read(text);
+        for (const auto& reader : readers) {
+            const auto parts = reader.read(text);
             ASSERT_TRUE(parts) << Narrow(text);
             ASSERT_EQ(parts->offset, offset) << Narrow(text);
             ASSERT_EQ(TimeOf(*parts), at) << Narrow(text);
         }
+    }
+}
+
+TEST(IsoText, IsWhatSomeLayoutsWrite) {
+    constexpr kv::DateTime at{
+        .year = 2020, .month = 5, .day = 17, .hour = 10, .minute = 20, .second = 30, .nanosecond = 125'000'000};
+    const struct {
+        std::uint32_t layout;
+        std::string read;
+    } rows[] = {{10, "2020-05-17T00:00:00.0 0"},   {11, "2020-05-01T00:00:00.0 0"},   {18, "2020-01-01T00:00:00.0 0"},
+                {19, "2020-05-17T10:20:30.125 0"}, {20, "2020-05-17T10:20:30.125 0"}, {21, "2020-05-17T10:20:30.0 0"},
+                {22, "2020-05-17T10:20:30.125 0"}};
+    for (const auto& row : rows) {
+        char16_t out[timeTextSize];
+        const std::u16string_view text(out, FormatTime(out, at, row.layout));
+        for (const auto& reader : readers) EXPECT_EQ(Read(text, reader.read), row.read) << Narrow(text);
     }
 }
 

@@ -156,12 +156,13 @@ int RunDuration(Arguments arguments) {
             Check(duration->put_Positive(VARIANT_FALSE));
             arguments = arguments.subspan(1);
         }
-        constexpr decltype(&ITimeDuration::put_Days) parts[] = {
-            &ITimeDuration::put_Days, &ITimeDuration::put_Hours, &ITimeDuration::put_Minutes,
-            &ITimeDuration::put_Seconds, &ITimeDuration::put_Nanoseconds};
-        if (arguments.size() != std::size(parts)) throw WrongUsage{"duration takes D H M S NS, or --ticks N"};
-        for (std::size_t i = 0; i < arguments.size(); ++i)
-            Check((duration.Get()->*parts[i])(LongOf("duration", arguments[i])));
+        if (arguments.size() != 5) throw WrongUsage{"duration takes D H M S NS, or --ticks N"};
+        const auto part = [&](std::size_t place) { return LongOf("duration", arguments[place]); };
+        Check(duration->put_Days(part(0)));
+        Check(duration->put_Hours(part(1)));
+        Check(duration->put_Minutes(part(2)));
+        Check(duration->put_Seconds(part(3)));
+        Check(duration->put_Nanoseconds(part(4)));
     }
     kv::BString text;
     LONGLONG ticks = 0;
