@@ -6,7 +6,6 @@
 #include "kvcore/UserNumbers.h"
 #include "kvcore/ValueFormat.h"
 #include "server/NamedMessage.h"
-#include "xml/SchemaRelease.h"
 
 namespace mova {
 namespace {
@@ -66,6 +65,15 @@ bool ReadOption(XmlFieldReader& in, std::u16string_view element, const std::arra
         return true;
     }
     return false;
+}
+
+/// Reads a whole number from 0 on. @return whether the element is not there, or the number is no greater than it may be
+bool ReadWhole(XmlFieldReader& in, std::u16string_view element, LONG most, std::int32_t& number) {
+    LONG read = 0;
+    if (!in.Get(&IXMLSerializeData::GetLong, element, &read)) return true;
+    if (read < 0 || read > most) return false;
+    number = read;
+    return true;
 }
 
 }  // namespace
@@ -230,15 +238,6 @@ STDMETHODIMP NumericFormat::Clone(IUnknown** copy) noexcept try {
     return CaughtStatus();
 }
 
-STDMETHODIMP NumericFormat::get_MinNamespaceSupported(BSTR* namespaceURI) noexcept try {
-    if (!namespaceURI) return Refuse(E_POINTER);
-    *namespaceURI = nullptr;
-    *namespaceURI = kv::BString(xml::NamespaceOf(xml::SchemaRelease::V9_3)).Detach();
-    return S_OK;
-} catch (...) {
-    return CaughtStatus();
-}
-
 void NumericFormat::WriteFields(kv::StreamWriter& out) const {
     out << kv::KvStreamGetProSaveVersion(out.Stream(), recordVersions) << settings_.roundingOption
         << settings_.roundingValue << settings_.alignmentOption << settings_.alignmentWidth << settings_.useSeparator
@@ -246,7 +245,7 @@ void NumericFormat::WriteFields(kv::StreamWriter& out) const {
     if (kv::KvStreamGetDocumentVersion(out.Stream()) >= kv::currentDocumentVersion) kv::WriteText(out, suffix_.View());
 }
 
-/// Fields that are read before something fails have their new values then.
+/// Fields that are read before something fails have their new values then; the stream's own failure is E_FAIL, too.
 HRESULT NumericFormat::ReadFields(kv::StreamReader& in) {
     std::int16_t version = 0;
     if (in.Read(version) && version > newestRecord) return RefuseNewer();
@@ -265,10 +264,10 @@ HRESULT NumericFormat::ReadFields(kv::StreamReader& in) {
         !read(settings_.alignmentOption, any) ||
         !read(settings_.alignmentWidth, [](LONG width) { return width >= 0; }) || !read(settings_.useSeparator, any) ||
         !read(settings_.zeroPad, any) || !read(settings_.showPlus, any))
-        return in.Status();
-    std::u16string suffix;
+        return E_FAIL;
     if (version < newestRecord) return S_OK;
-    if (!kv::ReadText(in, suffix)) return in.Status();
+    std::u16string suffix;
+    if (!kv::ReadText(in, suffix)) return E_FAIL;
     suffix_ = kv::BString(suffix);
     return S_OK;
 }
@@ -288,28 +287,24 @@ HRESULT NumericFormat::WriteElements(XmlFieldWriter& out) const {
     return out.Status();
 }
 
+/// The unit stays unless it is read. What is read before something fails has its new value then, the rest a new
+/// format's.
 HRESULT NumericFormat::ReadElements(XmlFieldReader& in) {
-    NumericSettings read;
-    if (!ReadOption(in, roundingOptionElement, roundingNames, read.roundingOption) ||
-        !ReadOption(in, alignmentOptionElement, alignmentNames, read.alignmentOption))
+    settings_ = {};
+    SetDirty();  // also where something fails
+    if (!ReadOption(in, roundingOptionElement, roundingNames, settings_.roundingOption) ||
+        !ReadOption(in, alignmentOptionElement, alignmentNames, settings_.alignmentOption))
         return Refuse<IXMLSerialize>(unknownName, unknownOption);
-    LONG digits = read.roundingValue;
-    LONG width = read.alignmentWidth;
-    in.Get(&IXMLSerializeData::GetLong, roundingValueElement, &digits);
-    if (digits < 0 || digits > NumericSettings::mostDigits) return Refuse<IXMLSerialize>(E_INVALIDARG, badDigits);
-    in.Get(&IXMLSerializeData::GetLong, alignmentWidthElement, &width);
-    if (width < 0) return Refuse<IXMLSerialize>(E_INVALIDARG, badWidth);
-    in.Get(&IXMLSerializeData::GetBoolean, useSeparatorElement, &read.useSeparator);
-    in.Get(&IXMLSerializeData::GetBoolean, zeroPadElement, &read.zeroPad);
-    in.Get(&IXMLSerializeData::GetBoolean, showPlusElement, &read.showPlus);
+    if (!ReadWhole(in, roundingValueElement, NumericSettings::mostDigits, settings_.roundingValue))
+        return Refuse<IXMLSerialize>(E_INVALIDARG, badDigits);
+    if (!ReadWhole(in, alignmentWidthElement, std::numeric_limits<LONG>::max(), settings_.alignmentWidth))
+        return Refuse<IXMLSerialize>(E_INVALIDARG, badWidth);
+    in.Get(&IXMLSerializeData::GetBoolean, useSeparatorElement, &settings_.useSeparator);
+    in.Get(&IXMLSerializeData::GetBoolean, zeroPadElement, &settings_.zeroPad);
+    in.Get(&IXMLSerializeData::GetBoolean, showPlusElement, &settings_.showPlus);
     kv::BString suffix;
-    const bool hasSuffix = in.Get(&IXMLSerializeData::GetString, suffixElement, suffix.Put());
-    if (FAILED(in.Status())) return in.Status();
-    read.roundingValue = digits;
-    read.alignmentWidth = width;
-    settings_ = read;
-    if (hasSuffix) suffix_ = std::move(suffix);
-    return S_OK;
+    if (in.Get(&IXMLSerializeData::GetString, suffixElement, suffix.Put())) suffix_ = std::move(suffix);
+    return in.Status();
 }
 
 }  // namespace mova

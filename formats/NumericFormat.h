@@ -9,11 +9,10 @@ namespace mova {
 
 /// The general number format: any number as decimals or significant digits. How the text comes about is in
 /// NumericText.h.
-class NumericFormat final
-    : public XmlPersistentComponent<NumericFormat, ::NumericFormat, INumberFormat, INumericFormat, INumericFormat2,
-                                    INumberFormatOperations, IClone, IXMLVersionSupport> {
+class NumericFormat final : public XmlVersionedComponent<NumericFormat, ::NumericFormat, INumberFormat, INumericFormat,
+                                                         INumericFormat2, INumberFormatOperations, IClone> {
  public:
-    using XmlPersistentComponent::XmlPersistentComponent;
+    using XmlVersionedComponent::XmlVersionedComponent;
 
     // INumberFormat
     STDMETHODIMP ValueToString(DOUBLE value, BSTR* text) noexcept override;
@@ -40,15 +39,14 @@ class NumericFormat final
     STDMETHODIMP Increment(DOUBLE value, DOUBLE* result) noexcept override;
     // IClone
     STDMETHODIMP Clone(IUnknown** copy) noexcept override;
-    // IXMLVersionSupport
-    STDMETHODIMP get_MinNamespaceSupported(BSTR* namespaceURI) noexcept override;
 
     // PersistentComponent's
     static constexpr ULONG sizeMax = 24;  ///< without the suffix, as it always was
     void WriteFields(kv::StreamWriter& out) const;
     HRESULT ReadFields(kv::StreamReader& in);
-    // XmlPersistentComponent's
+    // XmlVersionedComponent's
     static constexpr std::u16string_view typeName = u"NumericFormat";
+    static constexpr auto firstRelease = xml::SchemaRelease::V9_3;
     HRESULT WriteElements(XmlFieldWriter& out) const;
     HRESULT ReadElements(XmlFieldReader& in);
 

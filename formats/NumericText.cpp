@@ -109,7 +109,9 @@ void NumericText::FormatBySteps(const NumericSettings& settings, double& value, 
         separator = separator.substr(0, 1);
     }
     if (size_ == 0) {
-        size_ = static_cast<std::size_t>(kv::ValueToUSString(units_.data(), value) - units_.data());
+        // A locale without leading zeros writes nothing at all for a zero without decimals. Else it has refused.
+        if (fmt.numDigits != 0 || !number.IsZero()) number = kv::UsNumber(value);
+        size_ = static_cast<std::size_t>(number.Write(units_.data()) - units_.data());
     } else if (!zeroPad && fmt.numDigits > 0) {
         Trim(separator);
     }

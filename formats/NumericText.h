@@ -36,7 +36,7 @@ inline constexpr std::int32_t widestField = 32'767;
 /// A locale's own function, GetNumberFormatW or what stands for it.
 /// @param usText a number in US notation with fmt.numDigits decimals or fewer
 /// @param fmt how it is to be written; what is not known, the function finds out
-/// @return how many units were written; 0 where the locale refuses
+/// @return how many units were written; 0 where the locale refuses, or has nothing to write
 using FormatByLocale = std::size_t (*)(std::u16string_view usText, const kv::NumberFmt& fmt,
                                        std::span<char16_t> out) noexcept;
 

@@ -116,7 +116,10 @@ inline Text TextBySteps(const formats::NumericSettings& settings, double value, 
         Text separator(fmt.decimalSeparator.View());
         Text shown;
         if (fmt.numDigits <= 9) {
-            shown = ByLocale(RoundedText(s, fmt.numDigits), fmt, byLocale);
+            const Text rounded = RoundedText(s, fmt.numDigits);
+            shown = ByLocale(rounded, fmt, byLocale);
+            const bool isZero = rounded.find_first_of(u"123456789") == Text::npos;
+            if (shown.empty() && fmt.numDigits == 0 && isZero) shown = rounded;
         } else {
             std::array<char16_t, kv::UsNumber::textSize> text;
             const Text exact(text.data(), kv::UsNumber::Fixed(value, n).Write(text.data()));

@@ -2,6 +2,7 @@
 
 #include "streams/PersistentComponent.h"
 #include "xml/FieldForms.h"
+#include "xml/SchemaRelease.h"
 
 namespace mova {
 
@@ -33,6 +34,27 @@ class XmlPersistentComponent : public PersistentComponent<Self, Coclass, Items..
         const HRESULT status = static_cast<Self*>(this)->ReadElements(in);
         if (SUCCEEDED(status)) Base::SetDirty();
         return status;
+    } catch (...) {
+        return CaughtStatus();
+    }
+};
+
+/// One whose type is not in all releases of the schema. It says, too,
+///
+///     static constexpr xml::SchemaRelease firstRelease;  // that has the type
+template <class Self, class Coclass, class... Items>
+class XmlVersionedComponent : public XmlPersistentComponent<Self, Coclass, Items..., IXMLVersionSupport> {
+    using Base = XmlPersistentComponent<Self, Coclass, Items..., IXMLVersionSupport>;
+
+ public:
+    using Base::Base;
+
+    // IXMLVersionSupport
+    STDMETHODIMP get_MinNamespaceSupported(BSTR* namespaceURI) noexcept override try {
+        if (!namespaceURI) return Base::Refuse(E_POINTER);
+        *namespaceURI = nullptr;
+        *namespaceURI = kv::BString(xml::NamespaceOf(Self::firstRelease)).Detach();
+        return S_OK;
     } catch (...) {
         return CaughtStatus();
     }

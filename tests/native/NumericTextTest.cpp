@@ -135,7 +135,22 @@ TEST(NumericText, Examples) {
     for (const auto& row : rows) EXPECT_EQ(kv::Utf8(Show(row.settings, row.value, english)), row.text) << row.value;
     EXPECT_EQ(kv::Utf8(Show(With(0, 12, true), -1.5, arabic)), "1.500000000000\u061C-") << "the sign stays behind";
     EXPECT_EQ(kv::Utf8(Show(With(0, 2), -1.999, arabic)), "2.00\u061C-") << "no zeros at the end to be dropped";
-    EXPECT_EQ(kv::Utf8(Show(With(0, 2), 0.1999, numberLocales[6].fmt)), ",20") << "the separator comes first";
+    const kv::NumberFmt& noZero = numberLocales[6].fmt;
+    EXPECT_EQ(kv::Utf8(Show(With(0, 2), 0.1999, noZero)), ",20") << "the separator comes first";
+    for (const bool zeroPad : {false, true}) {
+        for (const double value : {0.0, 1e-10, 0.3}) {
+            EXPECT_EQ(kv::Utf8(Show(With(0, 0, zeroPad), value, noZero)), "0") << "not without a digit: " << value;
+            EXPECT_EQ(kv::Utf8(Show(With(1, 0, zeroPad), value, noZero)), "0") << value;
+        }
+        EXPECT_EQ(kv::Utf8(Show(With(0, 0, zeroPad), 0.5, noZero)), "1");
+        EXPECT_EQ(kv::Utf8(Show(With(0, 2, zeroPad), 0.25, noZero)), ",25");
+    }
+    for (const std::uint32_t leadingZero : {0u, 1u}) {
+        const kv::NumberFmt same = mova::test::Rules(u",", u",", 3, u"-", 1, leadingZero);
+        EXPECT_EQ(kv::Utf8(Show(With(0, 2, false, true), 999.999, same)), "1,000") << "no digit before the point goes";
+        EXPECT_EQ(kv::Utf8(Show(With(0, 2, false, true), 1000.5, same)), "1,000,5");
+        EXPECT_EQ(kv::Utf8(Show(With(0, 0, false, true), 1000, same)), "1,000");
+    }
 }
 
 TEST(NumericText, WhatTheLocaleRefusesIsUsText) {
