@@ -1,6 +1,7 @@
 #include "containers/UID.h"
 
 #include <array>
+#include <atomic>
 #include <limits>
 #include <optional>
 #include <string>
@@ -101,10 +102,23 @@ std::optional<Identifier> IdentifierIn(IUnknown* object) noexcept {
     return held;
 }
 
+/// Whether the user lets the registry be searched, as it was when it was first asked: constant data, for the guard of a
+/// static in a function would outlive the module.
+bool SearchesRegistry() {
+    enum class Found { notYet, yes, no };
+    static constinit std::atomic<Found> first = Found::notYet;
+    Found found = first.load(std::memory_order_relaxed);
+    if (found == Found::notYet) {
+        const Found now = TrelCore::GetRegFreeFlag() ? Found::no : Found::yes;
+        found = first.compare_exchange_strong(found, now) ? now : found;
+    }
+    return found == Found::yes;
+}
+
 }  // namespace
 
 STDMETHODIMP UID::put_Value(VARIANT value) noexcept try {
-    static const bool searchesRegistry = !TrelCore::GetRegFreeFlag();
+    const bool searchesRegistry = SearchesRegistry();
     const VARIANT* held = kv::Referred(value);
     if (!held || ((held->vt & VT_BYREF) && !held->byref)) return Refuse<IUID>(E_INVALIDARG, noValue);
     switch (held->vt) {

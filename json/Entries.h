@@ -1,6 +1,7 @@
 // The entries of one object or array, side by side in one block of memory: all payloads, all names, all tags.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 
 #include "json/Value.h"
@@ -18,7 +19,8 @@ struct Name {
     /// Writes a name into memory of that size.
     static Name* Write(void* memory, std::u16string_view text, std::uint32_t hash) noexcept {
         auto* const name = ::new (memory) Name{hash, static_cast<std::uint32_t>(text.size())};
-        std::memcpy(name + 1, text.data(), text.size() * sizeof(char16_t));
+        std::copy(text.begin(), text.end(),
+                  reinterpret_cast<char16_t*>(name + 1));  // an empty text may have no address
         return name;
     }
 };

@@ -23,6 +23,19 @@ void OfferToScripts(VARIANT& value) noexcept {
     value.pdispVal = dispatch;
 }
 
+// The type library numbers the members of an interface from 0x60010000 on. Those of an interface after the first that
+// is fit for automation are told by its place in the class's list, in the bits that all these numbers have free.
+constexpr DISPID numbered = 0x60000000;
+constexpr DISPID numberedMask = ~0x0FFFFFFF;
+constexpr int placeShift = 24;
+constexpr DISPID placeMask = 0x0F000000;
+constexpr std::size_t mostPlaces = 16;
+
+/// The place of a member's interface; 0 for the first that is fit for automation.
+std::size_t PlaceOf(DISPID member) noexcept {
+    return (member & numberedMask) == numbered ? static_cast<std::size_t>((member & placeMask) >> placeShift) : 0;
+}
+
 }  // namespace
 
 TearOff::TearOff(Unknown& owner) noexcept : owner_(owner), reportsErrors_(owner.ReportsErrors()) {
@@ -36,10 +49,11 @@ TearOff::~TearOff() {
 }
 
 void TearOff::LookForType() noexcept try {
-    const AutomationType automation = FindAutomationType(owner_.Interfaces());
-    if (automation.row) {
-        type_ = automation.info;
-        target_ = automation.row->pointer(&owner_);
+    for (const InterfaceRow& row : owner_.Interfaces()) {
+        type_ = FindAutomationType(row.id);
+        if (!type_) continue;
+        target_ = row.pointer(&owner_);
+        break;
     }
     lookedForType_ = true;
 } catch (...) {
@@ -84,19 +98,40 @@ STDMETHODIMP TearOff::GetTypeInfo(UINT index, LCID, ITypeInfo** info) noexcept {
     return S_OK;
 }
 
-STDMETHODIMP TearOff::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept {
+STDMETHODIMP TearOff::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept try {
     if (count == 0 || !names || !ids || std::find(names, names + count, nullptr) != names + count)
         return Refuse(E_INVALIDARG);
-    return DispGetIDsOfNames(type_.Get(), names, count, ids);
+    HRESULT status = DispGetIDsOfNames(type_.Get(), names, count, ids);
+    const auto interfaces = owner_.Interfaces().first(std::min(owner_.Interfaces().size(), mostPlaces));
+    for (std::size_t place = 1; status == DISP_E_UNKNOWNNAME && place < interfaces.size(); ++place) {
+        const auto type = FindAutomationType(interfaces[place].id);
+        if (!type) continue;
+        status = DispGetIDsOfNames(type.Get(), names, count, ids);
+        if (SUCCEEDED(status)) ids[0] |= static_cast<DISPID>(place) << placeShift;
+    }
+    return status;
+} catch (...) {
+    return CaughtStatus();
 }
 
 STDMETHODIMP TearOff::Invoke(DISPID member, REFIID, LCID, WORD flags, DISPPARAMS* parameters, VARIANT* result,
-                             EXCEPINFO* exception, UINT* argumentInError) noexcept {
+                             EXCEPINFO* exception, UINT* argumentInError) noexcept try {
     if (!parameters || !kv::IsComplete(*parameters)) return Refuse(E_INVALIDARG);
+    void* target = target_;
+    auto type = type_;
+    if (const std::size_t place = PlaceOf(member); place != 0) {
+        const auto interfaces = owner_.Interfaces();
+        type = place < interfaces.size() ? FindAutomationType(interfaces[place].id) : kv::Ptr<ITypeInfo>();
+        if (!type) return Refuse(DISP_E_MEMBERNOTFOUND);
+        target = interfaces[place].pointer(&owner_);
+        member &= ~placeMask;
+    }
     const HRESULT status =
-        DispInvoke(target_, type_.Get(), member, flags, parameters, result, exception, argumentInError);
+        DispInvoke(target, type.Get(), member, flags, parameters, result, exception, argumentInError);
     if (SUCCEEDED(status) && result) OfferToScripts(*result);
     return status;
+} catch (...) {
+    return CaughtStatus();
 }
 
 void* TearOff::operator new(std::size_t size) {

@@ -35,7 +35,8 @@ class TearOff final : public ISupportErrorInfo, public IClassID, public IDispatc
     STDMETHODIMP InterfaceSupportsErrorInfo(REFIID iid) noexcept override;
     // IClassID
     STDMETHODIMP GetClassID(CLSID* classId) noexcept override;
-    // IDispatch, from the type library's description of the owner's main interface
+    // IDispatch, from the type library's descriptions of the owner's interfaces: a name is that of the first one that
+    // has it
     STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override;
     STDMETHODIMP GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) noexcept override;
     STDMETHODIMP GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID locale, DISPID* ids) noexcept override;
@@ -57,8 +58,8 @@ class TearOff final : public ISupportErrorInfo, public IClassID, public IDispatc
     Unknown& owner_;
     const bool reportsErrors_;
     bool lookedForType_ = false;
-    kv::Ptr<ITypeInfo> type_;
-    void* target_ = nullptr;  ///< the interface that type_ describes, in the owner
+    kv::Ptr<ITypeInfo> type_;  ///< of the first interface that is fit for automation
+    void* target_ = nullptr;   ///< that interface, in the owner
 };
 
 }  // namespace mova

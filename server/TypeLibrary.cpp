@@ -30,15 +30,13 @@ bool IsAutomation(ITypeInfo& info) noexcept {
 
 }  // namespace
 
-AutomationType FindAutomationType(std::span<const InterfaceRow> interfaces) {
+kv::Ptr<ITypeInfo> FindAutomationType(const kv::IdBits& id) {
     const auto library = Library();
-    if (!library) return {};
-    for (const InterfaceRow& row : interfaces) {
-        kv::Ptr<ITypeInfo> info;
-        if (SUCCEEDED(library->GetTypeInfoOfGuid(std::bit_cast<GUID>(row.id), info.Put())) && IsAutomation(*info.Get()))
-            return {info, &row};
-    }
-    return {};
+    kv::Ptr<ITypeInfo> info;
+    if (!library || FAILED(library->GetTypeInfoOfGuid(std::bit_cast<GUID>(id), info.Put())) ||
+        !IsAutomation(*info.Get()))
+        return {};
+    return info;
 }
 
 void ForgetTypeLibrary() noexcept {

@@ -1,20 +1,13 @@
 #pragma once
 
-#include <span>
-
 #include "kvcore/Ptr.h"
 #include "server/Unknown.h"
 
 namespace mova {
 
-/// The description of an interface that is fit for automation, and which one it is.
-struct AutomationType {
-    kv::Ptr<ITypeInfo> info;
-    const InterfaceRow* row = nullptr;
-};
-/// The first of a class's interfaces that the module's type library describes so; empty where there is none.
+/// What the module's type library says of an interface, where it describes it as fit for automation; else null.
 /// @throw std::bad_alloc
-AutomationType FindAutomationType(std::span<const InterfaceRow> interfaces);
+kv::Ptr<ITypeInfo> FindAutomationType(const kv::IdBits& id);
 
 /// Lets go of the type library that is kept loaded between two uses; for when nothing of the module is alive.
 void ForgetTypeLibrary() noexcept;
