@@ -16,7 +16,19 @@ target_compile_definitions(mova-windows INTERFACE _IMMINTRIN_H_INCLUDED _X86INTR
 # wchar_t text is viewed as char16_t, and clients in C can pass null where C++ says reference.
 target_compile_options(mova-windows INTERFACE -fno-strict-aliasing -fno-delete-null-pointer-checks)
 # The runtime is linked statically: what is built stands alone.
-target_link_options(mova-windows INTERFACE -static $<$<CONFIG:Release>:-s>)
+target_link_options(mova-windows INTERFACE -static)
+# What is shipped carries no symbols; they lie beside it.
+function(mova_separate_symbols target)
+  if(CMAKE_BUILD_TYPE STREQUAL "Release")
+    add_custom_command(
+      TARGET ${target}
+      POST_BUILD
+      COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
+      COMMAND ${CMAKE_STRIP} --strip-all $<TARGET_FILE:${target}>
+      COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug $<TARGET_FILE:${target}>
+      VERBATIM)
+  endif()
+endfunction()
 if(CMAKE_BUILD_TYPE STREQUAL "Debug")
   target_compile_definitions(mova-windows INTERFACE _GLIBCXX_ASSERTIONS)
   # Left out is what callers may do: the platform's marshaling hands in VARIANTs at odd addresses, and clients in C hand
@@ -200,6 +212,12 @@ target_link_libraries(movaSystem PRIVATE mova-windows ole32 oleaut32 uuid ntdll 
 target_link_options(movaSystem PRIVATE -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat -Wl,--exclude-all-symbols
                                        -Wl,--gc-sections)
 
+mova_separate_symbols(movaSystem)
+
+# What programs name in their own manifests to use it without registration.
+include(Manifest)
+mova_write_manifest(${CMAKE_BINARY_DIR}/bin/movaSystem.X.manifest)
+
 # The client: public interfaces only, nothing of the server.
 add_executable(
   mova
@@ -227,13 +245,24 @@ add_executable(
 target_link_libraries(mova PRIVATE mova-windows ole32 oleaut32 uuid)
 target_link_options(mova PRIVATE -municode)
 add_dependencies(mova mova-idl)
+mova_separate_symbols(mova)
 add_custom_command(
   TARGET mova
   POST_BUILD
   COMMAND ${CMAKE_COMMAND} -E copy_directory ${CMAKE_SOURCE_DIR}/samples $<TARGET_FILE_DIR:mova>/samples
   VERBATIM)
 
-include(Bench)
+# The reference manual's writer: ./dev reference runs it.
+add_executable(mova-reference tools/reference/Main.cpp tools/reference/Page.cpp tools/reference/TypeReader.cpp
+                              $<TARGET_OBJECTS:kvcore> $<TARGET_OBJECTS:mova-identifiers>)
+target_link_libraries(mova-reference PRIVATE mova-windows ole32 oleaut32 uuid)
+target_link_options(mova-reference PRIVATE -municode)
+add_dependencies(mova-reference mova-idl)
+
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  include(Bench)
+endif()
+include(Package)
 
 # One test program against the registered library; the server's code is in it too, for the parts that have no interface.
 include(GoogleTest)
@@ -243,20 +272,20 @@ add_executable(windows-tests ${test_sources} server/Strings.rc $<TARGET_OBJECTS:
 add_executable(first-client samples/first-client.cpp $<TARGET_OBJECTS:mova-identifiers>)
 target_link_libraries(first-client PRIVATE mova-windows ole32 oleaut32 uuid)
 add_dependencies(first-client mova-idl)
+add_executable(first-client-c samples/first-client.c $<TARGET_OBJECTS:mova-identifiers>)
+target_include_directories(first-client-c SYSTEM PRIVATE ${MOVA_IDL_OUTPUT})
+target_compile_options(first-client-c PRIVATE -std=c11 -Wall -Wextra -Werror)
+target_link_libraries(first-client-c PRIVATE ole32 oleaut32 uuid)
+add_dependencies(first-client-c mova-idl)
 target_compile_definitions(
   windows-tests
   PRIVATE MOVA_SOURCES="${CMAKE_SOURCE_DIR}" MOVA_CONTRACT_FOUND="${CMAKE_BINARY_DIR}/contract.txt"
           MOVA_BINARY_FOLDER="${CMAKE_BINARY_DIR}")
 target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uuid ntdll version psapi z XercesC::XercesC)
-add_dependencies(windows-tests movaSystem mova first-client mova-idl)
+add_dependencies(windows-tests movaSystem mova mova-reference first-client first-client-c mova-idl)
 add_test(NAME windows-tests COMMAND windows-tests)
 # Wine takes the user's locale from the environment.
 foreach(locale ar_SA de_CH de_DE fr_FR hi_IN tr_TR)
   add_test(NAME windows-tests-${locale} COMMAND windows-tests --gtest_filter=JSONLocales.*:NumericFormatLocales.*)
   set_tests_properties(windows-tests-${locale} PROPERTIES ENVIRONMENT LC_ALL=${locale}.UTF-8)
 endforeach()
-add_custom_command(
-  TARGET windows-tests
-  POST_BUILD
-  COMMAND ${CMAKE_COMMAND} -E copy_directory ${CMAKE_SOURCE_DIR}/tests/scripts $<TARGET_FILE_DIR:windows-tests>/scripts
-  VERBATIM)

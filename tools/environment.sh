@@ -48,15 +48,18 @@ ensure_prefix() {
     fi
 }
 
+configure_preset() {
+    case "$1" in debug | release) ensure_xerces ;; esac
+    [ -e "$build/$1/build.ninja" ] && return
+    say "configuring $1"
+    (cd "$root" && cmake --preset "$1") >&2
+}
+
 # Configures and builds a preset: build_preset NAME [TARGET...]
 build_preset() {
     local preset=$1
     shift
-    case "$preset" in debug | release) ensure_xerces ;; esac
-    if [ ! -e "$build/$preset/build.ninja" ]; then
-        say "configuring $preset"
-        (cd "$root" && cmake --preset "$preset") >&2
-    fi
+    configure_preset "$preset"
     (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"}) >&2
 }
 

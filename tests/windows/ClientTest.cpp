@@ -235,6 +235,13 @@ TEST(Client, OfTheReadmeWorksAsItStands) {
     EXPECT_EQ(run.status, 0u);
 }
 
+TEST(Client, InPlainCWorksAsItStands) {
+    const auto run = RunProcess(BinaryFolder() + u"first-client-c.exe");
+    EXPECT_EQ(run.output,
+              "Square7 is 49\r\nremoved: 80004005 No property is named \"Square7\".\r\nits copy is equal\r\n");
+    EXPECT_EQ(run.status, 0u);
+}
+
 TEST(Client, ChecksXmlDocuments) {
     const auto whole = Mova(u"xml check -", "<?xml version='1.0'?>\n<a><b><c/></b><b/></a>");
     EXPECT_EQ(whole.output, "elements\t4\ndepth\t3\n");

@@ -121,4 +121,10 @@ TEST(Contract, IsTheKeptOneAndDocumentsItself) {
            << ". If it only grew, it is the new tests/contract.txt.";
 }
 
+TEST(Contract, IsWhatTheReferenceManualSays) {
+    const auto run = RunProcess(BinaryFolder() + u"mova-reference.exe \"" + BinaryFolder() + u"movaSystem.dll\"");
+    EXPECT_EQ(run.status, 0u);
+    EXPECT_TRUE(run.output == ReadSource("docs/reference.html")) << "./dev reference writes it anew";
+}
+
 }  // namespace mova::test

@@ -4,7 +4,7 @@
 
 #include "kvcore/RegistryKey.h"
 #include "server/Registration.h"
-#include "tests/windows/Support.h"
+#include "tests/windows/StreamSupport.h"
 
 namespace mova::test {
 namespace {
@@ -160,6 +160,31 @@ TEST(Registration, FallsBackToTheUsersClasses) {
     ExpectNothingLeft();
 }
 
+/// A folder with copies of a client and the library, as if they had been unpacked there.
+void UnpackClient(const TemporaryFolder& folder, bool withManifests) {
+    const std::u16string from = BinaryFolder();
+    const auto copy = [&](std::u16string_view name, std::u16string_view as) {
+        EXPECT_TRUE(CopyFileW(kv::Wide((from + std::u16string(name)).c_str()), kv::Wide((folder / as).c_str()), FALSE));
+    };
+    copy(u"first-client-c.exe", u"first-client.exe");
+    copy(u"movaSystem.dll", u"movaSystem.dll");
+    if (!withManifests) return;
+    copy(u"movaSystem.X.manifest", u"movaSystem.X.manifest");
+    copy(u"samples\\first-client.exe.manifest", u"first-client.exe.manifest");
+}
+
+TEST(Registration, IsInTheManifestForEveryClass) {
+    const std::string manifest = ReadFileBytes(BinaryFolder() + u"movaSystem.X.manifest");
+    for (const ClassEntry* entry = classTable; !entry->IsEnd(); ++entry) {
+        const std::string name = kv::Utf8(entry->name);
+        const auto row = manifest.find("<comClass clsid=\"" + kv::Utf8(kv::GuidText(*entry->classId)) + "\"");
+        ASSERT_NE(row, std::string::npos) << name;
+        EXPECT_NE(manifest.substr(row, 400).find("progid=\"movaSystem." + name + "\""), std::string::npos) << name;
+    }
+    EXPECT_NE(manifest.find("name=\"IPropertySet2\" iid=\"" + kv::Utf8(kv::GuidText(__uuidof(IPropertySet2)))),
+              std::string::npos);
+}
+
 TEST(Registration, OfTheLibraryComesAndGoesAsAWhole) {
     const auto canUnload = Export<HRESULT STDAPICALLTYPE()>("DllCanUnloadNow");
     EXPECT_EQ(canUnload(), S_OK);
@@ -173,6 +198,15 @@ TEST(Registration, OfTheLibraryComesAndGoesAsAWhole) {
         }
         EXPECT_FALSE(Exists(HKEY_CLASSES_ROOT, interfaceKey));
         EXPECT_FALSE(Exists(HKEY_CLASSES_ROOT, libraryKey));
+    }
+    {
+        const TemporaryFolder bare, withManifests;
+        UnpackClient(bare, false);
+        UnpackClient(withManifests, true);
+        EXPECT_EQ(RunProcess(bare / u"first-client.exe").status, 1u) << "nothing is registered";
+        const auto run = RunProcess(withManifests / u"first-client.exe");
+        EXPECT_EQ(run.status, 0u) << run.output;
+        EXPECT_NE(run.output.find("its copy is equal"), std::string::npos) << run.output;
     }
     for (const char* name : {"DllRegisterServer", "movaDllRegisterServer"}) {
         EXPECT_EQ(Export<HRESULT STDAPICALLTYPE()>(name)(), S_OK);

@@ -1,0 +1,32 @@
+' XML from VBScript: a document is written and read, and objects become documents.
+Option Explicit
+Dim writer, stream, attributes, reader, set_, serializer, text, copy
+Set stream = CreateObject("movaSystem.XMLStream")
+Set writer = CreateObject("movaSystem.XMLWriter")
+writer.OutputStream = stream
+Set attributes = CreateObject("movaSystem.XMLAttributes")
+attributes.AddAttribute "", "id", "a<b"
+writer.StartElement "event", "", attributes, Nothing, False
+writer.WriteText "5 & more"
+writer.EndElement
+text = stream.SaveToString
+WScript.Echo text
+
+Set reader = CreateObject("movaSystem.XMLTextReader")
+reader.Text = text
+While reader.Read
+    WScript.Echo reader.NodeType & " " & reader.LocalName & " " & reader.Value & " " & reader.GetAttribute("", "id")
+Wend
+
+Set set_ = CreateObject("movaSystem.PropertySet")
+set_.SetProperty "Server", "gis.example"
+Set serializer = CreateObject("movaSystem.XMLSerializerAlt")
+Set copy = serializer.LoadFromString(serializer.SaveToString(set_, "Connection"))
+WScript.Echo copy.GetProperty("server") & " " & copy.IsEqual(set_)
+
+On Error Resume Next
+reader.Text = "<a><b></a>"
+reader.Read
+reader.Read
+reader.Read
+WScript.Echo Hex(Err.Number) & " " & Err.Source & ": " & Err.Description

@@ -1,0 +1,31 @@
+# The package: what is installed of a release build, in a zip. Sourced by ./dev, after tools/environment.sh.
+
+package_name() { sed -n 's/^project(movaSystem VERSION \([0-9.]*\).*/movaSystem-\1/p' "$root/CMakeLists.txt"; }
+
+make_package() {
+    local name
+    name=$(package_name)
+    build_preset release mova-package
+    rm -rf "$build/package"
+    cmake --install "$build/release" --prefix "$build/package/$name" >/dev/null
+    (cd "$build/package" && cmake -E tar cf "$name.zip" --format=zip "$name")
+    say "the package is build/package/$name.zip"
+}
+
+# Unpacks the package elsewhere, builds the README's first client against it, and runs that where nothing is registered.
+test_package() {
+    local name elsewhere said
+    name=$(package_name)
+    elsewhere=$(mktemp -d)
+    (cd "$elsewhere" && cmake -E tar xf "$build/package/$name.zip")
+    cmake -S "$root/tests/package" -B "$elsewhere/build" --toolchain "$root/cmake/mingw-w64.cmake" \
+        -DmovaSystem_ROOT="$elsewhere/$name" >/dev/null
+    cmake --build "$elsewhere/build" >/dev/null
+    said=$(export WINEPREFIX="$elsewhere/wine" && wine64 wineboot -i >/dev/null 2>&1 &&
+        wine64 "$elsewhere/build/first-client.exe" && wine64 "$elsewhere/$name/bin/mova.exe" help && wineserver -k)
+    rm -rf "$elsewhere"
+    case "$said" in
+        "Port is 5151"*"mova"*) say "the package serves a client where nothing is registered" ;;
+        *) say "the package's client says: $said" && return 1 ;;
+    esac
+}

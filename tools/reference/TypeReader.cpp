@@ -1,0 +1,189 @@
+#include "tools/reference/TypeReader.h"
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+
+#include "kvcore/BString.h"
+#include "kvcore/Guid.h"
+#include "kvcore/Utf.h"
+
+namespace mova::reference {
+namespace {
+
+void Check(HRESULT status) {
+    if (FAILED(status)) throw std::runtime_error("the type library cannot be read");
+}
+
+/// A description that its type information takes back.
+template <class Description>
+class Held {
+ public:
+    using Return = void (STDMETHODCALLTYPE ITypeInfo::*)(Description*);
+
+    Held(ITypeInfo* info, Description* description, Return giveBack)
+        : info_(info), description_(description), giveBack_(giveBack) {}
+    ~Held() { (info_->*giveBack_)(description_); }
+    Held(const Held&) = delete;
+    Held& operator=(const Held&) = delete;
+    const Description* operator->() const noexcept { return description_; }
+    const Description& operator*() const noexcept { return *description_; }
+
+ private:
+    ITypeInfo* info_;
+    Description* description_;
+    Return giveBack_;
+};
+
+Held<TYPEATTR> AttributesOf(ITypeInfo* info) {
+    TYPEATTR* attributes = nullptr;
+    Check(info->GetTypeAttr(&attributes));
+    return {info, attributes, &ITypeInfo::ReleaseTypeAttr};
+}
+Held<FUNCDESC> FunctionOf(ITypeInfo* info, UINT index) {
+    FUNCDESC* function = nullptr;
+    Check(info->GetFuncDesc(index, &function));
+    return {info, function, &ITypeInfo::ReleaseFuncDesc};
+}
+Held<VARDESC> VariableOf(ITypeInfo* info, UINT index) {
+    VARDESC* variable = nullptr;
+    Check(info->GetVarDesc(index, &variable));
+    return {info, variable, &ITypeInfo::ReleaseVarDesc};
+}
+
+struct Texts {
+    std::string name;
+    std::string help;
+};
+Texts TextsOf(ITypeInfo* info, MEMBERID member) {
+    kv::BString name, help;
+    Check(info->GetDocumentation(member, name.Put(), help.Put(), nullptr, nullptr));
+    return {kv::Utf8(name.View()), kv::Utf8(help.View())};
+}
+
+kv::Ptr<ITypeInfo> Referred(ITypeInfo* info, HREFTYPE reference) {
+    kv::Ptr<ITypeInfo> referred;
+    Check(info->GetRefTypeInfo(reference, referred.Put()));
+    return referred;
+}
+
+std::string TypeName(ITypeInfo* info, const TYPEDESC& type) {
+    if (type.vt == VT_PTR) return TypeName(info, *type.lptdesc) + "*";
+    if (type.vt == VT_USERDEFINED) return TextsOf(Referred(info, type.hreftype).Get(), MEMBERID_NIL).name;
+    constexpr struct {
+        VARTYPE type;
+        const char* name;
+    } names[] = {
+        {VT_I1, "CHAR"},           {VT_UI1, "BYTE"},        {VT_I2, "SHORT"},          {VT_UI2, "USHORT"},
+        {VT_I4, "LONG"},           {VT_UI4, "ULONG"},       {VT_INT, "INT"},           {VT_UINT, "UINT"},
+        {VT_I8, "LONGLONG"},       {VT_UI8, "ULONGLONG"},   {VT_R4, "FLOAT"},          {VT_R8, "DOUBLE"},
+        {VT_BOOL, "VARIANT_BOOL"}, {VT_DATE, "DATE"},       {VT_CY, "CURRENCY"},       {VT_DECIMAL, "DECIMAL"},
+        {VT_BSTR, "BSTR"},         {VT_VARIANT, "VARIANT"}, {VT_UNKNOWN, "IUnknown*"}, {VT_DISPATCH, "IDispatch*"},
+        {VT_HRESULT, "HRESULT"},   {VT_VOID, "void"}};
+    const auto* found =
+        std::find_if(std::begin(names), std::end(names), [&](const auto& row) { return row.type == type.vt; });
+    if (found == std::end(names)) throw std::runtime_error("a type without a name: " + std::to_string(type.vt));
+    return found->name;
+}
+
+std::string DirectionOf(USHORT flags) {
+    std::string direction;
+    for (const auto& [flag, word] :
+         {std::pair{PARAMFLAG_FIN, "in"}, {PARAMFLAG_FOUT, "out"}, {PARAMFLAG_FRETVAL, "retval"}})
+        if (flags & flag) direction.append(direction.empty() ? "" : ", ").append(word);
+    return direction;
+}
+
+Operation ReadOperation(ITypeInfo* info, UINT index) {
+    const auto function = FunctionOf(info, index);
+    const auto [name, help] = TextsOf(info, function->memid);
+    Operation operation{function->invkind == INVOKE_PROPERTYPUT   ? "put"
+                        : function->invkind == INVOKE_PROPERTYGET ? "get"
+                                                                  : "",
+                        name,
+                        {},
+                        help};
+    std::vector<BSTR> names(static_cast<std::size_t>(function->cParams) + 1);
+    UINT named = 0;
+    Check(info->GetNames(function->memid, names.data(), static_cast<UINT>(names.size()), &named));
+    for (SHORT i = 0; i < function->cParams; ++i) {
+        const ELEMDESC& parameter = function->lprgelemdescParam[i];
+        // The value of a property that is put has no name in a type library.
+        const BSTR ofParameter = names[static_cast<std::size_t>(i) + 1];
+        operation.parameters.push_back({DirectionOf(parameter.paramdesc.wParamFlags), TypeName(info, parameter.tdesc),
+                                        ofParameter ? kv::Utf8(kv::Narrow16(ofParameter)) : "value"});
+    }
+    for (const BSTR text : names) SysFreeString(text);
+    return operation;
+}
+
+Interface ReadInterface(ITypeInfo* info, const TYPEATTR& attributes) {
+    const auto [name, help] = TextsOf(info, MEMBERID_NIL);
+    Interface read{
+        name, kv::Utf8(kv::GuidText(attributes.guid)), "", help, (attributes.wTypeFlags & TYPEFLAG_FOLEAUTOMATION) != 0,
+        {}};
+    if (attributes.cImplTypes != 0) {
+        HREFTYPE reference = 0;
+        Check(info->GetRefTypeOfImplType(0, &reference));
+        read.base = TextsOf(Referred(info, reference).Get(), MEMBERID_NIL).name;
+    }
+    for (UINT i = 0; i < attributes.cFuncs; ++i) read.operations.push_back(ReadOperation(info, i));
+    return read;
+}
+
+Class ReadClass(ITypeInfo* info, const TYPEATTR& attributes) {
+    const auto [name, help] = TextsOf(info, MEMBERID_NIL);
+    Class read{name, kv::Utf8(kv::GuidText(attributes.guid)), help, {}};
+    for (UINT i = 0; i < attributes.cImplTypes; ++i) {
+        HREFTYPE reference = 0;
+        INT flags = 0;
+        Check(info->GetRefTypeOfImplType(i, &reference));
+        Check(info->GetImplTypeFlags(i, &flags));
+        const std::string implemented = TextsOf(Referred(info, reference).Get(), MEMBERID_NIL).name;
+        read.interfaces.insert(flags & IMPLTYPEFLAG_FDEFAULT ? read.interfaces.begin() : read.interfaces.end(),
+                               implemented);
+    }
+    return read;
+}
+
+Enumeration ReadEnumeration(ITypeInfo* info, const TYPEATTR& attributes) {
+    const auto [name, help] = TextsOf(info, MEMBERID_NIL);
+    Enumeration read{name, help, {}};
+    for (UINT i = 0; i < attributes.cVars; ++i) {
+        const auto variable = VariableOf(info, i);
+        read.values.emplace_back(TextsOf(info, variable->memid).name, variable->lpvarValue->lVal);
+    }
+    return read;
+}
+
+template <class Item>
+void SortByName(std::vector<Item>& items) {
+    std::sort(items.begin(), items.end(), [](const Item& left, const Item& right) { return left.name < right.name; });
+}
+
+}  // namespace
+
+Library ReadLibrary(const std::u16string& file) {
+    kv::Ptr<ITypeLib> types;
+    Check(LoadTypeLibEx(kv::Wide(file.c_str()), REGKIND_NONE, types.Put()));
+    TLIBATTR* attributes = nullptr;
+    Check(types->GetLibAttr(&attributes));
+    Library library{"movaSystem", kv::Utf8(kv::GuidText(attributes->guid)), {}, {}, {}};
+    types->ReleaseTLibAttr(attributes);
+    for (UINT i = 0; i < types->GetTypeInfoCount(); ++i) {
+        kv::Ptr<ITypeInfo> info;
+        Check(types->GetTypeInfo(i, info.Put()));
+        const auto type = AttributesOf(info.Get());
+        // The platform's own interfaces are documented elsewhere, and have no help texts here.
+        if (type->typekind == TKIND_INTERFACE && !TextsOf(info.Get(), MEMBERID_NIL).help.empty())
+            library.interfaces.push_back(ReadInterface(info.Get(), *type));
+        if (type->typekind == TKIND_COCLASS) library.classes.push_back(ReadClass(info.Get(), *type));
+        if (type->typekind == TKIND_ENUM) library.enumerations.push_back(ReadEnumeration(info.Get(), *type));
+    }
+    SortByName(library.classes);
+    SortByName(library.interfaces);
+    SortByName(library.enumerations);
+    return library;
+}
+
+}  // namespace mova::reference
