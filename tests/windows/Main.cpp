@@ -1,13 +1,25 @@
+#include <latch>
+#include <thread>
+
+#include "kvcore/FreeList.h"
+#include "server/ClassTable.h"
+#include "tests/windows/MemoryFaults.h"
 #include "tests/windows/Support.h"
 
 namespace {
 
-/// Fails a test that leaves an object of the library alive, and says which.
+/// Fails a test that leaves an object of the library alive, and says which, or memory.
 class LeakListener final : public testing::EmptyTestEventListener {
+    void OnTestStart(const testing::TestInfo&) override { blocksBefore_ = mova::test::LiveBlocks(); }
     void OnTestEnd(const testing::TestInfo&) override {
         SetErrorInfo(0, nullptr);
         const auto canUnload = mova::test::Export<HRESULT STDAPICALLTYPE()>("DllCanUnloadNow");
-        if (canUnload() == S_OK) return;
+        if (canUnload() == S_OK) {
+            if constexpr (!kv::recyclesMemory) {
+                EXPECT_LE(mova::test::LiveBlocks(), blocksBefore_) << "memory is left behind";
+            }
+            return;
+        }
         kv::Ptr<IObjectCensus> census;
         kv::BString report;
         if (SUCCEEDED(CoGetClassObject(CLSID_PropertySet, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IObjectCensus),
@@ -15,7 +27,39 @@ class LeakListener final : public testing::EmptyTestEventListener {
             census->GetReport(report.Put());
         ADD_FAILURE() << "objects are left alive: " << kv::Utf8(report.View());
     }
+
+    long blocksBefore_ = 0;
 };
+
+/// Does what the library and the platform keep something of for good, so that no test is blamed for it.
+void WarmUp() {
+    for (const mova::ClassEntry* entry = mova::classTable; !entry->IsEnd(); ++entry)
+        mova::test::New<IUnknown>(entry->name).As<IDispatch>();
+    const auto mapper = mova::test::New<IXMLTypeMapper>(u"XMLTypeMapper");
+    const auto reader = mova::test::New<IXMLTextReader>(u"XMLTextReader");
+    DOUBLE number = 0;
+    mapper->TextToDouble(mova::test::Bstr(u"no number"), &number);
+    for (const char16_t* text : {u"<a b='c'>text</a>", u"<a><b></a>"}) {
+        HRESULT status = reader->put_Text(mova::test::Bstr(text));
+        for (VARIANT_BOOL found = VARIANT_TRUE; SUCCEEDED(status) && found;) status = reader->Read(&found);
+    }
+    mova::test::Export<HRESULT STDAPICALLTYPE()>("DllCanUnloadNow")();
+}
+
+/// The thread library keeps the records of as many threads as there were at once.
+void WarmUpThreads() {
+    std::latch all(16);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 16; ++i)
+        threads.emplace_back([&] {
+            CoInitialize(nullptr);
+            WarmUp();
+            all.arrive_and_wait();
+            CoUninitialize();
+        });
+    for (auto& thread : threads) thread.join();
+    WarmUp();
+}
 
 }  // namespace
 
@@ -26,6 +70,8 @@ int main(int count, char** values) {
     if (FAILED(CoGetClassObject(CLSID_PropertySet, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
                                 factory.PutVoid())))
         return 2;
+    mova::test::WatchMemory();
+    WarmUpThreads();
     testing::UnitTest::GetInstance()->listeners().Append(new LeakListener);
     const int status = RUN_ALL_TESTS();
     factory = {};

@@ -1,0 +1,163 @@
+#include "tests/windows/MemoryFaults.h"
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "tests/windows/Support.h"
+
+namespace mova::test {
+namespace {
+
+std::atomic<long> live;
+std::atomic<long> liveOfPlatform;
+std::atomic<DWORD> shortThread;  // none while 0
+long grantedLeft;
+bool felt;
+
+/// Whether a call for memory is granted; counts it.
+bool IsGranted() {
+    if (shortThread != GetCurrentThreadId() || grantedLeft-- > 0) return true;
+    return std::exchange(felt, true);
+}
+
+void* Counted(void* block, std::atomic<long>& count = live) {
+    if (block) ++count;
+    return block;
+}
+
+void* WatchedMalloc(std::size_t size) {
+    return IsGranted() ? Counted(std::malloc(size)) : nullptr;
+}
+
+void* WatchedCalloc(std::size_t count, std::size_t size) {
+    return IsGranted() ? Counted(std::calloc(count, size)) : nullptr;
+}
+
+void* WatchedRealloc(void* block, std::size_t size) {
+    if (size != 0 && !IsGranted()) return nullptr;
+    if (block) --live;
+    void* const moved = std::realloc(block, size);
+    if (block && !moved && size != 0) ++live;
+    return Counted(moved);
+}
+
+void WatchedFree(void* block) {
+    if (block) --live;
+    std::free(block);
+}
+
+void* WINAPI WatchedVirtualAlloc(void* address, SIZE_T size, DWORD type, DWORD protection) {
+    if (!IsGranted()) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    return VirtualAlloc(address, size, type, protection);
+}
+
+/// The platform's memory.
+class Spy final : public Local<IMallocSpy> {
+ public:
+    STDMETHODIMP_(SIZE_T) PreAlloc(SIZE_T size) noexcept override { return IsGranted() ? size : 0; }
+    STDMETHODIMP_(void*) PostAlloc(void* block) noexcept override { return Counted(block, liveOfPlatform); }
+    STDMETHODIMP_(void*) PreFree(void* block, BOOL) noexcept override {
+        if (block) --liveOfPlatform;
+        return block;
+    }
+    STDMETHODIMP_(void) PostFree(BOOL) noexcept override {}
+    STDMETHODIMP_(SIZE_T) PreRealloc(void* block, SIZE_T size, void** moved, BOOL) noexcept override {
+        *moved = block;
+        isNew_ = !block;
+        return size == 0 || IsGranted() ? size : 0;
+    }
+    STDMETHODIMP_(void*) PostRealloc(void* block, BOOL) noexcept override {
+        return isNew_ ? Counted(block, liveOfPlatform) : block;
+    }
+    STDMETHODIMP_(void*) PreGetSize(void* block, BOOL) noexcept override { return block; }
+    STDMETHODIMP_(SIZE_T) PostGetSize(SIZE_T size, BOOL) noexcept override { return size; }
+    STDMETHODIMP_(void*) PreDidAlloc(void* block, BOOL) noexcept override { return block; }
+    STDMETHODIMP_(int) PostDidAlloc(void*, BOOL, int answer) noexcept override { return answer; }
+    STDMETHODIMP_(void) PreHeapMinimize() noexcept override {}
+    STDMETHODIMP_(void) PostHeapMinimize() noexcept override {}
+
+ private:
+    bool isNew_ = false;  // the platform holds its lock from the one call to the other
+};
+
+template <class Function>
+void* Address(Function* function) {
+    return reinterpret_cast<void*>(function);
+}
+
+/// Puts functions of ours in the places of those that the library imports under these names.
+void ReplaceImports() {
+    const struct {
+        const char* name;
+        void* function;
+    } replacements[] = {{"malloc", Address(&WatchedMalloc)},
+                        {"calloc", Address(&WatchedCalloc)},
+                        {"realloc", Address(&WatchedRealloc)},
+                        {"free", Address(&WatchedFree)},
+                        {"VirtualAlloc", Address(&WatchedVirtualAlloc)}};
+    auto* const base = reinterpret_cast<std::byte*>(GetModuleHandleW(L"movaSystem.dll"));
+    const auto at = [&]<class T>(const T*, ULONGLONG offset) { return reinterpret_cast<T*>(base + offset); };
+    const auto& header = at(static_cast<IMAGE_NT_HEADERS64*>(nullptr),
+                            static_cast<ULONGLONG>(reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew))
+                             ->OptionalHeader;
+    std::size_t replaced = 0;
+    for (auto* import = at(static_cast<IMAGE_IMPORT_DESCRIPTOR*>(nullptr),
+                           header.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
+         import->Name; ++import) {
+        auto* name = at(static_cast<IMAGE_THUNK_DATA64*>(nullptr), import->OriginalFirstThunk);
+        auto* slot = at(static_cast<IMAGE_THUNK_DATA64*>(nullptr), import->FirstThunk);
+        for (; name->u1.AddressOfData; ++name, ++slot) {
+            const char* const found = at(static_cast<IMAGE_IMPORT_BY_NAME*>(nullptr), name->u1.AddressOfData)->Name;
+            for (const auto& [sought, function] : replacements) {
+                if (std::strcmp(found, sought) != 0) continue;
+                DWORD protection = 0;
+                VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection);
+                slot->u1.Function = reinterpret_cast<ULONGLONG>(function);
+                VirtualProtect(slot, sizeof *slot, protection, &protection);
+                ++replaced;
+            }
+        }
+    }
+    EXPECT_EQ(replaced, std::size(replacements)) << "the library takes memory in a way that no test watches";
+}
+
+}  // namespace
+
+void WatchMemory() {
+    static Spy spy;
+    using SetOaNoCache = void STDAPICALLTYPE();
+    reinterpret_cast<SetOaNoCache*>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"oleaut32.dll"), "SetOaNoCache")))();
+    EXPECT_EQ(CoRegisterMallocSpy(&spy), S_OK);
+    ReplaceImports();
+}
+
+long LiveBlocks() {
+    return live;
+}
+
+long LiveBlocksOfPlatform() {
+    return liveOfPlatform;
+}
+
+MemoryShortage::MemoryShortage(long granted) {
+    grantedLeft = granted;
+    felt = false;
+    shortThread = GetCurrentThreadId();
+}
+
+MemoryShortage::~MemoryShortage() {
+    shortThread = 0;
+}
+
+bool MemoryShortage::WasFelt() const {
+    return felt;
+}
+
+}  // namespace mova::test
