@@ -50,6 +50,7 @@ void WarmUp() {
 void WarmUpThreads() {
     std::latch all(16);
     std::vector<std::thread> threads;
+    threads.reserve(16);
     for (int i = 0; i < 16; ++i)
         threads.emplace_back([&] {
             CoInitialize(nullptr);

@@ -336,7 +336,7 @@ TEST(MemoryShortage, LeavesJsonUsable) {
         EXPECT_EQ(container->ToJSONString(nullptr, written.Put()), S_OK);
         return kv::Utf8(written.View());
     };
-    const auto ofObject = [&](std::function<HRESULT(IJSONObjectEx*)> act) {
+    const auto ofObject = [&](auto act) {
         return [=] {
             const auto object = New<IJSONObjectEx>(u"JSONObject");
             EXPECT_EQ(object->FromJSONString(Bstr(json)), S_OK);

@@ -39,7 +39,7 @@ Bytes BytesOfText(std::string_view text) {
 }
 
 kv::Ptr<IPropertySet> Sample() {
-    const auto set = New<IPropertySet>(u"PropertySet");
+    auto set = New<IPropertySet>(u"PropertySet");
     EXPECT_EQ(set->SetProperty(Bstr(u"Texts"), ArrayOf({u"one", u"two"}).Get()), S_OK);
     EXPECT_EQ(set->SetProperty(Bstr(u"Identifier"), Value(New<IUID>(u"UID").Get()).Get()), S_OK);
     return set;

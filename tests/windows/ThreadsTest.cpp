@@ -105,7 +105,7 @@ TEST(Threads, HaveSingletonsOfTheirOwn) {
 }
 
 TEST(Threads, CallObjectsOfOtherApartmentsThroughThePlatform) {
-    const HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     const auto property = New<IPropertySetProperty>(u"PropertySetProperty");
     EXPECT_EQ(property->put_Key(Bstr(u"key")), S_OK);
     kv::Ptr<IStream> way;

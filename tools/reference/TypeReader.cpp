@@ -109,11 +109,11 @@ Operation ReadOperation(ITypeInfo* info, UINT index) {
     for (SHORT i = 0; i < function->cParams; ++i) {
         const ELEMDESC& parameter = function->lprgelemdescParam[i];
         // The value of a property that is put has no name in a type library.
-        const BSTR ofParameter = names[static_cast<std::size_t>(i) + 1];
+        BSTR ofParameter = names[static_cast<std::size_t>(i) + 1];
         operation.parameters.push_back({DirectionOf(parameter.paramdesc.wParamFlags), TypeName(info, parameter.tdesc),
                                         ofParameter ? kv::Utf8(kv::Narrow16(ofParameter)) : "value"});
     }
-    for (const BSTR text : names) SysFreeString(text);
+    for (BSTR text : names) SysFreeString(text);
     return operation;
 }
 
