@@ -379,6 +379,15 @@ TEST(MemoryShortage, LeavesJsonUsable) {
                           [&] { return writer->WriteDouble(Bstr(u"d"), 0.1); }, [&] { return writer->EndObject(); },
                           [&] { return writer->GetText(written.Put()); }});
         }));
+    const auto set = New<IPropertySet>(u"PropertySet");
+    EXPECT_EQ(set->SetProperties(ArrayOf({u"A", u"B"}).Get(), ArrayOf({u"one", u"two"}).Get()), S_OK);
+    SurvivesShortages(
+        "conversions", OfNew<IJSONConverter>(u"JSONConverter", [&](auto* converter) {
+            kv::BString written;
+            kv::Variant read;
+            return First({[&] { return converter->ToJSONString(Value(set.Get()).Get(), nullptr, written.Put()); },
+                          [&] { return converter->FromJSONString(written.Get(), nullptr, read.Put()); }});
+        }));
 }
 
 TEST(MemoryShortage, LeavesTheOtherClassesUsable) {

@@ -25,6 +25,15 @@ TEST(Scripts, UseTheClassesAndReadRefusals) {
          "2 True False\r\nKyoto\r\n{\"place\":{\"name\":\"Kyoto\",\"depth\":10},\"magnitude\":5.1}\r\n"
          "{\"type\":\"PropertySet\",\"propertySetItems\":{\"Server\":\"gis.example\"}}\r\n[1,\"two\"]\r\n"
          "8000FFFF movaSystem.JSONReader: Unexpected end of file; state : inPropertyNameDelimiter; buffer : \r\n"},
+        {u"json.js",
+         "true true\r\n6\r\ntrue 12.5\r\n"
+         "8000ffff Unexpected single or double quote; state : inPropertyValue; buffer : 5 \"felt\":[\r\n"},
+        {u"numbers.js",
+         "1,234,567.50 km\r\n-0.13\r\n2024/02/29 00:00:00.0 4\r\nP1DT0H0M0S\r\n4 12\r\n"
+         "80070057 There is no such date or time of day.\r\n"},
+        {u"statistics.vbs",
+         "99.5 1 30 12.4375\r\nNatural Breaks (Jenks) True\r\n"
+         "80070057 movaSystem.NaturalBreaks: There must be as many frequencies as values.\r\n"},
         {u"xml.vbs",
          "<event id='a&lt;b'>5 &amp; more</event>\r\n1 event  a<b\r\n3  5 & more \r\n2 event  \r\ngis.example True\r\n"
          "80004005 movaSystem.XMLTextReader: Xml Parsing failed.\nReason:expected end of tag 'b' (column "
