@@ -10,7 +10,10 @@ namespace {
 
 /// Fails a test that leaves an object of the library alive, and says which, or memory.
 class LeakListener final : public testing::EmptyTestEventListener {
-    void OnTestStart(const testing::TestInfo&) override { blocksBefore_ = mova::test::LiveBlocks(); }
+    void OnTestStart(const testing::TestInfo&) override {
+        mova::test::GuardMemory();
+        blocksBefore_ = mova::test::LiveBlocks();
+    }
     void OnTestEnd(const testing::TestInfo&) override {
         SetErrorInfo(0, nullptr);
         const auto canUnload = mova::test::Export<HRESULT STDAPICALLTYPE()>("DllCanUnloadNow");

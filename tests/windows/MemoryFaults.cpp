@@ -1,11 +1,13 @@
 #include "tests/windows/MemoryFaults.h"
 
-#include <array>
+#include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
+#include "tests/windows/GuardedHeap.h"
 #include "tests/windows/Support.h"
 
 namespace mova::test {
@@ -16,6 +18,8 @@ std::atomic<long> liveOfPlatform;
 std::atomic<DWORD> shortThread;  // none while 0
 long grantedLeft;
 bool felt;
+GuardedHeap guarded;
+bool isGuarding;
 
 /// Whether a call for memory is granted; counts it.
 bool IsGranted() {
@@ -28,25 +32,37 @@ void* Counted(void* block, std::atomic<long>& count = live) {
     return block;
 }
 
+void WatchedFree(void* block) {
+    if (block) --live;
+    if (guarded.Owns(block)) {
+        guarded.Give(block);
+    } else {
+        std::free(block);
+    }
+}
+
 void* WatchedMalloc(std::size_t size) {
-    return IsGranted() ? Counted(std::malloc(size)) : nullptr;
+    if (!IsGranted()) return nullptr;
+    void* const block = isGuarding ? guarded.Take(size) : nullptr;
+    return Counted(block ? block : std::malloc(size));
 }
 
 void* WatchedCalloc(std::size_t count, std::size_t size) {
-    return IsGranted() ? Counted(std::calloc(count, size)) : nullptr;
+    if (count != 0 && size > SIZE_MAX / count) return nullptr;
+    void* const block = WatchedMalloc(count * size);
+    return block ? std::memset(block, 0, count * size) : nullptr;
 }
 
 void* WatchedRealloc(void* block, std::size_t size) {
-    if (size != 0 && !IsGranted()) return nullptr;
-    if (block) --live;
-    void* const moved = std::realloc(block, size);
-    if (block && !moved && size != 0) ++live;
-    return Counted(moved);
-}
-
-void WatchedFree(void* block) {
-    if (block) --live;
-    std::free(block);
+    if (!block) return WatchedMalloc(size);
+    if (size == 0) return WatchedFree(block), nullptr;
+    if (!IsGranted()) return nullptr;
+    if (!guarded.Owns(block)) return std::realloc(block, size);
+    void* const moved = guarded.Take(size);
+    if (!moved) return nullptr;
+    std::memcpy(moved, block, std::min(size, guarded.SizeOf(block)));
+    guarded.Give(block);
+    return moved;
 }
 
 void* WINAPI WatchedVirtualAlloc(void* address, SIZE_T size, DWORD type, DWORD protection) {
@@ -136,6 +152,11 @@ void WatchMemory() {
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"oleaut32.dll"), "SetOaNoCache")))();
     EXPECT_EQ(CoRegisterMallocSpy(&spy), S_OK);
     ReplaceImports();
+}
+
+void GuardMemory() {
+    guarded.Restart();
+    isGuarding = GetEnvironmentVariableW(L"MOVA_GUARD_MEMORY", nullptr, 0) != 0;
 }
 
 long LiveBlocks() {

@@ -8,6 +8,10 @@ namespace mova::test {
 /// cache off.
 void WatchMemory();
 
+/// Guards the library's blocks from then on, in place of those guarded before, where the environment has
+/// MOVA_GUARD_MEMORY (GuardedHeap.h).
+void GuardMemory();
+
 /// How many watched blocks are alive, counted from when watching began: the library's own, and those of the platform's
 /// memory, of which the platform keeps some for itself where threads and proxies come and go.
 long LiveBlocks();

@@ -1,8 +1,10 @@
 // Each operation with each of its calls for memory refused: what it answers, what it leaves, what it still holds.
+#include <algorithm>
 #include <functional>
 
 #include "kvcore/FreeList.h"
 #include "server/ClassTable.h"
+#include "tests/windows/GuardedHeap.h"
 #include "tests/windows/MemoryFaults.h"
 #include "tests/windows/Persistence.h"
 #include "tests/windows/StreamSupport.h"
@@ -116,6 +118,27 @@ constexpr std::u16string_view document =
     u"<m:a xmlns:m='urn:m' b='c'><m:d m:e='f'>text &amp; more</m:d><!-- c --><![CDATA[x]]></m:a>";
 
 }  // namespace
+
+TEST(GuardedHeap, LetsNobodyTouchWhatLiesBehindABlockOrWasFreed) {
+    GuardedHeap heap;
+    for (const std::size_t size : {0u, 1u, 16u, 100u, 4080u, 4081u, 100'000u}) {
+        auto* const block = static_cast<std::byte*>(heap.Take(size));
+        ASSERT_TRUE(block);
+        EXPECT_TRUE(heap.Owns(block));
+        EXPECT_EQ(heap.SizeOf(block), size);
+        std::fill(block, block + size, std::byte{1});
+        const auto isCommitted = [](const void* address) {
+            MEMORY_BASIC_INFORMATION memory{};
+            VirtualQuery(address, &memory, sizeof memory);
+            return memory.State == MEM_COMMIT;
+        };
+        EXPECT_TRUE(size == 0 || isCommitted(block + size - 1));
+        EXPECT_FALSE(isCommitted(block + (size + 15) / 16 * 16)) << size;
+        heap.Give(block);
+        EXPECT_FALSE(isCommitted(block)) << size;
+    }
+    heap.Restart();
+}
 
 TEST(MemoryShortage, LeavesNoHalfMadeObject) {
     for (const ClassEntry* entry = classTable; !entry->IsEnd(); ++entry) {
