@@ -284,7 +284,7 @@ target_compile_definitions(
 target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uuid ntdll version psapi z XercesC::XercesC)
 add_dependencies(windows-tests movaSystem mova mova-reference first-client first-client-c mova-idl)
 add_test(NAME windows-tests COMMAND windows-tests)
-# Every class and operation, their failures too, once more with each of the library's blocks before a page that nobody may touch.
+# The classes and operations, their failures too, once more with the library's blocks before pages that nobody may touch.
 if(CMAKE_BUILD_TYPE STREQUAL "Debug")
   add_test(NAME windows-tests-guarded
            COMMAND windows-tests --gtest_filter=Automation.*:EveryClass.*:MemoryShortage.*:StreamFailure.*)
