@@ -15,6 +15,7 @@ add_executable(
   bench/SaxReading.cpp
   bench/XmlData.cpp
   kvcore/HeapBlocks.cpp
+  ${kvcore_engine_sources}
   ${engine_sources})
 target_include_directories(engine-bench PRIVATE ${CMAKE_SOURCE_DIR})
 target_link_libraries(engine-bench PRIVATE mova-warnings fmt::fmt ICU::i18n ICU::uc LibXml2::LibXml2 simdjson::simdjson XercesC::XercesC z)

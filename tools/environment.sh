@@ -2,8 +2,7 @@
 # Sourced with $root set to the project's folder. Progress goes to stderr.
 
 build="$root/build"
-export WINEPREFIX="$build/wine" WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="mscoree,mshtml=" LC_ALL=C.UTF-8
-registered="$WINEPREFIX/registered"  # names the preset whose DLL is registered, or says "none"
+export WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="mscoree,mshtml=" LC_ALL=C.UTF-8
 
 say() { echo "$*" >&2; }
 
@@ -37,19 +36,20 @@ wine64() {
     if [ -x /usr/lib/wine/wine64 ]; then /usr/lib/wine/wine64 "$@"; else command wine64 "$@"; fi
 }
 
-# Makes the Wine prefix, once.
-ensure_prefix() {
-    if [ ! -e "$WINEPREFIX/made" ]; then
-        say "making a Wine prefix in build/wine"
-        rm -rf "$WINEPREFIX"
-        mkdir -p "$WINEPREFIX"
-        wine64 wineboot -i >"$build/wineboot.log" 2>&1 || { say "wineboot failed; see build/wineboot.log" && return 1; }
-        touch "$WINEPREFIX/made"
-    fi
+# Takes a preset's Wine prefix, in which its DLL alone is registered, and makes it, once: use_prefix PRESET
+use_prefix() {
+    export WINEPREFIX="$build/wine-$1"
+    registered="$WINEPREFIX/registered"  # as new as the registration, empty where that was taken back
+    [ ! -e "$WINEPREFIX/made" ] || return 0
+    say "making a Wine prefix in build/wine-$1"
+    rm -rf "$WINEPREFIX"
+    mkdir -p "$WINEPREFIX"
+    wine64 wineboot -i >"$build/wineboot.log" 2>&1 || { say "wineboot failed; see build/wineboot.log" && return 1; }
+    touch "$WINEPREFIX/made"
 }
 
 configure_preset() {
-    case "$1" in debug | release) ensure_xerces ;; esac
+    case "$1" in debug | release | lint) ensure_xerces ;; esac
     [ -e "$build/$1/build.ninja" ] && return
     say "configuring $1"
     (cd "$root" && cmake --preset "$1") >&2
@@ -63,12 +63,12 @@ build_preset() {
     (cd "$root" && cmake --build --preset "$preset" ${1:+--target "$@"}) >&2
 }
 
-# Registers a preset's DLL in the prefix, where another one is registered, an older state of it, or none.
+# Registers a preset's DLL in its prefix, where an older state of it is registered, or none.
 register_preset() {
     local preset=$1
-    [ "$(cat "$registered" 2>/dev/null)" = "$preset" ] &&
-        [ ! "$build/$preset/bin/movaSystem.dll" -nt "$registered" ] && return
+    use_prefix "$preset"
+    [ -s "$registered" ] && [ ! "$build/$preset/bin/movaSystem.dll" -nt "$registered" ] && return
     say "registering the $preset build of movaSystem.dll"
     wine64 regsvr32 /s "$build/$preset/bin/movaSystem.dll" >&2 || { say "regsvr32 failed" && return 1; }
-    echo "$preset" >"$registered"
+    echo yes >"$registered"
 }
