@@ -17,7 +17,10 @@ target_compile_definitions(mova-windows INTERFACE _IMMINTRIN_H_INCLUDED _X86INTR
 target_compile_options(mova-windows INTERFACE -fno-strict-aliasing -fno-delete-null-pointer-checks)
 # The runtime is linked statically: what is built stands alone.
 target_link_options(mova-windows INTERFACE -static)
-# What is shipped carries no symbols; they lie beside it.
+# What is shipped carries no symbols; they lie beside it, with the lines of the sources, whatever folder was built in.
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_options(mova-windows INTERFACE -g1 -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+endif()
 function(mova_separate_symbols target)
   if(CMAKE_BUILD_TYPE STREQUAL "Release")
     add_custom_command(

@@ -8,6 +8,7 @@
 
 #include "kvcore/Ptr.h"
 #include "kvcore/SafeArray.h"
+#include "kvcore/Status.h"
 #include "kvcore/ValueFormat.h"
 
 namespace mova {
@@ -43,9 +44,7 @@ std::optional<std::vector<kv::Variant>> ValuesIn(const VARIANT& value) {
     if (!array || array->Dimensions() != 1) return {};
     std::vector<kv::Variant> values(array->Count());
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const HRESULT status = values[i].Assign(array->Element(i));
-        if (status == E_OUTOFMEMORY) throw std::bad_alloc();
-        if (FAILED(status)) return {};
+        if (!kv::Succeeded(values[i].Assign(array->Element(i)))) return {};
     }
     return values;
 }

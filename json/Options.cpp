@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "kvcore/Status.h"
 #include "kvcore/Variant.h"
 
 namespace mova {
@@ -9,7 +10,7 @@ namespace {
 
 /// @return whether it is there
 bool ReadOption(IPropertySet* options, const char16_t* name, kv::Variant& value) {
-    return options && SUCCEEDED(options->GetProperty(kv::BString(name).Get(), value.Put()));
+    return options && kv::Succeeded(options->GetProperty(kv::BString(name).Get(), value.Put()));
 }
 
 }  // namespace
@@ -18,7 +19,7 @@ bool FlagOption(IPropertySet* options, const char16_t* name) {
     kv::Variant value;
     kv::Variant flag;
     return ReadOption(options, name, value) &&
-           SUCCEEDED(kv::ChangeType(value.Get(), VT_BOOL, LOCALE_USER_DEFAULT, 0, flag)) &&
+           kv::Succeeded(kv::ChangeType(value.Get(), VT_BOOL, LOCALE_USER_DEFAULT, 0, flag)) &&
            flag.Get().boolVal != VARIANT_FALSE;
 }
 
@@ -28,7 +29,7 @@ LONG NaturalOption(IPropertySet* options, const char16_t* name) {
     kv::Variant number;
     if (!ReadOption(options, name, value) ||
         std::find(std::begin(integers), std::end(integers), value.Get().vt) == std::end(integers) ||
-        FAILED(kv::ChangeType(value.Get(), VT_I4, LOCALE_USER_DEFAULT, 0, number)))
+        !kv::Succeeded(kv::ChangeType(value.Get(), VT_I4, LOCALE_USER_DEFAULT, 0, number)))
         return -1;
     return std::max<LONG>(number.Get().lVal, -1);
 }

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "kvcore/DateText.h"
+#include "kvcore/Status.h"
 #include "xml/XmlValues.h"
 
 namespace mova {
@@ -69,7 +70,7 @@ bool IsText(const Value& value, std::u16string_view expected) {
 bool Change(const Value& value, VARTYPE type, LCID locale, USHORT flags, kv::Variant& target) {
     if (IsContainer(value.tag.kind)) return false;
     const Borrowed source(value);
-    return SUCCEEDED(kv::ChangeType(source.Get(), type, locale, flags, target));
+    return kv::Succeeded(kv::ChangeType(source.Get(), type, locale, flags, target));
 }
 
 /// A number of a type as the user writes it.
@@ -97,11 +98,8 @@ bool ToReal(const Value& value, VARTYPE type, T VARIANT::*field, T& target) {
 
 /// Text as the locale writes a value, dates with their times.
 bool ToLocalText(const Value& value, LCID locale, DWORD localeFlags, USHORT changeFlags, kv::BString& target) {
-    if (TypeOf(value) == VT_DATE) {
-        const HRESULT status = kv::DateText(value.payload.number, locale, localeFlags, target);
-        if (status == E_OUTOFMEMORY) throw std::bad_alloc();
-        return SUCCEEDED(status);
-    }
+    if (TypeOf(value) == VT_DATE)
+        return kv::Succeeded(kv::DateText(value.payload.number, locale, localeFlags, target));
     kv::Variant changed;
     if (!Change(value, VT_BSTR, locale, changeFlags, changed)) return false;
     target = kv::BString::Attach(changed.Detach().bstrVal);

@@ -10,6 +10,7 @@
 #include "json/TreeLoader.h"
 #include "kvcore/Guid.h"
 #include "kvcore/SafeArray.h"
+#include "kvcore/Status.h"
 #include "server/Refusal.h"
 
 namespace mova {
@@ -59,17 +60,11 @@ bool IsObject(const VARIANT& value) noexcept {
     return value.vt == VT_UNKNOWN || value.vt == VT_DISPATCH;
 }
 
-/// Whether a call succeeded. @throw std::bad_alloc where it was memory that lacked
-bool Succeeded(HRESULT status) {
-    if (status == E_OUTOFMEMORY) throw std::bad_alloc();
-    return SUCCEEDED(status);
-}
-
 /// The text of a member; empty where it has none.
 kv::BString TextOf(IJSONObject& object, std::u16string_view key) {
     kv::Variant value;
     VARIANT_BOOL found = VARIANT_FALSE;
-    if (!Succeeded(object.GetValue(kv::BString(key).Get(), value.Put(), &found)) || value.Get().vt != VT_BSTR)
+    if (!kv::Succeeded(object.GetValue(kv::BString(key).Get(), value.Put(), &found)) || value.Get().vt != VT_BSTR)
         return {};
     return kv::BString::Attach(value.Detach().bstrVal);
 }
@@ -98,7 +93,7 @@ bool NeedsIntegers(IJSONArray& array, LONG count) noexcept {
     bool needed = false;
     for (LONG i = 0; i < count; ++i) {
         kv::Variant element;
-        if (!Succeeded(array.GetValue(i, element.Put()))) return false;
+        if (!kv::Succeeded(array.GetValue(i, element.Put()))) return false;
         const VARTYPE type = element.Get().vt;
         if (type != VT_I4 && type != VT_I8) return false;
         needed |= type == VT_I8 && (element.Get().llVal > exactInDouble || element.Get().llVal < -exactInDouble);
@@ -277,7 +272,7 @@ HRESULT ValueDecoder::DecodeIdentifier(std::u16string_view name, IJSONObject& ob
     if (HRESULT status = object.GetLong(kv::BString(subtypeKey).Get(), &subtype, &found); FAILED(status)) return status;
     const auto made = kv::Ptr<UID>::Attach(new UID(nullptr));
     const GUID identifier = id ? std::bit_cast<GUID>(*id) : GUID{};
-    if (!id || !Succeeded(made->SetIdentifier(&identifier, subtype)))
+    if (!id || !kv::Succeeded(made->SetIdentifier(&identifier, subtype)))
         return Fail(E_INVALIDARG, name, u"is no identifier: it needs a GUID under \"value\".");
     value = ObjectValue(kv::Ptr<IUnknown>(static_cast<IUID*>(made.Get())));
     return S_OK;
@@ -299,20 +294,20 @@ HRESULT ValueDecoder::DecodeArray(std::u16string_view name, IJSONObject& object,
     if (ofTexts) {
         made = MakeArray<BSTR>(VT_BSTR, count, [&](LONG i, BSTR* target) {
             kv::Variant element;
-            if (!Succeeded(elements->GetValue(i, element.Put())) || element.Get().vt != VT_BSTR) return false;
+            if (!kv::Succeeded(elements->GetValue(i, element.Put())) || element.Get().vt != VT_BSTR) return false;
             *target = element.Detach().bstrVal;
             return true;
         });
     } else if (NeedsIntegers(*elements.Get(), count)) {
         made = MakeArray<LONGLONG>(VT_I8, count, [&](LONG i, LONGLONG* target) {
             kv::Variant element;
-            const bool isThere = Succeeded(elements->GetValue(i, element.Put()));
+            const bool isThere = kv::Succeeded(elements->GetValue(i, element.Put()));
             *target = element.Get().vt == VT_I4 ? element.Get().lVal : element.Get().llVal;
             return isThere;
         });
     } else {
         made = MakeArray<double>(VT_R8, count, [&](LONG i, double* target) {
-            return Succeeded(elements->GetDouble(i, target, &found)) && found;
+            return kv::Succeeded(elements->GetDouble(i, target, &found)) && found;
         });
     }
     if (made.Get().vt == VT_EMPTY)

@@ -7,6 +7,7 @@
 
 #include "kvcore/Guid.h"
 #include "kvcore/RegistryKey.h"
+#include "kvcore/Status.h"
 #include "kvcore/SystemText.h"
 
 namespace mova {
@@ -32,9 +33,7 @@ kv::BString ProgIdOf(const CLSID& classId) {
 }  // namespace
 
 MOVAExtendedErrorInfo::MOVAExtendedErrorInfo(IUnknown* outer) : Component(outer) {
-    const HRESULT status = CreateErrorInfo(writer_.Put());
-    if (status == E_OUTOFMEMORY) throw std::bad_alloc();
-    inner_ = writer_.As<IErrorInfo>();
+    if (kv::Succeeded(CreateErrorInfo(writer_.Put()))) inner_ = writer_.As<IErrorInfo>();
     if (!inner_) throw std::runtime_error("CreateErrorInfo");
     writer_->SetGUID(GUID_NULL);  // not every platform begins with an empty one
 }

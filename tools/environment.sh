@@ -36,6 +36,9 @@ wine64() {
     if [ -x /usr/lib/wine/wine64 ]; then /usr/lib/wine/wine64 "$@"; else command wine64 "$@"; fi
 }
 
+# Makes what a new $WINEPREFIX needs. Its services have to end before others start: two sets of them block each other.
+boot_prefix() { wine64 wineboot -i && wineserver -w; }
+
 # Takes a preset's Wine prefix, in which its DLL alone is registered, and makes it, once: use_prefix PRESET
 use_prefix() {
     export WINEPREFIX="$build/wine-$1"
@@ -44,7 +47,7 @@ use_prefix() {
     say "making a Wine prefix in build/wine-$1"
     rm -rf "$WINEPREFIX"
     mkdir -p "$WINEPREFIX"
-    wine64 wineboot -i >"$build/wineboot.log" 2>&1 || { say "wineboot failed; see build/wineboot.log" && return 1; }
+    boot_prefix >"$build/wineboot.log" 2>&1 || { say "wineboot failed; see build/wineboot.log" && return 1; }
     touch "$WINEPREFIX/made"
 }
 

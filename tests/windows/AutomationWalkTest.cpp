@@ -1,7 +1,9 @@
 // Every operation that automation can express, called through the type library with arguments good and bad.
 #include <map>
 
+#include "kvcore/FreeList.h"
 #include "server/ClassTable.h"
+#include "tests/windows/MemoryFaults.h"
 #include "tests/windows/StreamSupport.h"
 
 namespace mova::test {
@@ -137,15 +139,14 @@ class Call {
         return status == DISP_E_EXCEPTION ? exception.scode : status;
     }
 
-    /// Directly, with null in place of each answer.
-    HRESULT CallWithoutAnswers(void* target, const FUNCDESC& function) {
+    /// Through the interface. @param takesAnswers else null stands in place of each answer
+    HRESULT CallDirectly(void* target, const FUNCDESC& function, bool takesAnswers) {
         std::vector<VARTYPE> types;
         std::vector<VARIANTARG*> pointers;
         VARIANT null{};
-        null.vt = VT_PTR;
         for (std::size_t i = 0; i < arguments_.size(); ++i) {
             types.push_back(types_[i].IsOut() ? VARTYPE{VT_PTR} : types_[i].value);
-            pointers.push_back(types_[i].IsOut() ? &null : &arguments_[i]);
+            pointers.push_back(types_[i].IsOut() && !takesAnswers ? &null : &arguments_[i]);
         }
         VARIANT result{};
         EXPECT_EQ(DispCallFunc(target, static_cast<ULONG_PTR>(function.oVft), CC_STDCALL, VT_ERROR,
@@ -193,34 +194,52 @@ void ForEveryFunction(ITypeInfo* info, const Visit& visit) {
     }
 }
 
+/// Hands each interface of an object that automation can express to a visitor.
+template <class Visit>
+void ForEveryInterface(IUnknown* object, const Visit& visit) {
+    kv::Ptr<ITypeLib> library;
+    ASSERT_EQ(LoadTypeLibEx(kv::Wide((BinaryFolder() + u"movaSystem.dll").c_str()), REGKIND_NONE, library.Put()), S_OK);
+    for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
+        kv::Ptr<ITypeInfo> info;
+        TYPEATTR* attributes = nullptr;
+        library->GetTypeInfo(i, info.Put());
+        info->GetTypeAttr(&attributes);
+        const IID iid = attributes->guid;
+        const bool isExpressible =
+            attributes->typekind == TKIND_INTERFACE && (attributes->wTypeFlags & TYPEFLAG_FOLEAUTOMATION) != 0;
+        info->ReleaseTypeAttr(attributes);
+        kv::Ptr<IUnknown> target;
+        if (isExpressible && SUCCEEDED(object->QueryInterface(iid, target.PutVoid()))) visit(info.Get(), target, iid);
+    }
+}
+
+/// A folder of its own for operations that make files.
+class WorkingFolder {
+ public:
+    WorkingFolder() : before_(MAX_PATH, u'\0') {
+        before_.resize(GetCurrentDirectoryW(MAX_PATH, kv::Wide(before_.data())));
+        EXPECT_TRUE(SetCurrentDirectoryW(kv::Wide(folder_.Path().c_str())));
+    }
+    ~WorkingFolder() { SetCurrentDirectoryW(kv::Wide(before_.c_str())); }
+
+ private:
+    TemporaryFolder folder_;
+    std::u16string before_;
+};
+
 }  // namespace
 
 TEST(Automation, CanCallEveryOperationAndNoneComesToHarm) {
-    const TemporaryFolder folder;  // for those that make files
-    const std::u16string before(MAX_PATH, u'\0');
-    GetCurrentDirectoryW(MAX_PATH, kv::Wide(const_cast<char16_t*>(before.data())));
-    EXPECT_TRUE(SetCurrentDirectoryW(kv::Wide(folder.Path().c_str())));
+    const WorkingFolder folder;
     Objects objects;
-    kv::Ptr<ITypeLib> library;
-    ASSERT_EQ(LoadTypeLibEx(kv::Wide((BinaryFolder() + u"movaSystem.dll").c_str()), REGKIND_NONE, library.Put()), S_OK);
     int called = 0;
     int inexpressible = 0;
     for (const ClassEntry* entry = classTable; !entry->IsEnd(); ++entry) {
         SCOPED_TRACE(kv::Utf8(entry->name));
         for (const Arguments kind : everyKind) {
             const auto object = New<IUnknown>(entry->name);
-            for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
-                kv::Ptr<ITypeInfo> info;
-                TYPEATTR* attributes = nullptr;
-                library->GetTypeInfo(i, info.Put());
-                info->GetTypeAttr(&attributes);
-                kv::Ptr<IUnknown> target;
-                const bool isCalled = attributes->typekind == TKIND_INTERFACE &&
-                                      (attributes->wTypeFlags & TYPEFLAG_FOLEAUTOMATION) != 0 &&
-                                      SUCCEEDED(object->QueryInterface(attributes->guid, target.PutVoid()));
-                info->ReleaseTypeAttr(attributes);
-                if (!isCalled) continue;
-                ForEveryFunction(info.Get(), [&](ITypeInfo* declaring, const FUNCDESC& function) {
+            ForEveryInterface(object.Get(), [&](ITypeInfo* info, const kv::Ptr<IUnknown>& target, REFIID) {
+                ForEveryFunction(info, [&](ITypeInfo* declaring, const FUNCDESC& function) {
                     Call call(declaring, function, kind, objects);
                     if (!call.isExpressible) {
                         ++inexpressible;
@@ -231,15 +250,57 @@ TEST(Automation, CanCallEveryOperationAndNoneComesToHarm) {
                     EXPECT_NE(status, E_NOTIMPL);
                     EXPECT_NE(status, DISP_E_MEMBERNOTFOUND);
                     if (!call.HasAnswers()) return;
-                    const HRESULT refused = call.CallWithoutAnswers(target.Get(), function);
+                    const HRESULT refused = call.CallDirectly(target.Get(), function, false);
                     EXPECT_TRUE(FAILED(refused)) << "null for an answer is taken";
                 });
-            }
+            });
         }
     }
-    SetCurrentDirectoryW(kv::Wide(before.c_str()));
     EXPECT_GT(called, 4000);
     EXPECT_LT(inexpressible, called / 20) << inexpressible;
+}
+
+TEST(Automation, LosesNothingWhereMemoryRunsOut) {
+    const WorkingFolder folder;
+    Objects objects;
+    int felt = 0;
+    const auto live = [] { return LiveBlocks() + LiveBlocksOfPlatform(); };
+    for (const ClassEntry* entry = classTable; !entry->IsEnd(); ++entry) {
+        SCOPED_TRACE(kv::Utf8(entry->name));
+        const auto walked = New<IUnknown>(entry->name);
+        ForEveryInterface(walked.Get(), [&](ITypeInfo* info, const kv::Ptr<IUnknown>&, REFIID iid) {
+            ForEveryFunction(info, [&](ITypeInfo* declaring, const FUNCDESC& function) {
+                /// The operation of a new object; so much memory is granted, or all of it.
+                const auto call = [&](long granted, bool& wasFelt) {
+                    const auto object = New<IUnknown>(entry->name);
+                    kv::Ptr<IUnknown> target;
+                    EXPECT_EQ(object->QueryInterface(iid, target.PutVoid()), S_OK);
+                    Call plausible(declaring, function, Arguments::Plausible, objects);
+                    const MemoryShortage shortage(granted);
+                    const HRESULT status =
+                        plausible.isExpressible ? plausible.CallDirectly(target.Get(), function, true) : E_NOTIMPL;
+                    wasFelt = shortage.WasFelt();
+                    return status;
+                };
+                bool isFelt = false;
+                const HRESULT unhampered = call(1'000'000, isFelt);
+                for (long granted = 0; granted < 1000; ++granted) {
+                    SetErrorInfo(0, nullptr);
+                    const long before = live();
+                    const HRESULT status = call(granted, isFelt);
+                    SetErrorInfo(0, nullptr);
+                    EXPECT_TRUE(status == unhampered || status == E_OUTOFMEMORY)
+                        << granted << ": " << std::hex << status << " for " << unhampered;
+                    if constexpr (!kv::recyclesMemory) {
+                        EXPECT_EQ(live(), before) << granted;
+                    }
+                    if (!isFelt) break;
+                    ++felt;
+                }
+            });
+        });
+    }
+    EXPECT_GT(felt, 500);
 }
 
 }  // namespace mova::test

@@ -584,7 +584,7 @@ TEST(ClassifyClient, PrintsBreaks) {
          2},
     };
     for (const auto& row : rows) {
-        const auto run = RunProcess(u"\"" + BinaryFolder() + u"mova.exe\" classify " + row.arguments, row.input);
+        const auto run = Mova(std::u16string(u"classify ") + row.arguments, row.input);
         EXPECT_EQ(run.output, row.output);
         EXPECT_EQ(run.status, row.status);
     }
@@ -592,11 +592,9 @@ TEST(ClassifyClient, PrintsBreaks) {
 
 TEST(ClassifyClient, DrawsADocumentThatReads) {
     const std::u16string file = BinaryFolder() + u"classes.svg";
-    const std::u16string client = u"\"" + BinaryFolder() + u"mova.exe\" ";
-    const auto run =
-        RunProcess(client + u"classify --method equal-interval --classes 3 --plot \"" + file + u"\" -", "1\n2\n7,30\n");
+    const auto run = Mova(u"classify --method equal-interval --classes 3 --plot \"" + file + u"\" -", "1\n2\n7,30\n");
     EXPECT_EQ(run.status, 0u) << run.output;
-    const auto check = RunProcess(client + u"xml check \"" + file + u"\"");
+    const auto check = Mova(u"xml check \"" + file + u"\"");
     EXPECT_EQ(check.status, 0u) << check.output;
     EXPECT_TRUE(DeleteFileW(kv::Wide(file.c_str())));
 }

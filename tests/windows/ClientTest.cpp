@@ -5,13 +5,6 @@
 #include "tests/windows/Support.h"
 
 namespace mova::test {
-namespace {
-
-ProcessResult Mova(const std::u16string& arguments, std::string_view input = {}) {
-    return RunProcess(u"\"" + BinaryFolder() + u"mova.exe\" " + arguments, input);
-}
-
-}  // namespace
 
 TEST(Client, ReadsAndPrintsPropertySets) {
     const auto run =
@@ -100,55 +93,37 @@ TEST(Client, PrintsAndComparesIdentifiers) {
     const auto made = Mova(u"uid").output;
     EXPECT_TRUE(made.size() == 41 && made.starts_with("{") && made.ends_with("}\t0\n")) << made;
     EXPECT_NE(Mova(u"uid").output, made);
-    const struct {
-        const char16_t* arguments;
-        const char* output;
-        DWORD status;
-    } rows[] = {
-        {u"uid oldlib.UID:7", "{78FF7FA1-FB2F-11D1-94A2-080009EEBECB}\t7\n", 0},
-        {u"uid --compare movaSystem.UID 78ff7fa1-fb2f-11d1-94a2-080009eebecb:0", "equal\n", 0},
-        {u"uid --compare movaSystem.UID movaSystem.UID:1", "different\n", 0},
-        {u"uid \"\"", "mova: movaSystem.UID: The text is no GUID, and no class is known by it. (0x80070057)\n", 1},
-        {u"uid --compare movaSystem.UID :",
-         "mova: movaSystem.UID: The subtype must be a whole number from 0 to 2,147,483,647. (0x80070057)\n", 1},
-        {u"uid a b", "mova: uid takes one TEXT or nothing\n", 2},
-        {u"uid --other", "mova: uid does not take --other\n", 2},
-        {u"uid --compare a", "mova: uid --compare takes two texts\n", 2},
-    };
-    for (const auto& row : rows) {
-        const auto run = Mova(row.arguments);
-        EXPECT_EQ(run.output, row.output);
-        EXPECT_EQ(run.status, row.status) << row.output;
-    }
+    ExpectClient(
+        u"uid",
+        {{u"oldlib.UID:7", "{78FF7FA1-FB2F-11D1-94A2-080009EEBECB}\t7\n", 0},
+         {u"--compare movaSystem.UID 78ff7fa1-fb2f-11d1-94a2-080009eebecb:0", "equal\n", 0},
+         {u"--compare movaSystem.UID movaSystem.UID:1", "different\n", 0},
+         {u"\"\"", "mova: movaSystem.UID: The text is no GUID, and no class is known by it. (0x80070057)\n", 1},
+         {u"--compare movaSystem.UID :",
+          "mova: movaSystem.UID: The subtype must be a whole number from 0 to 2,147,483,647. (0x80070057)\n", 1},
+         {u"a b", "mova: uid takes one TEXT or nothing\n", 2},
+         {u"--other", "mova: uid does not take --other\n", 2},
+         {u"--compare a", "mova: uid --compare takes two texts\n", 2}});
 }
 
 TEST(Client, ShowsAndReadsNumbers) {
-    const struct {
-        const char16_t* arguments;
-        const char* output;
-        DWORD status;
-    } rows[] = {
-        {u"number 1234.5 -3 nan -inf", "|1234.5|\n|-3|\n|<Null>|\n|-inf|\n", 0},
-        {u"number --rounding significant --digits 3 --zero-pad --plus --suffix km 12", "|+12.0 km|\n", 0},
-        {u"number --rounding decimals --align right --width 9 --separator 1234.5 -1", "|  1,234.5|\n|       -1|\n", 0},
-        {u"number --parse \"1,234.5 km\"", "1234.5\n", 0},
-        {u"number --digits 2 --increment 1.5", "1.51\n", 0},
-        {u"number --parse x", "mova: movaSystem.NumericFormat: The text is not a number. (0x80070057)\n", 1},
-        {u"number --digits 16 1",
-         "mova: movaSystem.NumericFormat: The rounding value must be a whole number from 0 to 15. (0x80070057)\n", 1},
-        {u"number", "mova: number takes VALUEs, or --parse TEXT, or --increment VALUE\n", 2},
-        {u"number --parse 1 1", "mova: number takes VALUEs, or --parse TEXT, or --increment VALUE\n", 2},
-        {u"number one", "mova: number takes numbers, not one\n", 2},
-        {u"number --digits x 1", "mova: number --digits takes a whole number of 32 bits\n", 2},
-        {u"number --align middle 1", "mova: number --align takes left or right\n", 2},
-        {u"number 1 --width", "mova: number --width takes a value\n", 2},
-        {u"number --other 1", "mova: number does not take --other\n", 2},
-    };
-    for (const auto& row : rows) {
-        const auto run = Mova(row.arguments);
-        EXPECT_EQ(run.output, row.output);
-        EXPECT_EQ(run.status, row.status) << row.output;
-    }
+    ExpectClient(
+        u"number",
+        {{u"1234.5 -3 nan -inf", "|1234.5|\n|-3|\n|<Null>|\n|-inf|\n", 0},
+         {u"--rounding significant --digits 3 --zero-pad --plus --suffix km 12", "|+12.0 km|\n", 0},
+         {u"--rounding decimals --align right --width 9 --separator 1234.5 -1", "|  1,234.5|\n|       -1|\n", 0},
+         {u"--parse \"1,234.5 km\"", "1234.5\n", 0},
+         {u"--digits 2 --increment 1.5", "1.51\n", 0},
+         {u"--parse x", "mova: movaSystem.NumericFormat: The text is not a number. (0x80070057)\n", 1},
+         {u"--digits 16 1",
+          "mova: movaSystem.NumericFormat: The rounding value must be a whole number from 0 to 15. (0x80070057)\n", 1},
+         {u"", "mova: number takes VALUEs, or --parse TEXT, or --increment VALUE\n", 2},
+         {u"--parse 1 1", "mova: number takes VALUEs, or --parse TEXT, or --increment VALUE\n", 2},
+         {u"one", "mova: number takes numbers, not one\n", 2},
+         {u"--digits x 1", "mova: number --digits takes a whole number of 32 bits\n", 2},
+         {u"--align middle 1", "mova: number --align takes left or right\n", 2},
+         {u"1 --width", "mova: number --width takes a value\n", 2},
+         {u"--other 1", "mova: number does not take --other\n", 2}});
 }
 
 TEST(Client, PrintsTheObjectsOfAStream) {

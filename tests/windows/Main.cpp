@@ -53,6 +53,14 @@ void WarmUp() {
         HRESULT status = reader->put_Text(mova::test::Bstr(text));
         for (VARIANT_BOOL found = VARIANT_TRUE; SUCCEEDED(status) && found;) status = reader->Read(&found);
     }
+    const mova::test::Bstr broken(u"<a><b></a>");
+    // The runtime makes a lock when it first throws without memory.
+    for (long granted = 0, felt = true; felt; ++granted) {
+        const mova::test::MemoryShortage shortage(granted);
+        VARIANT_BOOL found = VARIANT_TRUE;
+        for (HRESULT status = reader->put_Text(broken); SUCCEEDED(status) && found;) status = reader->Read(&found);
+        felt = shortage.WasFelt();
+    }
     mova::test::Export<HRESULT STDAPICALLTYPE()>("DllCanUnloadNow")();
 }
 

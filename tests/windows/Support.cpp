@@ -155,4 +155,18 @@ ProcessResult RunProcess(std::u16string commandLine, std::string_view input) {
     return result;
 }
 
+ProcessResult Mova(const std::u16string& arguments, std::string_view input) {
+    return RunProcess(u"\"" + BinaryFolder() + u"mova.exe\" " + arguments, input);
+}
+
+void ExpectClient(const std::u16string& command, std::initializer_list<ClientCall> calls) {
+    std::string script;
+    std::string expected;
+    for (const ClientCall& call : calls) {
+        script += kv::Utf8(command + u" " + call.arguments) + "\n";
+        expected += call.output + "# exit " + std::to_string(call.status) + "\n";
+    }
+    EXPECT_EQ(Mova(u"run -", script).output, expected);
+}
+
 }  // namespace mova::test

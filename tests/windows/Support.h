@@ -159,5 +159,16 @@ struct ProcessResult {
 };
 /// Runs a program with a standard input.
 ProcessResult RunProcess(std::u16string commandLine, std::string_view input = {});
+/// Runs the command-line client.
+ProcessResult Mova(const std::u16string& arguments, std::string_view input = {});
+
+/// What the client prints and answers where it is called with these arguments.
+struct ClientCall {
+    std::u16string arguments;
+    std::string output;
+    DWORD status = 0;
+};
+/// Fails the test unless the calls of a command print and answer that, in one script for them all.
+void ExpectClient(const std::u16string& command, std::initializer_list<ClientCall> calls);
 
 }  // namespace mova::test

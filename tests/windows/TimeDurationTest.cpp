@@ -140,29 +140,20 @@ TEST(TimeDuration, RefusesTextsAndStays) {
 }
 
 TEST(TimeDuration, IsShownByTheClient) {
-    const struct {
-        const char16_t* arguments;
-        const char* output;
-        DWORD status;
-    } rows[] = {
-        {u"1 2 3 4 500000000", "P1DT2H3M4.5S\t937845000000\n", 0},
-        {u"--negative 1 2 3 4 500000000", "-P1DT2H3M4.5S\t-937845000000\n", 0},
-        {u"0 0 0 0 150", "P0DT0H0M0.00000015S\t2\n", 0},
-        {u"--ticks -1", "-P0DT0H0M0.0000001S\t-1\n", 0},
-        {u"--ticks -9223372036854775808", "-P10675199DT2H48M5.4775808S\t-9223372036854775808\n", 0},
-        {u"0 0 0 0 -1", "mova: movaSystem.TimeDuration: The nanoseconds must be 0 to 999,999,999. (0x80070057)\n", 1},
-        {u"2147483647 0 0 0 0",
-         "mova: movaSystem.TimeDuration: The duration has more ticks than 64 bits hold. (0x80004005)\n", 1},
-        {u"1 2 3 4", "mova: duration takes D H M S NS, or --ticks N\n", 2},
-        {u"1 2 3 4 x", "mova: duration takes a number of 32 bits\n", 2},
-        {u"--ticks", "mova: duration --ticks takes one number\n", 2},
-        {u"--ticks x", "mova: duration --ticks takes a number of 64 bits\n", 2},
-    };
-    for (const auto& row : rows) {
-        const auto run = RunProcess(u"\"" + BinaryFolder() + u"mova.exe\" duration " + row.arguments);
-        EXPECT_EQ(run.output, row.output);
-        EXPECT_EQ(run.status, row.status) << row.output;
-    }
+    ExpectClient(
+        u"duration",
+        {{u"1 2 3 4 500000000", "P1DT2H3M4.5S\t937845000000\n", 0},
+         {u"--negative 1 2 3 4 500000000", "-P1DT2H3M4.5S\t-937845000000\n", 0},
+         {u"0 0 0 0 150", "P0DT0H0M0.00000015S\t2\n", 0},
+         {u"--ticks -1", "-P0DT0H0M0.0000001S\t-1\n", 0},
+         {u"--ticks -9223372036854775808", "-P10675199DT2H48M5.4775808S\t-9223372036854775808\n", 0},
+         {u"0 0 0 0 -1", "mova: movaSystem.TimeDuration: The nanoseconds must be 0 to 999,999,999. (0x80070057)\n", 1},
+         {u"2147483647 0 0 0 0",
+          "mova: movaSystem.TimeDuration: The duration has more ticks than 64 bits hold. (0x80004005)\n", 1},
+         {u"1 2 3 4", "mova: duration takes D H M S NS, or --ticks N\n", 2},
+         {u"1 2 3 4 x", "mova: duration takes a number of 32 bits\n", 2},
+         {u"--ticks", "mova: duration --ticks takes one number\n", 2},
+         {u"--ticks x", "mova: duration --ticks takes a number of 64 bits\n", 2}});
 }
 
 TEST(TimeDuration, SavesAndLoads) {

@@ -48,11 +48,6 @@ std::string Text(const kv::Ptr<ITime2>& time, LONG format = movaTimeISONanosecon
     return Text(time.Get(), format);
 }
 
-/// What the client says to a call of `mova time`.
-ProcessResult MovaTime(const std::u16string& arguments) {
-    return RunProcess(u"\"" + BinaryFolder() + u"mova.exe\" time " + arguments);
-}
-
 /// The bytes of a time that was saved by itself.
 Bytes Save(IUnknown* time) {
     const auto stream = StreamOf({});
@@ -274,51 +269,42 @@ TEST(Time, ReadsXmlTextsOrStays) {
 }
 
 TEST(Time, IsShownByTheClient) {
-    const struct {
-        const char16_t* arguments;
-        const char* output;
-        DWORD status;
-    } rows[] = {
-        {u"2020-05-17T10:20:30.5+02:00", "2020-05-17T10:20:30.5\n", 0},
-        {u"--code 22 2020-05-17T10:20:30.5", "2020-05-17T10:20:30.500Z\n", 0},
-        {u"2020-05-17T10:20:30.5-05:30 --offset", "-330\n", 0},
-        {u"2020-05-17T10:20:30.5-05:30 --xml", "2020-05-17T10:20:30.5+00:00\n", 0},
-        {u"--add-nanoseconds -1 --add-days 1 --code 6 1999-12-31", "1999-12-31 23:59:59.999999999\n", 0},
-        {u"--day 2000-01-01", "2451545\n", 0},
-        {u"--julian --day 2000-01-01", "2451558\n", 0},
-        {u"--julian --day 2020-10-10",
-         "mova: movaSystem.Time: The date has no day number in its calendar mode. (0x80004005)\n", 1},
-        {u"--julian --from-day 2299160 --code 10", "1582-10-04\n", 0},
-        {u"--from-day 2299160 --code 10", "1582-10-14\n", 0},
-        {u"--from-ole -1.25", "1899-12-29T06:00:00.0\n", 0},
-        {u"--ole 1899-12-29T06:00", "-1.25\n", 0},
-        {u"--from-ole 1e300", "mova: movaSystem.Time: The OLE date is outside the years 100 to 9999. (0x80004005)\n",
-         1},
-        {u"--code 23 2020", "mova: movaSystem.Time: There is no such format of times. (0x80004005)\n", 1},
-        {u"2020-13-01", "mova: movaSystem.Time: The text is not an ISO 8601 date and time. (0x80070057)\n", 1},
-        {u"", "mova: time takes one TEXT, or --from-day N, or --from-ole X\n", 2},
-        {u"2020 --from-day 1", "mova: time takes one TEXT, or --from-day N, or --from-ole X\n", 2},
-        {u"2020 2021", "mova: time takes one TEXT\n", 2},
-        {u"--from-day 1 --offset", "mova: time --offset takes a TEXT\n", 2},
-        {u"2020 --code x", "mova: time --code takes a number of 32 bits\n", 2},
-        {u"2020 --code", "mova: time --code takes a number\n", 2},
-        {u"2020 --add-days 9223372036854775808", "mova: time --add-days takes a number of 64 bits\n", 2},
-        {u"--from-ole x", "mova: time --from-ole takes a number\n", 2},
-        {u"2020 --other", "mova: time does not take --other\n", 2},
-    };
-    for (const auto& row : rows) {
-        const auto run = MovaTime(row.arguments);
-        EXPECT_EQ(run.output, row.output);
-        EXPECT_EQ(run.status, row.status) << row.output;
-    }
+    ExpectClient(
+        u"time",
+        {{u"2020-05-17T10:20:30.5+02:00", "2020-05-17T10:20:30.5\n", 0},
+         {u"--code 22 2020-05-17T10:20:30.5", "2020-05-17T10:20:30.500Z\n", 0},
+         {u"2020-05-17T10:20:30.5-05:30 --offset", "-330\n", 0},
+         {u"2020-05-17T10:20:30.5-05:30 --xml", "2020-05-17T10:20:30.5+00:00\n", 0},
+         {u"--add-nanoseconds -1 --add-days 1 --code 6 1999-12-31", "1999-12-31 23:59:59.999999999\n", 0},
+         {u"--day 2000-01-01", "2451545\n", 0},
+         {u"--julian --day 2000-01-01", "2451558\n", 0},
+         {u"--julian --day 2020-10-10",
+          "mova: movaSystem.Time: The date has no day number in its calendar mode. (0x80004005)\n", 1},
+         {u"--julian --from-day 2299160 --code 10", "1582-10-04\n", 0},
+         {u"--from-day 2299160 --code 10", "1582-10-14\n", 0},
+         {u"--from-ole -1.25", "1899-12-29T06:00:00.0\n", 0},
+         {u"--ole 1899-12-29T06:00", "-1.25\n", 0},
+         {u"--from-ole 1e300", "mova: movaSystem.Time: The OLE date is outside the years 100 to 9999. (0x80004005)\n",
+          1},
+         {u"--code 23 2020", "mova: movaSystem.Time: There is no such format of times. (0x80004005)\n", 1},
+         {u"2020-13-01", "mova: movaSystem.Time: The text is not an ISO 8601 date and time. (0x80070057)\n", 1},
+         {u"", "mova: time takes one TEXT, or --from-day N, or --from-ole X\n", 2},
+         {u"2020 --from-day 1", "mova: time takes one TEXT, or --from-day N, or --from-ole X\n", 2},
+         {u"2020 2021", "mova: time takes one TEXT\n", 2},
+         {u"--from-day 1 --offset", "mova: time --offset takes a TEXT\n", 2},
+         {u"2020 --code x", "mova: time --code takes a number of 32 bits\n", 2},
+         {u"2020 --code", "mova: time --code takes a number\n", 2},
+         {u"2020 --add-days 9223372036854775808", "mova: time --add-days takes a number of 64 bits\n", 2},
+         {u"--from-ole x", "mova: time --from-ole takes a number\n", 2},
+         {u"2020 --other", "mova: time does not take --other\n", 2}});
 }
 
 TEST(Time, ReadsXmlTextsAsTheUserWants) {
     constexpr auto name = u"UseOldSetFromXMLTimeString";
     const auto expect = [&](const char* when, DWORD shortForm, DWORD looseForm) {
-        EXPECT_EQ(MovaTime(u"2020-05-17T102030Z").status, shortForm) << when;
-        EXPECT_EQ(MovaTime(u"2020-5-17T10:20:30Z").status, looseForm) << when;
-        EXPECT_EQ(MovaTime(u"2020-05-17T10:20:30.5Z").output, "2020-05-17T10:20:30.5\n") << when;
+        EXPECT_EQ(Mova(u"time 2020-05-17T102030Z").status, shortForm) << when;
+        EXPECT_EQ(Mova(u"time 2020-5-17T10:20:30Z").status, looseForm) << when;
+        EXPECT_EQ(Mova(u"time 2020-05-17T10:20:30.5Z").output, "2020-05-17T10:20:30.5\n") << when;
     };
     expect("by default", 0, 1);
     {

@@ -264,12 +264,11 @@ TEST(Uid, FindsAClassInTheFamilyByTheRestOfItsName) {
 }
 
 TEST(Uid, SearchesNoRegistryWhereTheUserIsRegistrationFree) {
-    const std::u16string command = u"\"" + BinaryFolder() + u"mova.exe\" uid ";
     const std::string known = "{78FF7FA1-FB2F-11D1-94A2-080009EEBECB}\t0\n";
     const std::string refused = "mova: movaSystem.UID: " + std::string(unknownText) + " (0x80070057)\n";
     const auto expect = [&](const char* when, const std::string& search) {
-        EXPECT_EQ(RunProcess(command + u"movaSystem.UID").output, known) << when;
-        EXPECT_EQ(RunProcess(command + u"oldlib.UID").output, search) << when;
+        EXPECT_EQ(Mova(u"uid movaSystem.UID").output, known) << when;
+        EXPECT_EQ(Mova(u"uid oldlib.UID").output, search) << when;
     };
     expect("by default", known);
     {

@@ -36,7 +36,7 @@ dt i { font-style: normal; color: var(--quiet); }
 table { border-collapse: collapse; width: 100%; }
 td, th { text-align: left; vertical-align: top; padding: .3rem .8rem .3rem 0; border-bottom: 1px solid var(--line); }
 code { font: .9em ui-monospace, monospace; }
-@media (max-width: 50rem) { nav { position: static; width: auto; border: 0; } main { margin: 0; padding: 1rem; } }
+@media (max-width: 50rem) { body { overflow-wrap: anywhere; } nav { position: static; width: auto; border: 0; } main { margin: 0; padding: 1rem; } }
 )";
 
 std::string Escaped(const std::string& text) {

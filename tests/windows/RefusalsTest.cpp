@@ -1,0 +1,479 @@
+// The refusals whose texts no other test holds: each is reached right after another failure, and told in full.
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <limits>
+#include <set>
+
+#include "kvcore/SafeArray.h"
+#include "kvcore/Stack.h"
+#include "tests/windows/Persistence.h"
+
+namespace mova::test {
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr VARIANT none{};
+constexpr VARIANT error{{{VT_ERROR, 0, 0, 0, {}}}};
+constexpr VARIANT classId{{{VT_CLSID, 0, 0, 0, {}}}};
+
+// Short, for the tables.
+constexpr HRESULT F = E_FAIL, I = E_INVALIDARG, U = E_UNEXPECTED, N = E_NOINTERFACE;
+
+struct Row {
+    HRESULT status;
+    std::string expected;
+    std::function<HRESULT()> call;
+};
+
+void ExpectRefusals(const std::vector<Row>& rows) {
+    const auto set = New<IPropertySet>(u"PropertySet");
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.expected);
+        EXPECT_EQ(set->GetProperty(Bstr(u"x"), kv::Variant().Put()), E_FAIL) << "the failure before";
+        EXPECT_EQ(row.call(), row.status);
+        EXPECT_EQ(TakeErrorInfo(), row.expected);
+    }
+}
+
+kv::Variant Doubles(std::initializer_list<double> numbers) {
+    kv::ArrayBuilder array(VT_R8, numbers.size());
+    std::copy(numbers.begin(), numbers.end(), array.Elements<double>());
+    return array.Finish();
+}
+
+/// An object of another maker that has nothing to say but to one operation. @tparam Interface its only one
+template <class Interface>
+class Sparse {
+ public:
+    using Operation = HRESULT(STDMETHODCALLTYPE*)(void*, LONG*);
+    Sparse(std::size_t slot, Operation operation) {
+        operations_.fill([](void*, LONG*) { return S_OK; });
+        operations_[0] = [](void*, LONG*) { return E_NOINTERFACE; };
+        operations_[slot] = operation;
+    }
+    operator Interface*() noexcept { return reinterpret_cast<Interface*>(this); }
+
+ private:
+    Operation* table_ = operations_.data();  // where an interface has it
+    std::array<Operation, 50> operations_;
+};
+
+/// An identifier that calls a writer when it is written.
+struct Identifier final : Local<IIdentifierExchange> {
+    STDMETHODIMP GetIdentifier(GUID*, LONG*) noexcept override { return call(), S_OK; }
+    STDMETHODIMP SetIdentifier(const GUID*, LONG) noexcept override { return E_NOTIMPL; }
+    std::function<void()> call;
+};
+
+/// An object of a client's own that does the same when it is written and when it is read.
+struct Own final : Local<IXMLSerialize, IXMLVersionSupport> {
+    using Act = HRESULT (*)(IXMLSerializeData*);
+    explicit Own(Act turn, const char16_t* release = u"urn:mova:schemas:9.0") : act(turn), earliest(release) {}
+    STDMETHODIMP Serialize(IXMLSerializeData* data) noexcept override { return act(data); }
+    STDMETHODIMP Deserialize(IXMLSerializeData* data) noexcept override { return act(data); }
+    STDMETHODIMP get_MinNamespaceSupported(BSTR* uri) noexcept override {
+        return *uri = kv::BString(earliest).Detach(), S_OK;
+    }
+    operator IUnknown*() noexcept { return static_cast<IXMLSerialize*>(this); }
+
+    Act act;
+    std::u16string_view earliest;
+};
+
+HRESULT Save(IUnknown* object, const char16_t* release = u"urn:mova:schemas:10.0") {
+    const auto serializer = New<IXMLSerializerAlt>(u"XMLSerializerAlt");
+    EXPECT_EQ(serializer->put_ReleaseNamespaceURI(Bstr(release)), S_OK);
+    return serializer->SaveToString(object, nullptr, kv::BString().Put());
+}
+HRESULT Load(const std::u16string& type, const std::u16string& content, kv::Ptr<IUnknown>& object) {
+    const auto document = u"<a xsi:type='" + type + u"' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'" +
+                          u" xmlns:mova='urn:mova:schemas:10.0' xmlns:own='urn:own'>" + content + u"</a>";
+    return New<IXMLSerializerAlt>(u"XMLSerializerAlt")->LoadFromString(Bstr(document), object.Put());
+}
+/// Loads a document that stands for an object of a client's own.
+HRESULT LoadInto(IUnknown* object, const std::u16string& content = {}) {
+    constexpr CLSID ownId{0x8D4E1E1B, 0x0A4B, 0x4F0B, {0x9E, 0x77, 0x5B, 0x1B, 0x0C, 0x5D, 0x52, 0x32}};
+    const Served served(ownId, [&] { return object; });
+    const auto mapper = New<IXMLTypeMapper2>(u"XMLTypeMapper");
+    EXPECT_EQ(mapper->AddType(Bstr(u"Own"), Bstr(u"urn:own"), Bstr(kv::GuidText(ownId))), S_OK);
+    kv::Ptr<IUnknown> loaded;
+    const HRESULT status = Load(u"own:Own", content, loaded);
+    EXPECT_EQ(mapper->RemoveType(Bstr(u"Own"), Bstr(u"urn:own")), S_OK);
+    return status;
+}
+
+/// A document that a reader refuses at a column of its first line.
+Row Document(const std::string& document, const std::string& reason, int column) {
+    const auto told = "Xml Parsing failed.\nReason:" + reason + " (column " + std::to_string(column) + ")\nLinepos:1";
+    return {E_FAIL, Refusal<IXMLReader>("XMLTextReader", told + "\nSource:text."), [document] {
+                const auto reader = New<IXMLTextReader>(u"XMLTextReader");
+                HRESULT status = reader->put_Text(Bstr(kv::Utf16(document)));
+                for (VARIANT_BOOL found = VARIANT_TRUE; SUCCEEDED(status) && found;) status = reader->Read(&found);
+                return status;
+            }};
+}
+
+/// A stream whose end is as far as it can be.
+struct Longest final : LocalStream {
+    STDMETHODIMP Seek(LARGE_INTEGER, DWORD, ULARGE_INTEGER* position) noexcept override {
+        return position->QuadPart = INT64_MAX, S_OK;
+    }
+};
+
+/// A stream that asks another one when there is little stack left.
+struct Deep final : LocalStream {
+    STDMETHODIMP Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) noexcept override {
+        const bool isDeep = kv::StackLeft() < 32 * 1024;
+        const HRESULT status = isDeep ? part.As<IStream>()->Seek(move, origin, position) : Seek(move, origin, position);
+        return ++depth, status;
+    }
+    int depth = 0;
+    kv::Ptr<ICombinedStream> part = New<ICombinedStream>(u"CombinedStream");
+};
+
+/// An object that is saved while it takes the stream away.
+struct Disturbing final : Foreign {
+    STDMETHODIMP Save(IStream*, BOOL) noexcept override { return stream->put_Stream(nullptr); }
+    kv::Ptr<IObjectStream2> stream = ObjectsOver(StreamOf({}).Get());
+};
+
+}  // namespace
+
+// clang-format off
+TEST(Refusals, OfClassifiersAndStatistics) {
+    const auto told = [](const char* name, auto text) { return Refusal<IClassify>(name, text); };
+    const auto equals = [](auto text) { return Refusal<IClassify>("EqualInterval", text); };
+    const auto statistics = [](auto text) { return Refusal<IBaseStatistics>("BaseStatistics", text); };
+    const auto histogram = [](auto text) { return Refusal<IHistogramMaker>("BaseStatistics", text); };
+    const auto one = Doubles({1}), half = Doubles({0.5}), two = Doubles({1, 1}), below = Doubles({-1, -1});
+    const auto endless = Doubles({1, infinity}), much = Doubles({2147483647, 1}), locked = Doubles({1});
+    const auto square = Array(VT_R8, {{1, 0}, {1, 0}}), many = Array(VT_UI1, {{1, 0}});
+    const auto equal = New<IClassify>(u"EqualInterval"), quantile = New<IClassify>(u"Quantile");
+    const auto defined = New<IClassify>(u"DefinedInterval"), natural = New<IClassify>(u"NaturalBreaks");
+    const auto sums = New<IBaseStatistics>(u"BaseStatistics");
+    const auto deviation = New<IDeviationInterval>(u"StandardDeviation");
+    const auto wide = New<IDeviationInterval>(u"StandardDeviation");
+    LONG nothing = 0, classes = 1;
+    double variance = 0;
+    const auto keep = [&](const auto& classifier, const kv::Variant& values, const kv::Variant& frequencies) {
+        return classifier->SetHistogramData(values.Get(), frequencies.Get());
+    };
+    const auto make = [&](const kv::Variant& numbers, const kv::Variant& occurrences) {
+        kv::Variant values, counts;
+        return sums.As<IHistogramMaker>()->MakeHistogram(numbers.Get(), occurrences.Get(), values.Put(), counts.Put());
+    };
+    locked.Get().parray->cLocks = 65535;
+    many.Get().parray->rgsabound[0].cElements = 0x80000000;  // what there is is counted before it is read
+    EXPECT_EQ(keep(deviation.As<IClassify>(), one, one), S_OK);
+    EXPECT_EQ(keep(defined, endless, two), S_OK);
+    EXPECT_EQ(keep(quantile, two, below), S_OK);
+    EXPECT_EQ(natural.As<IClassifyGEN>()->Classify(one.Get(), one.Get(), &classes), S_OK);  // which keeps nothing
+    EXPECT_EQ(wide.As<IDeviationInterval2>()->put_LimitToThreeDeviations(VARIANT_FALSE), S_OK);
+    ExpectRefusals({
+        {I, equals("At least one class must be asked for."), [&] { return equal->Classify(&nothing); }},
+        {I, told("Quantile", "The frequencies leave a class without a value."),
+         [&] { return quantile->Classify(&classes); }},
+        {I, told("DefinedInterval", "Breaks so close to each other, or between such limits, would not come to an end."),
+         [&] { return defined->Classify(&classes); }},
+        {F, told("StandardDeviation", "The mean and the standard deviation of the data must be set first."),
+         [&] { return deviation.As<IClassify>()->Classify(&classes); }},
+        {F, told("NaturalBreaks", "There is no histogram."), [&] { return natural->Classify(&classes); }},
+        {I, equals("The values must be an array of numbers."), [&] { return keep(equal, {}, one); }},
+        {I, equals("The frequencies must be an array of whole numbers."), [&] { return keep(equal, one, {}); }},
+        {I, equals("An array of numbers in one dimension is expected."), [&] { return keep(equal, square, one); }},
+        {I, equals("An element of the array is no number."), [&] { return keep(equal, ArrayOf({u"x"}), one); }},
+        {I, equals("A frequency is no whole number of 32 bits."), [&] { return keep(equal, one, half); }},
+        {I, equals("There are more than 2,147,483,647 values."), [&] { return keep(equal, many, many); }},
+        {I, Refusal<IClassInterval>("DefinedInterval", "The width of a class must be a finite number above 0."),
+         [&] { return defined.As<IClassInterval>()->put_IntervalSize(0); }},
+        {I, Refusal<IDeviationInterval>("StandardDeviation",
+                                        "Within three deviations a class is 0.25 to 2 of them wide."),
+         [&] { return deviation->put_DeviationInterval(3); }},
+        {I, Refusal<IDeviationInterval>("StandardDeviation", "The width of a class must be above 0."),
+         [&] { return wide->put_DeviationInterval(0); }},
+        {I, statistics("A value is not finite."), [&] { return sums->AddValue(infinity); }},
+        {I, statistics("A value, a weight or the total weight is not finite, or a weight is below 0."),
+         [&] { return sums->AddWeightedValue(1, -1); }},
+        {I, statistics("There must be as many weights as values."),
+         [&] { return sums->AddWeightedValues(two.Get(), one.Get()); }},
+        {F, statistics("There are too few values."), [&] { return sums->get_Variance(&variance); }},
+        {F, statistics("The array cannot be locked."), [&] { return sums->AddValues(locked.Get()); }},
+        {I, histogram("There must be as many occurrences as numbers."), [&] { return make(one, two); }},
+        {I, histogram("The occurrences of a value leave 32 bits."), [&] { return make(two, much); }},
+    });
+    locked.Get().parray->cLocks = 0;
+    many.Get().parray->rgsabound[0].cElements = 1;
+}
+
+TEST(Refusals, OfSetsFormatsTimesAndTheLog) {
+    constexpr auto unknownName = static_cast<HRESULT>(0x80043066);
+    const auto set = New<IPropertySet>(u"PropertySet");
+    const auto format = New<INumericFormat>(u"NumericFormat");
+    const auto time = New<ITime>(u"Time");
+    Sparse<ITime> first(3, [](void*, LONG* day) { return *day = INT_MIN, S_OK; });
+    const auto log = New<IMessageLogger>(u"MessageLogger");
+    LONG nameless = 7;
+    VARIANT_BOOL equal = VARIANT_FALSE;
+    kv::Variant values;
+    kv::Ptr<IUnknown> object;
+    kv::Ptr<ITimeDuration> duration;
+    movaMessageSeverity severity{};
+    DATE date = 0;
+    kv::BString source, text;
+    EXPECT_EQ(format->put_RoundingOption(static_cast<movaRoundingOptionEnum>(nameless)), S_OK);
+    ExpectRefusals({
+        {I, Refusal<IPropertySet>("PropertySet", "There is no set to compare with."),
+         [&] { return set->IsEqual(nullptr, &equal); }},
+        {I, Refusal<IPropertySet>("PropertySet", "The names must be an array."),
+         [&] { return set->GetProperties(none, values.Put()); }},
+        {unknownName, Refusal<IXMLSerialize>("NumericFormat", "An option has no name, so it cannot be written."),
+         [&] { return Save(format.Get()); }},
+        {unknownName, Refusal<IXMLSerialize>("NumericFormat", "An option's name is not known."),
+         [&] { return Load(u"mova:NumericFormat", u"<RoundingOption>x</RoundingOption>", object); }},
+        {I, Refusal<ITime>("Time", "A time of day must be 0 to 86,399,999,999,999 nanoseconds."),
+         [&] { return time->SetNanosecondsSinceMidnight(-1); }},
+        {F, Refusal<ITimeOffsetOperator>("Time", "The times are further apart than a duration is long."),
+         [&] { return time.As<ITimeOffsetOperator>()->QueryDifference(first, duration.Put()); }},
+        {I, Refusal<IMessageLogger>("MessageLogger", "The index is outside the log."),
+         [&] { return log->Read(0, &severity, &date, source.Put(), text.Put()); }},
+    });
+}
+
+TEST(Refusals, OfJSONObjects) {
+    const auto told = [](auto text) { return Refusal<IJSONConverter>("JSONConverter", text); };
+    const auto converter = New<IJSONConverter>(u"JSONConverter");
+    const auto array = New<IJSONObjectEx>(u"JSONObject"), typeless = New<IJSONObjectEx>(u"JSONObject");
+    LocalStream other;
+    kv::Ptr<IUnknown> object, twice;
+    kv::BString text;
+    kv::Variant made;
+    const auto write = [&](const VARIANT& value) { return converter->ToJSONString(value, nullptr, text.Put()); };
+    EXPECT_EQ(Load(u"mova:PropertySet", u"<Property key='b'/><Property key='b'/>", twice), S_OK);
+    EXPECT_EQ(array->FromJSONString(Bstr(u"{'type':'array','valueType':'number','values':[]}")), S_OK);
+    EXPECT_EQ(typeless->AddLong(Bstr(u"type"), 1), S_OK);
+    ExpectRefusals({
+        {I, told("The value is neither a property set, an array nor an identifier."), [&] { return write(none); }},
+        {I, told("The value is of a type that JSON has no form for."), [&] { return write(error); }},
+        {I, told("The value is an object that has no form in JSON."), [&] { return write(Value(&other).Get()); }},
+        {F, told("The value of \"b\" is there twice, which a JSON object cannot hold."),
+         [&] { return write(Value(twice.Get()).Get()); }},
+        {I, told("The value is neither a scalar nor JSON."),
+         [&] { return converter->ValueFromJSON(ArrayOf({1}).Get(), nullptr, made.Put()); }},
+        {I, told("The value is neither a scalar nor JSON."),
+         [&] { return converter->ValueFromJSON(Value(&other).Get(), nullptr, made.Put()); }},
+        {I, Refusal<IJSONTranslator>("JSONConverter", "The JSON object stands for an array, which is no object."),
+         [&] { return array->Translate(nullptr, object.Put()); }},
+        {I, Refusal<IJSONObject>("JSONObject", "The object has no text under \"type\"."),
+         [&] { return typeless->Translate(nullptr, object.Put()); }},
+        {F, Refusal<IJSONObject>("JSONObject", "The object has a member of that name, which cannot be replaced."),
+         [&] { return typeless->AddLong(Bstr(u"type"), 2); }},
+    });
+}
+
+TEST(Refusals, OfJSONReadersAndWriters) {
+    const auto readers = [](auto text) { return Refusal<IJSONReader>("JSONReader", text); };
+    const auto writers = [](auto text) { return Refusal<IJSONWriter>("JSONWriter", text); };
+    const auto open = [](const char16_t* text) {
+        auto reader = New<IJSONReaderPosition>(u"JSONReader");
+        EXPECT_EQ(reader->ReadFromString(Bstr(text)), S_OK);
+        return reader;
+    };
+    const auto letter = open(u"['x']"), shorter = open(u"[123]");
+    const auto writer = New<IJSONWriter4>(u"JSONWriter"), object = New<IJSONWriter4>(u"JSONWriter");
+    LONG number = 0;
+    HRESULT answer = S_OK;
+    Identifier resetting, starting;
+    resetting.call = [&] { answer = writer->Reset(); };
+    starting.call = [&] { EXPECT_EQ(writer->StartArray(nullptr), S_OK); };
+    for (const auto& reader : {letter, shorter}) EXPECT_EQ(reader->ReadNext(), S_OK);
+    EXPECT_EQ(shorter->SaveBookmark(nullptr), S_OK);
+    EXPECT_EQ(shorter->ReadFromString(Bstr(u"[]")), S_OK);
+    EXPECT_EQ(writer->WriteToMemory(), S_OK);
+    EXPECT_EQ(object->WriteToMemory(), S_OK);
+    EXPECT_EQ(object->StartObject(nullptr), S_OK);
+    ExpectRefusals({
+        {U, readers("Unexpected end of file while looking for closing single or double quote; state : inArrayValue; "
+                    "buffer : ['"),
+         [&] { return open(u"['a")->ReadNext(); }},
+        {U, readers("invalid double value; state : inArrayValue; buffer : [1x"),
+         [&] { return open(u"[1x]")->ReadNext(); }},
+        {I, Refusal<IJSONReader3>("JSONReader", "The string does not hold such a value."),
+         [&] { return letter->GetInteger(VARIANT_FALSE, &number); }},
+        {I, readers("The text does not have the position that was saved."),
+         [&] { return shorter->RestoreBookmark(nullptr); }},
+        {U, writers("A member must have a name."), [&] { return object->StartObject(nullptr); }},
+        {U, writers("Only inside an object can there be a name."), [&] { return writer->StartArray(Bstr(u"a")); }},
+        {U, writers("The innermost of what is open is no object."), [&] { return writer->EndObject(); }},
+        {U, writers("The innermost of what is open is no array."), [&] { return writer->EndArray(); }},
+        {I, Refusal<IJSONWriter4>("JSONWriter", "A value of this type has no text."),
+         [&] { return writer->WriteValueText(nullptr, error); }},
+        {U, writers("The writer is in the middle of a value."),
+         [&] { return writer->StartArray(nullptr), writer->WriteVariantElement(Value(&resetting).Get()), answer; }},
+        {U, writers("The object did not end what it began."),
+         [&] { return writer->WriteVariantElement(Value(&starting).Get()); }},
+    });
+}
+
+TEST(Refusals, OfXMLSerializers) {
+    const auto told = [](auto text) { return Refusal<IXMLSerializeData>("XMLSerializer", text); };
+    const auto serializer = New<IXMLSerializer>(u"XMLSerializer");
+    const auto time = New<ITime>(u"Time");
+    Sparse<IXMLReader> reader(6, [](void*, LONG* type) { return *type = movaXMLStartElement, S_OK; });
+    LocalStream other;
+    kv::Ptr<IUnknown> object;
+    Own writesNumber([](auto* data) { return data->AddLong(Bstr(u"a"), 1); });
+    Own writesClass([](auto* data) { return data->AddVariant(Bstr(u"a"), classId); });
+    Own namesType([](auto* data) { return data->put_TypeName(Bstr(u"p:a")); });
+    Own readsName([](auto* data) { return data->GetName(0, kv::BString().Put()); });
+    Own readsKey([](auto* data) { return data->GetKey(0, kv::BString().Put()); });
+    Own readsNumber([](auto* data) { LONG number; return data->GetLong(0, &number); });
+    Own readsObjects([](auto* data) {
+        EXPECT_EQ(data->GetObjectAt(0, kv::Ptr<IUnknown>().Put()), E_INVALIDARG);
+        return data->GetObjectAt(1, kv::Ptr<IUnknown>().Put());
+    });
+    Own readsArray([](auto* data) {
+        LONG count = 0;
+        EXPECT_EQ(data->get_Count(&count), S_OK);
+        return count == 0 ? S_OK : data->GetVariant(0, kv::Variant().Put());
+    });
+    Own unknown([](auto*) { return S_OK; }, u"urn:own");
+    ExpectRefusals({
+        {I, Refusal<IXMLSerializerAlt>("XMLSerializerAlt", "There is no object to write."), [&] { return Save({}); }},
+        {U, told("No object is being written."), [&] { return LoadInto(writesNumber); }},
+        {U, told("No object is being read."), [&] { return Save(readsName); }},
+        {I, told("The name of a type must be one as XML has them, without a prefix."), [&] { return Save(namesType); }},
+        {I, told("The key of the element is not base64 of UTF-16 text."),
+         [&] { return LoadInto(readsKey, u"<b encodedKey='?'/>"); }},
+        {I, told("The index is outside the elements."), [&] { return LoadInto(readsName); }},
+        {I, told("The text of an element is no value of this type."),
+         [&] { return LoadInto(readsNumber, u"<b>x</b>"); }},
+        {I, told("A reference names an object that could not be read."), [&] {
+             return LoadInto(readsObjects, u"<b id='x' xsi:type='mova:UID'><SubType>-1</SubType></b><c href='#x'/>");
+         }},
+        {F, told("An object of the document cannot be read from XML."), [&] { return LoadInto(&other); }},
+        {N, told("An object in an array is not one for automation."),
+         [&] { return LoadInto(readsArray, u"<b xsi:type='mova:ArrayOfDispatch'><Item xsi:type='own:Own'/></b>"); }},
+        {F, told("The document ends within an element."),
+         [&] { return serializer->ReadObject(reader, object.Put()); }},
+        {I, told("An object names no release of the schema that knows its type."), [&] { return Save(unknown); }},
+        {I, told("The release of the schema that is written does not know an object's type."),
+         [&] { return Save(time.Get(), u"urn:mova:schemas:9.2"); }},
+        {I, told("A value is of a kind that cannot be written as XML."), [&] { return Save(writesClass); }},
+    });
+}
+
+TEST(Refusals, OfXMLReadersAndWriters) {
+    const std::string entity = "<!DOCTYPE a [<!ENTITY e '" + std::string(100'000, 'x') + "'>]><a";
+    std::string references;
+    for (int i = 0; i < 5'000; ++i) references += "&e;";
+    const auto writer = New<IXMLWriter>(u"XMLWriter");
+    HRESULT answer = S_OK;
+    Trickle stream;
+    stream.visit = [&] { answer = writer->WriteTab(); };
+    EXPECT_EQ(writer->put_OutputStream(&stream), S_OK);
+    ExpectRefusals({
+        Document("<?a:b?><a/>", "The name 'a:b' of a processing instruction has a colon.", 8),
+        Document("<a:/>", "The name 'a:' is not a name with a prefix.", 6),
+        Document("<a b:='1'/>", "The name 'b:' is not a name with a prefix.", 12),
+        Document("<a xmlns:xml='u'/>",
+                 "The prefixes 'xml' and 'xmlns' and their namespaces cannot be declared otherwise.", 19),
+        Document("<a xmlns:p=''/>", "The prefix 'p' is declared for no namespace.", 16),
+        Document("<p:a/>", "The prefix 'p' is not declared.", 7),
+        Document("<a xmlns:p='u' xmlns:q='u' p:b='' q:b=''/>", "The attribute 'b' comes twice in one namespace.", 43),
+        // At the columns where the parser has read so much:
+        Document(entity + ">" + references + "</a>", "The entities of the document expand too far.", 100411),
+        Document(entity + " b='" + references + "'/>", "A part of the document is too large.", 102052),
+        {U, Refusal<IXMLWriter>("XMLWriter", "The writer is being called by what it writes to or reads from."),
+         [&] { return writer->WriteTab(), answer; }},
+    });
+}
+
+TEST(Refusals, OfStreams) {
+    const auto told = [](auto text) { return Refusal<IObjectStream>("ObjectStream", text); };
+    const auto told2 = [](auto text) { return Refusal<IObjectStream2>("ObjectStream", text); };
+    const auto combined = [](auto text) { return Refusal<ICombinedStream>("CombinedStream", text); };
+    const CLSID logger = __uuidof(::MessageLogger);
+    Bytes unloadable(sizeof logger + sizeof(ULONG), 1);
+    std::copy_n(reinterpret_cast<const std::uint8_t*>(&logger), sizeof logger, unloadable.begin());
+    const auto objects = ObjectsOver(StreamOf(unloadable).Get());
+    const auto blob = New<IMemoryBlobStream>(u"MemoryBlobStream");
+    const auto whole = New<ICombinedStream>(u"CombinedStream");
+    kv::Ptr<IUnknown> object;
+    kv::Ptr<IStream> part;
+    Disturbing disturbing;
+    Longest longest;
+    Deep deep;
+    EXPECT_EQ(whole->Add(&longest), S_OK);
+    EXPECT_EQ(deep.part->Add(&longest), S_OK);
+    ExpectRefusals({
+        {U, told("An object is just being saved to the stream or loaded from it."),
+         [&] { return disturbing.stream->SaveObject(&disturbing); }},
+        {F, told("The class " + kv::Utf8(kv::GuidText(logger)) + " has no persistence."),
+         [&] { return objects->LoadObject(__uuidof(IUnknown), nullptr, object.PutVoid()); }},
+        {I, Refusal<IDocumentVersion>("ObjectStream", "A document version is not negative."),
+         [&] { return objects.As<IDocumentVersion>()->put_DocumentVersion(-1); }},
+        {I, told2("The nesting limit must be 1 to 100,000."), [&] { return objects->put_NestingLimit(0); }},
+        {I, told2("The size limit must not be negative."), [&] { return objects->put_SizeLimit(-1); }},
+        {I, Refusal<IMemoryBlobStream>("MemoryBlobStream", "The bytes must be an array of VT_UI1 in one dimension."),
+         [&] { return blob->put_Bytes(error); }},
+        {I, combined("The index is outside the list of parts."), [&] { return whole->get_Stream(1, part.Put()); }},
+        {I, combined("The combined stream would be too long."), [&] { return whole->Add(&longest); }},
+        {F, combined("Too many streams are parts of each other."), [&] { return whole->Add(&deep); }},
+    });
+}
+// clang-format on
+
+namespace {
+
+/// The texts of a folder's sources, in which literals that follow each other are one.
+std::string TextsIn(const std::string& folder) {
+    std::string texts;
+    for (const auto& entry : std::filesystem::directory_iterator(MOVA_SOURCES "/" + folder)) {
+        const auto name = entry.path().filename();
+        if (name.extension() != ".cpp" && name.extension() != ".h") continue;
+        std::string text = ReadSource(folder + "/" + name.string());
+        for (std::size_t at = 0; (at = text.find("\"\n", at)) != std::string::npos;) {
+            const std::size_t next = std::min(text.find_first_not_of(" \n", at + 1), text.size());
+            const std::size_t quote = text.compare(next, 2, "u\"") == 0 ? next + 1 : next;
+            if (text[quote] == '"')
+                text.erase(at, quote + 1 - at);
+            else
+                ++at;
+        }
+        texts += text;
+    }
+    return texts;
+}
+
+}  // namespace
+
+TEST(Refusals, AreAllHeldByATest) {
+    std::set<std::string> messages;
+    for (const auto* folder :
+         {"classify", "containers", "formats", "json", "server", "services", "streams", "time", "xml"}) {
+        const std::string text = TextsIn(folder);
+        for (std::size_t at = 0; (at = text.find("u\"", at)) != std::string::npos;) {
+            const std::size_t begin = at + 2;
+            for (at = begin; at < text.size() && text[at] != '"'; ++at) at += text[at] == '\\' ? 1 : 0;
+            const std::string literal = text.substr(begin, at - begin);
+            const bool isSentence = literal.ends_with('.') && literal.find(' ') != std::string::npos;
+            if (isSentence && literal[0] >= 'A' && literal[0] <= 'Z') messages.insert(literal);
+        }
+    }
+    EXPECT_GT(messages.size(), 150u);
+    for (const auto* unreached : {
+             "XML Parser initialization failed.",   // the parser's library would have to fail to start
+             "The source of the document failed.",  // a client is given the source's own failure
+             "The document ends too early.",        // the parser has always named a reason of its own
+         })
+        EXPECT_EQ(messages.erase(unreached), 1u) << unreached;
+    const std::string tests = TextsIn("tests/windows");
+    for (const std::string& message : messages) {
+        const std::size_t gap = message.find("%s");  // for the name of a file
+        const std::string told = gap == std::string::npos ? message : message.substr(gap + 2);
+        EXPECT_TRUE(tests.find(told) != std::string::npos) << message;
+    }
+}
+
+}  // namespace mova::test
