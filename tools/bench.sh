@@ -13,7 +13,7 @@ time_job() {
 shortfalls() {
     awk -F '\t' -v job="$1" -v noise=0.15 '
         NR == FNR { if ($1 == job) expected[$2 " against " $3] = $4; next }
-        { found[$1 " against " $3] = $5 }
+        { found[$1 " against " $3] = $5 + 0 }  # the line may end as Windows ends lines
         END {
             for (line in expected) {
                 if (!(line in found)) print line ": not measured"
