@@ -98,8 +98,7 @@ bool ToReal(const Value& value, VARTYPE type, T VARIANT::*field, T& target) {
 
 /// Text as the locale writes a value, dates with their times.
 bool ToLocalText(const Value& value, LCID locale, DWORD localeFlags, USHORT changeFlags, kv::BString& target) {
-    if (TypeOf(value) == VT_DATE)
-        return kv::Succeeded(kv::DateText(value.payload.number, locale, localeFlags, target));
+    if (TypeOf(value) == VT_DATE) return kv::Succeeded(kv::DateText(value.payload.number, locale, localeFlags, target));
     kv::Variant changed;
     if (!Change(value, VT_BSTR, locale, changeFlags, changed)) return false;
     target = kv::BString::Attach(changed.Detach().bstrVal);
