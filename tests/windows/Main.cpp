@@ -53,15 +53,19 @@ void WarmUp() {
         HRESULT status = reader->put_Text(mova::test::Bstr(text));
         for (VARIANT_BOOL found = VARIANT_TRUE; SUCCEEDED(status) && found;) status = reader->Read(&found);
     }
+    mova::test::Export<HRESULT STDAPICALLTYPE()>("DllCanUnloadNow")();
+}
+
+/// The runtime makes a lock when it first throws without memory. One thread at a time can be short of memory.
+void WarmUpShortage() {
+    const auto reader = mova::test::New<IXMLTextReader>(u"XMLTextReader");
     const mova::test::Bstr broken(u"<a><b></a>");
-    // The runtime makes a lock when it first throws without memory.
     for (long granted = 0, felt = true; felt; ++granted) {
         const mova::test::MemoryShortage shortage(granted);
         VARIANT_BOOL found = VARIANT_TRUE;
         for (HRESULT status = reader->put_Text(broken); SUCCEEDED(status) && found;) status = reader->Read(&found);
         felt = shortage.WasFelt();
     }
-    mova::test::Export<HRESULT STDAPICALLTYPE()>("DllCanUnloadNow")();
 }
 
 /// The thread library keeps the records of as many threads as there were at once.
@@ -91,6 +95,7 @@ int main(int count, char** values) {
         return 2;
     mova::test::WatchMemory();
     WarmUpThreads();
+    WarmUpShortage();
     testing::UnitTest::GetInstance()->listeners().Append(new LeakListener);
     const int status = RUN_ALL_TESTS();
     factory = {};
