@@ -253,6 +253,7 @@ target_compile_options(windows-tests PRIVATE -O0)
 target_precompile_headers(windows-tests PRIVATE ${common_headers} <gtest/gtest.h>)
 add_dependencies(windows-tests movaSystem mova mova-reference first-client first-client-c mova-idl)
 add_test(NAME windows-tests COMMAND windows-tests)
+set_tests_properties(windows-tests PROPERTIES TIMEOUT 900)
 # The classes and operations, their failures too, once more with the library's blocks before pages that nobody may touch.
 if(CMAKE_BUILD_TYPE STREQUAL "Debug")
   add_test(NAME windows-tests-guarded

@@ -1,4 +1,4 @@
-#include <latch>
+#include <atomic>
 #include <thread>
 
 #include "kvcore/FreeList.h"
@@ -68,19 +68,23 @@ void WarmUpShortage() {
     }
 }
 
-/// The thread library keeps the records of as many threads as there were at once.
+/// The thread library keeps the records of as many threads as there were at once. (They meet at an event: the runtime's
+/// std::latch may miss that all have come.)
 void WarmUpThreads() {
-    std::latch all(16);
+    const HANDLE allHaveCome = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    std::atomic missing = 16;
     std::vector<std::thread> threads;
-    threads.reserve(16);
-    for (int i = 0; i < 16; ++i)
+    threads.reserve(missing);
+    for (int i = missing; i > 0; --i)
         threads.emplace_back([&] {
             CoInitialize(nullptr);
             WarmUp();
-            all.arrive_and_wait();
+            if (--missing == 0) SetEvent(allHaveCome);
+            WaitForSingleObject(allHaveCome, INFINITE);
             CoUninitialize();
         });
     for (auto& thread : threads) thread.join();
+    CloseHandle(allHaveCome);
     WarmUp();
 }
 
