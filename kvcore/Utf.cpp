@@ -192,22 +192,27 @@ char* PutOne(char* out, const char16_t*& from, const char16_t* end) noexcept {
     return out;
 }
 
-/// Writes the units up to the first that does not stand for itself, by bytes of which there are Count.
-/// @return whether they all did
+/// Writes the bytes of so many units. @return which of those do not stand for themselves, the first in the lowest bit
 template <class Kind, int Count>
-bool PutSame(char*& out, const char16_t*& from) noexcept {
+unsigned PutBytes(char* out, const char16_t* from) noexcept {
     const auto* const units = reinterpret_cast<const __m128i*>(from);
     // What is no byte becomes 0xFF, or zero from 0x8000 on: neither stands for itself.
     const __m128i wide = Count == 8 ? _mm_loadu_si128(units) : _mm_loadl_epi64(units);
     const __m128i bytes = _mm_packus_epi16(wide, wide);
-    const auto different =
-        static_cast<unsigned>(_mm_movemask_epi8(Kind::Differing(bytes))) | 1u << Count;  // one at the end
     const std::int64_t eight = _mm_cvtsi128_si64(bytes);
     std::memcpy(out, &eight, Count);
-    const int same = std::countr_zero(different);
+    return static_cast<unsigned>(_mm_movemask_epi8(Kind::Differing(bytes))) & ((1u << Count) - 1);
+}
+
+/// Writes units of one byte up to the first that does not stand for itself, at most Count. @return whether all did
+template <class Kind, int Count>
+bool PutSame(char*& out, const char16_t*& from) noexcept {
+    const unsigned different = PutBytes<Kind, Count>(out, from);
+    // A step of a known length, the common one, need not wait for what was found.
+    const int same = different == 0 ? Count : std::countr_zero(different);
     out += same;
     from += same;
-    return same == Count;
+    return different == 0;
 }
 
 template <class Kind>
@@ -215,13 +220,21 @@ char* Put(char* out, std::u16string_view text) noexcept {
     const char16_t* from = text.data();
     const char16_t* const end = from + text.size();
     while (end - from >= 8) {
-        if (PutSame<Kind, 8>(out, from)) continue;
+        if (PutSame<Kind, 8>(out, from)) [[likely]]
+            continue;
         const char16_t* const stop = end - from > 8 ? from + 8 : end;
         do out = PutOne<Kind>(out, from, end);
         while (from < stop);
     }
     if (end - from >= 4) PutSame<Kind, 4>(out, from);
-    while (from != end) out = PutOne<Kind>(out, from, end);
+    while (from != end) {
+        if (const char16_t unit = *from; unit < 0x80 && !Kind::IsEscaped(unit)) {
+            *out++ = static_cast<char>(unit);
+            ++from;
+        } else {
+            out = PutOne<Kind>(out, from, end);
+        }
+    }
     return out;
 }
 

@@ -23,6 +23,59 @@ std::u16string_view TakePiece(std::u16string_view& text) noexcept {
     return piece;
 }
 
+/// Puts a start tag together. Whatever throws, throws std::bad_alloc.
+class StartTag {
+ public:
+    StartTag(ByteBuffer& out, bool normalisesLineEnds) : out_(out), normalisesLineEnds_(normalisesLineEnds) {}
+
+    /// @return the name with its prefix, as it is written, until more is added
+    std::string_view Begin(std::u16string_view prefix, std::u16string_view name) {
+        out_.Put("<");
+        const std::size_t start = out_.Size();
+        AddName(prefix, name);
+        return out_.From(start);
+    }
+    void BeginAttribute() { out_.Put(" "); }
+    void AddAttribute(std::u16string_view prefix, const Attribute& attribute) {
+        AddName(prefix, attribute.name);
+        AddValue(attribute.value);
+    }
+    void AddDeclaration(const Declaration& declaration) {
+        out_.Put(" xmlns");
+        if (!declaration.prefix.empty()) out_.Put(":");
+        AddEscaped(declaration.prefix);
+        AddValue(declaration.uri);
+    }
+    void End(bool isEmpty) { out_.Put(isEmpty ? "/>" : ">"); }
+    /// Says that what was added is all.
+    void Finish() noexcept { out_.Finish(); }
+
+ private:
+    void AddName(std::u16string_view prefix, std::u16string_view name) {
+        if (!prefix.empty()) {
+            AddEscaped(prefix);
+            out_.Put(":");
+        }
+        AddEscaped(name);
+    }
+    void AddValue(std::u16string_view value) {
+        out_.Put("='");
+        AddEscaped(value);
+        out_.Put("'");
+    }
+    void AddEscaped(std::u16string_view text) {
+        while (text.size() > pieceUnits) AddPiece(TakePiece(text));
+        AddPiece(text);
+    }
+    void AddPiece(std::u16string_view piece) {
+        out_.Fill(kv::escapedUnitSize * piece.size(),
+                  [&](char* room) { return kv::PutXmlText(room, piece, normalisesLineEnds_); });
+    }
+
+    Appender out_;
+    const bool normalisesLineEnds_;
+};
+
 }  // namespace
 
 Refusal Emitter::StartElement(std::u16string_view name, std::u16string_view uri, std::span<const Attribute> attributes,
@@ -31,27 +84,32 @@ Refusal Emitter::StartElement(std::u16string_view name, std::u16string_view uri,
     const Element element{openTags_.Size(), namespaces_.Count()};
     try {
         for (const Declaration& declaration : declarations) namespaces_.Declare(declaration.prefix, declaration.uri);
-        std::u16string_view prefix;
-        if (!uri.empty()) {
-            const auto found = namespaces_.PrefixOf(uri, NamespaceMap::For::Element);
-            if (!found) {
-                Forget(element);
-                return Refusal::UnknownNamespace;
-            }
-            prefix = *found;
+        const auto prefixOf = [this](std::u16string_view named, NamespaceMap::For what) {
+            return named.empty() ? std::optional(named) : namespaces_.PrefixOf(named, what);
+        };
+        const auto prefix = prefixOf(uri, NamespaceMap::For::Element);
+        if (!prefix) {
+            Forget(element);
+            return Refusal::UnknownNamespace;
         }
         if (open_.size() == open_.capacity()) open_.reserve(open_.size() * 2 + 16);
-        AddTag(prefix, name);
+        StartTag tag(out_, normalisesLineEnds_);
+        openTags_.Append(tag.Begin(*prefix, name));
         Refusal refusal = Refusal::None;
         for (const Attribute& attribute : attributes) {
-            if (AddAttribute(attribute)) continue;
-            refusal = Refusal::UnknownAttributeNamespace;
-            break;
+            tag.BeginAttribute();
+            const auto attributePrefix = prefixOf(attribute.uri, NamespaceMap::For::Attribute);
+            if (!attributePrefix) {
+                refusal = Refusal::UnknownAttributeNamespace;
+                break;
+            }
+            tag.AddAttribute(*attributePrefix, attribute);
         }
         if (refusal == Refusal::None) {
-            for (const Declaration& declaration : declarations) AddDeclaration(declaration);
-            out_.Append(isEmpty ? "/>" : ">");
+            for (const Declaration& declaration : declarations) tag.AddDeclaration(declaration);
+            tag.End(isEmpty);
         }
+        tag.Finish();
         if (refusal == Refusal::None && isEmpty) {
             Forget(element);
         } else {
@@ -81,47 +139,6 @@ Refusal Emitter::EndElement() {
     Forget(element);
     Flush();
     return Refusal::None;
-}
-
-/// Writes how a start tag begins, and keeps it for the end tag.
-void Emitter::AddTag(std::u16string_view prefix, std::u16string_view name) {
-    out_.Append("<");
-    const std::size_t start = out_.Size();
-    AddEscaped(prefix);
-    if (!prefix.empty()) out_.Append(":");
-    AddEscaped(name);
-    openTags_.Append(out_.View().substr(start));
-}
-
-bool Emitter::AddAttribute(const Attribute& attribute) {
-    out_.Append(" ");
-    if (!attribute.uri.empty()) {
-        const auto prefix = namespaces_.PrefixOf(attribute.uri, NamespaceMap::For::Attribute);
-        if (!prefix) return false;
-        AddEscaped(*prefix);
-        out_.Append(":");
-    }
-    AddEscaped(attribute.name);
-    out_.Append("='");
-    AddEscaped(attribute.value);
-    out_.Append("'");
-    return true;
-}
-
-void Emitter::AddDeclaration(const Declaration& declaration) {
-    out_.Append(" xmlns");
-    if (!declaration.prefix.empty()) out_.Append(":");
-    AddEscaped(declaration.prefix);
-    out_.Append("='");
-    AddEscaped(declaration.uri);
-    out_.Append("'");
-}
-
-void Emitter::AddEscaped(std::u16string_view text) {
-    while (!text.empty()) {
-        const std::u16string_view piece = TakePiece(text);
-        out_.AppendUpTo(kv::PutXmlText(out_.Room(kv::escapedUnitSize * piece.size()), piece, normalisesLineEnds_));
-    }
 }
 
 template <class Put>

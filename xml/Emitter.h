@@ -74,10 +74,6 @@ class Emitter {
         std::size_t namespaces;  ///< how many were declared before it
     };
 
-    void AddTag(std::u16string_view prefix, std::u16string_view name);
-    bool AddAttribute(const Attribute& attribute);
-    void AddDeclaration(const Declaration& declaration);
-    void AddEscaped(std::u16string_view text);
     /// Writes a long text piece by piece. @param put char*(char*, std::u16string_view)
     template <class Put>
     void Pieces(std::u16string_view text, Put put);
