@@ -65,43 +65,21 @@ TEST(Duration, IsReadAsItIsWrittenAndInShorterForms) {
         {"PT0.0000000004S", "P0DT0H0M0S"},
         {"PT0.0000000005S", "P0DT0H0M0.000000001S"},
         {"PT59.9999999999S", "P0DT0H0M60S"},
-        {"PT2147483647.9999999999S", "-"},
         {"PT2147483647.9S", "P0DT0H0M2147483647.9S"},
         {"P3W", "P21DT0H0M0S"},
         {"-P1W", "-P7DT0H0M0S"},
         {"P306783378W", "P2147483646DT0H0M0S"},
-        {"P306783379W", "-"},
         {"P2147483647D", "P2147483647DT0H0M0S"},
-        {"P2147483648D", "-"},
-        {"P99999999999999999999999D", "-"},
-        {"", "-"},
-        {"-", "-"},
-        {"P", "-"},
-        {"PT", "-"},
-        {"P1DT", "-"},
-        {"P1", "-"},
-        {"PD", "-"},
-        {"P1Y", "-"},
-        {"P1M", "-"},
-        {"P1DT1D", "-"},
-        {"PT1M1H", "-"},
-        {"PT1H1H", "-"},
-        {"P1D1W", "-"},
-        {"P1W1D", "-"},
-        {"P1H", "-"},
-        {"PT1.5H", "-"},
-        {"PT1.S", "-"},
-        {"PT.5S", "-"},
-        {"PT-1S", "-"},
-        {"+P1D", "-"},
-        {"p1d", "-"},
-        {"P1D ", "-"},
-        {" P1D", "-"},
-        {"P1DT1S1", "-"},
-        {"PT1ST1S", "-"},
-        {"T1S", "-"},
     };
     for (const auto& row : rows) EXPECT_EQ(Read(row.text), row.read) << row.text;
+    // clang-format off
+    const std::string_view refused[] = {
+        "PT2147483647.9999999999S", "P306783379W", "P2147483648D", "P99999999999999999999999D", "", "-", "P", "PT",
+        "P1DT", "P1", "PD", "P1Y", "P1M", "P1DT1D", "PT1M1H", "PT1H1H", "P1D1W", "P1W1D", "P1H", "PT1.5H", "PT1.S",
+        "PT.5S", "PT-1S", "+P1D", "p1d", "P1D ", " P1D", "P1DT1S1", "PT1ST1S", "T1S",
+    };
+    // clang-format on
+    for (const auto text : refused) EXPECT_EQ(Read(text), "-") << text;
 }
 
 TEST(Duration, TicksAreRoundedAndBounded) {

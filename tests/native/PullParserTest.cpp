@@ -254,8 +254,7 @@ TEST(PullParser, KnowsWhatPrefixesStandFor) {
 }
 
 TEST(PullParser, FindsManyPrefixes) {
-    std::string document = "<r xmlns:p='u'>";
-    std::string ends;
+    std::string document = "<r xmlns:p='u'>", ends;
     for (int i = 0; i < 20; ++i) {
         const std::string n = std::to_string(i % 12);
         document += "<p" + n + ":e xmlns:p" + n + "='u" + std::to_string(i) + "'>";

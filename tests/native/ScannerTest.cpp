@@ -181,24 +181,15 @@ TEST(Scanner, ReadsTokensAndSaysWhatIsWrong) {
 
 /// Texts whose tokens are at every distance from the end, so that each is found the fast and the slow way.
 TEST(Scanner, ReadsTheSameNearTheEndAndFarFromIt) {
+    // clang-format off
     const std::u16string_view texts[] = {
         u"[1,-2.5,true,null,\"a\\\\b\",'c',{\"d\":[]},[{}],\"long enough to be more than sixteen\"]",
         u"[123456789012345678901,0.12345678901234567,-1.2345678901234567e+300,nan]",
-        u"{\"a\":{\"b\":{\"c\":[1,2,3]}},\"d\":\"\\u0041\\\"\",\"e\":1e5,\"f\":-0}",
-        u"[1,01]",
-        u"[[],x]",
-        u"[\"abc\" 1]",
-        u"{\"a\":1 \"b\"}",
-        u"[1 2]",
-        u"[{}}",
-        u"[1}",
-        u"{\"a\":[}",
-        u"[-]",
-        u"[12345678901234567890123456789012345678901234567890,2]",
-        u"[0.]",
-        u"[00]",
-        u"[1.5.5]",
-        u"[1,,2]"};
+        u"{\"a\":{\"b\":{\"c\":[1,2,3]}},\"d\":\"\\u0041\\\"\",\"e\":1e5,\"f\":-0}", u"[1,01]", u"[[],x]",
+        u"[\"abc\" 1]", u"{\"a\":1 \"b\"}", u"[1 2]", u"[{}}", u"[1}", u"{\"a\":[}", u"[-]",
+        u"[12345678901234567890123456789012345678901234567890,2]", u"[0.]", u"[00]", u"[1.5.5]", u"[1,,2]",
+    };
+    // clang-format on
     for (const auto text : texts) {
         const std::string near = TraceOf(text);
         const std::string far = TraceOf(std::u16string(text) + std::u16string(80, u' '));
@@ -285,18 +276,13 @@ class PlainSkip {
 };
 
 TEST(Scanner, SkipsAsReadingDoes) {
-    const std::u16string_view texts[] = {u"{\"a\":[1,{\"b\":[]},\"]\"],\"c\":{}} ",
-                                         u"[[[1],[2,[3]]],4] ",
-                                         u"[[{}}, 5]",
-                                         u"[[{}},[1]]",
-                                         u"[1,[2}",
-                                         u"[[1,2]",
-                                         u"[{\"a\":}]",
-                                         u"{\"a\":[{},{\"b\":1}],\"x\":[\"\\\"]\"]}  ",
-                                         u"[[]]]",
-                                         u"[{},{}}",
-                                         u"[",
-                                         u"[[],x]"};
+    // clang-format off
+    const std::u16string_view texts[] = {
+        u"{\"a\":[1,{\"b\":[]},\"]\"],\"c\":{}} ", u"[[[1],[2,[3]]],4] ", u"[[{}}, 5]", u"[[{}},[1]]", u"[1,[2}",
+        u"[[1,2]", u"[{\"a\":}]", u"{\"a\":[{},{\"b\":1}],\"x\":[\"\\\"]\"]}  ", u"[[]]]", u"[{},{}}", u"[",
+        u"[[],x]",
+    };
+    // clang-format on
     for (const auto text : texts) {
         for (const std::size_t room : {std::size_t{0}, std::size_t{100}}) {
             const std::u16string padded = std::u16string(text) + std::u16string(room, u' ');
@@ -386,17 +372,13 @@ std::string TraceOfBytes(std::string_view bytes, std::uint64_t size, std::int32_
 }
 
 TEST(ChunkedText, ReadsTheSameWhateverTheChunks) {
+    // clang-format off
     const std::u16string_view texts[] = {
         u"{\"name\":\"Stra\u00DFe \u6771\u4EAC \U0001F30D\",\"escaped\":\"\\\"\\\\\",\"n\":[1.25, -3 , true,null]}\n",
         u"[ [ ] , { } , 'x\\'y' , \"0123456789012345678901234567890123456789\" , 12345678901234567890123 ] ",
-        u"[[{}}",
-        u"{\"a\" : 1 , } ",
-        u"[1 2]",
-        u"[tru]",
-        u"[1,01]",
-        u"[\"a\\\\\" ] \n x",
-        u"[1, ",
-        u"[\"abc\\"};
+        u"[[{}}", u"{\"a\" : 1 , } ", u"[1 2]", u"[tru]", u"[1,01]", u"[\"a\\\\\" ] \n x", u"[1, ", u"[\"abc\\",
+    };
+    // clang-format on
     for (const auto text : texts) {
         const auto cut = [](const std::string& trace) { return trace.substr(0, trace.find("buffer : ")); };
         const std::string whole = cut(TraceOf(text));

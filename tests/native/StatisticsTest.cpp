@@ -36,8 +36,7 @@ TEST(Statistics, AgreeWithTwoPassesInExtendedPrecision) {
         long double weight = 0;
         long double sum = 0;
         long double squares = 0;
-        double least = infinity;
-        double greatest = -infinity;
+        double least = infinity, greatest = -infinity;
         std::int64_t counted = 0;
         for (std::size_t i = 0; i < count; ++i) {
             if (weights[i] == 0) continue;

@@ -58,11 +58,7 @@ class Objects {
 
 kv::Variant In(const Type& type, Arguments kind, Objects& objects) {
     if (type.value == VT_UNKNOWN) return Value(kind == Arguments::Nothing ? nullptr : objects.Of(type.iid).Get());
-    if (type.value == VT_BSTR && kind == Arguments::Nothing) {
-        VARIANT null{};
-        null.vt = VT_BSTR;
-        return kv::Variant::Attach(null);
-    }
+    if (type.value == VT_BSTR && kind == Arguments::Nothing) return kv::Variant::Attach(Raw(VT_BSTR));
     if (type.value == VT_BSTR) {
         const std::u16string_view texts[] = {u"", u"1", u"a long text with a {brace} and a < in it", u"-\u20ac"};
         return Value(texts[static_cast<int>(kind)]);
@@ -168,6 +164,12 @@ class Call {
     std::vector<kv::Variant> held_;
 };
 
+std::string NameOf(ITypeInfo* info, const FUNCDESC& function) {
+    kv::BString name;
+    EXPECT_EQ(info->GetDocumentation(function.memid, name.Put(), nullptr, nullptr, nullptr), S_OK);
+    return kv::Utf8(name.View());
+}
+
 /// Hands each function of an interface, those of what it extends but for IUnknown included, to a visitor.
 template <class Visit>
 void ForEveryFunction(ITypeInfo* info, const Visit& visit) {
@@ -186,9 +188,7 @@ void ForEveryFunction(ITypeInfo* info, const Visit& visit) {
     for (UINT i = 0; i < count; ++i) {
         FUNCDESC* function = nullptr;
         ASSERT_EQ(info->GetFuncDesc(i, &function), S_OK);
-        kv::BString name;
-        info->GetDocumentation(function->memid, name.Put(), nullptr, nullptr, nullptr);
-        SCOPED_TRACE(kv::Utf8(name.View()));
+        SCOPED_TRACE(NameOf(info, *function));
         visit(info, *function);
         info->ReleaseFuncDesc(function);
     }
@@ -232,8 +232,13 @@ class WorkingFolder {
 TEST(Automation, CanCallEveryOperationAndNoneComesToHarm) {
     const WorkingFolder folder;
     Objects objects;
-    int called = 0;
-    int inexpressible = 0;
+    int called = 0, inexpressible = 0;
+    // What looks at a token first, answers as the platform's error objects do, is handed a value by its address, or can
+    // do without its answer.
+    const auto isExempt = [](std::u16string_view className, std::string_view operation) {
+        return className == u"JSONReader" || className == u"MOVAExtendedErrorInfo" || operation == "AddNamedValue" ||
+               operation == "SetFromXMLTimeString";
+    };
     for (const ClassEntry* entry = classTable; !entry->IsEnd(); ++entry) {
         SCOPED_TRACE(kv::Utf8(entry->name));
         for (const Arguments kind : everyKind) {
@@ -251,7 +256,9 @@ TEST(Automation, CanCallEveryOperationAndNoneComesToHarm) {
                     EXPECT_NE(status, DISP_E_MEMBERNOTFOUND);
                     if (!call.HasAnswers()) return;
                     const HRESULT refused = call.CallDirectly(target.Get(), function, false);
-                    EXPECT_TRUE(FAILED(refused)) << "null for an answer is taken";
+                    EXPECT_TRUE(isExempt(entry->name, NameOf(declaring, function)) ? FAILED(refused)
+                                                                                   : refused == E_POINTER)
+                        << "null for an answer: " << std::hex << refused;
                 });
             });
         }

@@ -73,13 +73,10 @@ TEST(ByteSwapStreamIO, IsNothingWithoutItsInnerStream) {
     };
     for (const auto& operation : operations) EXPECT_EQ(operation(), E_FAIL) << &operation - operations;
     EXPECT_EQ(count + read.QuadPart + written.QuadPart, 0u);
-    kv::Ptr<IStream> inner;
-    EXPECT_EQ(swap->get_Stream(inner.Put()), S_OK);
-    EXPECT_FALSE(inner);
-    EXPECT_EQ(swap->get_Stream(nullptr), E_POINTER);
+    EXPECT_FALSE(AnswerOf(swap, &IByteSwapStreamIO::get_Stream));
     const auto memory = MemoryStream("abc");
     ASSERT_EQ(swap->put_Stream(memory.Get()), S_OK);
-    ASSERT_EQ(swap->get_Stream(inner.Put()), S_OK);
+    const auto inner = AnswerOf(swap, &IByteSwapStreamIO::get_Stream);
     EXPECT_EQ(inner.Get(), memory.Get());
     EXPECT_EQ(ContentOf(stream.Get()), "abc");
     EXPECT_EQ(swap->put_Stream(nullptr), S_OK);
@@ -96,10 +93,7 @@ TEST(ByteSwapStreamIO, IsNotLaidOverItself) {
         EXPECT_EQ(swap->put_Stream(over.Get()), E_INVALIDARG);
         EXPECT_EQ(TakeErrorInfo(), Refusal<IStream>("ByteSwapStreamIO", "A stream cannot be laid over itself."));
     }
-    kv::Ptr<IClassFactory> factory;
-    ASSERT_EQ(CoGetClassObject(__uuidof(::ByteSwapStreamIO), CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
-                               factory.PutVoid()),
-              S_OK);
+    const auto factory = FactoryOf(__uuidof(::ByteSwapStreamIO));
     auto lowest = swap;
     for (int i = 0; i < 200'000; ++i) {
         kv::Ptr<IByteSwapStreamIO> lower;

@@ -16,10 +16,7 @@ template <class Check>
 void ForEveryClass(Check check) {
     for (const ClassEntry* entry = classTable; !entry->IsEnd(); ++entry) {
         SCOPED_TRACE(kv::Utf8(entry->name));
-        kv::Ptr<IClassFactory> factory;
-        ASSERT_EQ(CoGetClassObject(*entry->classId, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
-                                   factory.PutVoid()),
-                  S_OK);
+        const auto factory = FactoryOf(*entry->classId);
         check(*entry, factory);
     }
 }

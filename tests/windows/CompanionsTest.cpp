@@ -1,5 +1,5 @@
 // The property as an object, the arrays, and the log.
-#include "tests/windows/Support.h"
+#include "tests/windows/Persistence.h"
 
 namespace mova::test {
 
@@ -7,26 +7,19 @@ TEST(PropertySetProperty, HoldsANameAndAValue) {
     const auto property = New<IPropertySetProperty>(u"PropertySetProperty");
     kv::BString key;
     kv::Variant value;
-    EXPECT_EQ(property->get_Key(key.Put()), S_OK);
-    EXPECT_EQ(key.View(), u"");
-    EXPECT_EQ(property->get_Value(value.Put()), S_OK);
-    EXPECT_EQ(value.Get().vt, VT_EMPTY);
+    EXPECT_EQ(AnswerOf(property, &IPropertySetProperty::get_Key).View(), u"");
+    EXPECT_EQ(AnswerOf(property, &IPropertySetProperty::get_Value).Get().vt, VT_EMPTY);
     EXPECT_EQ(property->put_Key(Bstr(u"Key")), S_OK);
     EXPECT_EQ(property->put_Value(Value(u"text").Get()), S_OK);
-    VARIANT bad{};
-    bad.vt = 0x777;
-    EXPECT_EQ(property->put_Value(bad), E_INVALIDARG);
+    EXPECT_EQ(property->put_Value(Raw(0x777)), E_INVALIDARG);
     EXPECT_EQ(TakeErrorInfo(), Refusal<IPropertySetProperty>("PropertySetProperty",
                                                              "The value is of a kind that a property cannot keep."));
-    kv::Ptr<IUnknown> copy;
-    ASSERT_EQ(property.As<IClone>()->Clone(copy.Put()), S_OK);
+    const auto copy = CloneOf(property);
     EXPECT_EQ(property->put_Key(nullptr), S_OK);
-    EXPECT_EQ(copy.As<IPropertySetProperty>()->get_Key(key.Put()), S_OK);
+    EXPECT_EQ(copy->get_Key(key.Put()), S_OK);
     EXPECT_EQ(key.View(), u"Key");
-    EXPECT_EQ(copy.As<IPropertySetProperty>()->get_Value(value.Put()), S_OK);
+    EXPECT_EQ(copy->get_Value(value.Put()), S_OK);
     EXPECT_EQ(kv::View(value.Get().bstrVal), u"text");
-    EXPECT_EQ(property->get_Key(nullptr), E_POINTER);
-    EXPECT_EQ(property->get_Value(nullptr), E_POINTER);
 }
 
 template <class Array, class Item>
@@ -36,11 +29,9 @@ void CheckArray(std::u16string_view arrayClass, std::u16string_view itemClass) {
     for (auto& item : items) item = New<Item>(itemClass);
     const auto order = [&] {
         std::string text;
-        LONG count = 0;
-        EXPECT_EQ(array->get_Count(&count), S_OK);
+        const auto count = AnswerOf(array, &Array::get_Count);
         for (LONG i = 0; i < count; ++i) {
-            kv::Ptr<Item> element;
-            EXPECT_EQ(array->get_Element(i, element.Put()), S_OK);
+            const auto element = AnswerOf(array, &Array::get_Element, i);
             for (int k = 0; k < 3; ++k)
                 if (element.Get() == items[k].Get()) text += static_cast<char>('0' + k);
         }
@@ -64,19 +55,16 @@ void CheckArray(std::u16string_view arrayClass, std::u16string_view itemClass) {
     EXPECT_EQ(TakeErrorInfo(), Refusal<Array>(kv::Utf8(arrayClass), "The array takes no null elements."));
     EXPECT_EQ(array->put_Element(0, nullptr), E_INVALIDARG);
     EXPECT_EQ(array->Insert(0, nullptr), E_INVALIDARG);
-    EXPECT_EQ(array->get_Element(0, nullptr), E_POINTER);
-    EXPECT_EQ(array->get_Count(nullptr), E_POINTER);
     EXPECT_EQ(array->Remove(0), S_OK);
     EXPECT_EQ(order(), "22");
 
-    kv::Ptr<IUnknown> copy;
-    ASSERT_EQ(array.template As<IClone>()->Clone(copy.Put()), S_OK);
-    EXPECT_EQ(copy.As<Array>()->get_Element(0, element.Put()), S_OK);
+    const auto copy = CloneOf(array);
+    EXPECT_EQ(copy->get_Element(0, element.Put()), S_OK);
     EXPECT_NE(element.Get(), items[2].Get()) << "elements are copied";
     EXPECT_EQ(array->RemoveAll(), S_OK);
     EXPECT_EQ(order(), "");
     LONG count = 0;
-    EXPECT_EQ(copy.As<Array>()->get_Count(&count), S_OK);
+    EXPECT_EQ(copy->get_Count(&count), S_OK);
     EXPECT_EQ(count, 2);
 }
 
@@ -87,20 +75,13 @@ TEST(PropertySetArrays, KeepElementsInOrder) {
 
 TEST(PropertySetArrays, SurviveAnElementThatChangesThemWhileItIsCopied) {
     /// A set of another maker, which when it is saved empties the array that it is in, and is loaded as one of ours.
-    class Visitor final : public Local<IPropertySet, IPersistStream> {
+    class Visitor final : public ForeignWith<IPropertySet> {
      public:
         explicit Visitor(IPropertySetArray* array) : array_(array) {}
-        STDMETHODIMP GetClassID(CLSID* classId) noexcept override {
-            *classId = __uuidof(::PropertySet);
-            return S_OK;
-        }
-        STDMETHODIMP IsDirty() noexcept override { return S_FALSE; }
-        STDMETHODIMP Load(IStream*) noexcept override { return E_NOTIMPL; }
         STDMETHODIMP Save(IStream* stream, BOOL clearDirty) noexcept override {
             array_->RemoveAll();
             return New<IPersistStream>(u"PropertySet")->Save(stream, clearDirty);
         }
-        STDMETHODIMP GetSizeMax(ULARGE_INTEGER*) noexcept override { return E_NOTIMPL; }
         STDMETHODIMP GetCount(LONG*) noexcept override { return E_NOTIMPL; }
         STDMETHODIMP SetProperty(BSTR, VARIANT) noexcept override { return E_NOTIMPL; }
         STDMETHODIMP SetProperties(VARIANT, VARIANT) noexcept override { return E_NOTIMPL; }
@@ -114,15 +95,14 @@ TEST(PropertySetArrays, SurviveAnElementThatChangesThemWhileItIsCopied) {
         IPropertySetArray* array_;
     };
     const auto array = New<IPropertySetArray>(u"PropertySetArray");
-    Visitor visitor(array.Get());
+    const auto visitor = kv::Ptr<Visitor>::Attach(new Visitor(array.Get()));
     for (int i = 0; i < 100; ++i) {
-        EXPECT_EQ(array->Add(&visitor), S_OK);
+        EXPECT_EQ(array->Add(visitor.Get()), S_OK);
         EXPECT_EQ(array->Add(New<IPropertySet>(u"PropertySet").Get()), S_OK);
     }
-    kv::Ptr<IUnknown> copy;
-    EXPECT_EQ(array.As<IClone>()->Clone(copy.Put()), S_OK);
+    const auto copy = CloneOf(array);
     LONG count = 0;
-    EXPECT_EQ(copy.As<IPropertySetArray>()->get_Count(&count), S_OK);
+    EXPECT_EQ(copy->get_Count(&count), S_OK);
     EXPECT_EQ(count, 200);
 }
 
@@ -133,15 +113,11 @@ TEST(MessageLogger, KeepsTheLatestMessagesAboveItsThreshold) {
     EXPECT_EQ(log->put_Capacity(3), S_OK);
     for (const char16_t* text : {u"1", u"2", u"3", u"4"})
         EXPECT_EQ(log->Log(movaMessageDetail, Bstr(u"source"), Bstr(text)), S_OK);
-    LONG count = 0;
-    EXPECT_EQ(log->get_DroppedCount(&count), S_OK);
-    EXPECT_EQ(count, 1);
+    EXPECT_EQ(AnswerOf(log, &IMessageLogger::get_DroppedCount), 1);
     movaMessageSeverity severity{};
     DATE time = 0;
-    kv::BString source;
-    kv::BString text;
-    EXPECT_EQ(log->Read(0, &severity, &time, source.Put(), text.Put()), S_OK);
-    EXPECT_EQ(text.View(), u"2");
+    kv::BString source, text;
+    EXPECT_EQ(AnswerOf(log, &IMessageLogger::Read, 0, &severity, &time, source.Put()).View(), u"2");
     EXPECT_EQ(source.View(), u"source");
     SYSTEMTIME now;
     GetLocalTime(&now);
@@ -159,8 +135,8 @@ TEST(MessageLogger, KeepsTheLatestMessagesAboveItsThreshold) {
     EXPECT_EQ(source.View(), u"movaSystem.PropertySet");
     EXPECT_EQ(text.View(), u"No property is named \"x\".");
     EXPECT_EQ(log->LogErrorInfo(static_cast<LONG>(0x8FFF1234)), S_OK);
-    EXPECT_EQ(log->Read(2, &severity, &time, source.Put(), text.Put()), S_OK);
-    EXPECT_EQ(text.View(), u"0x8FFF1234") << "a status that nobody has a text for";
+    EXPECT_EQ(AnswerOf(log, &IMessageLogger::Read, 2, &severity, &time, source.Put()).View(), u"0x8FFF1234")
+        << "a status that nobody has a text for";
 
     const int beyond = movaMessageError + 1;
     const auto unknown = *reinterpret_cast<const movaMessageSeverity*>(&beyond);
@@ -168,8 +144,7 @@ TEST(MessageLogger, KeepsTheLatestMessagesAboveItsThreshold) {
     EXPECT_EQ(TakeErrorInfo(), Refusal<IMessageLogger>("MessageLogger", "There is no such severity."));
     EXPECT_EQ(log->Log(unknown, nullptr, nullptr), E_INVALIDARG);
     for (const LONG capacity : {0L, -1L, 1'000'001L}) EXPECT_EQ(log->put_Capacity(capacity), E_INVALIDARG) << capacity;
-    EXPECT_EQ(log->get_Capacity(&count), S_OK);
-    EXPECT_EQ(count, 3);
+    EXPECT_EQ(AnswerOf(log, &IMessageLogger::get_Capacity), 3);
     EXPECT_EQ(log->get_Threshold(&severity), S_OK);
     EXPECT_EQ(severity, movaMessageDetail);
     BSTR untouched = reinterpret_cast<BSTR>(1);
@@ -177,17 +152,11 @@ TEST(MessageLogger, KeepsTheLatestMessagesAboveItsThreshold) {
     EXPECT_EQ(untouched, nullptr);
     EXPECT_EQ(log->Read(0, &severity, &time, source.Put(), nullptr), E_POINTER);
     EXPECT_EQ(log->Read(0, nullptr, &time, source.Put(), text.Put()), E_POINTER);
-    for (const auto get :
-         {&IMessageLogger::get_Count, &IMessageLogger::get_DroppedCount, &IMessageLogger::get_Capacity})
-        EXPECT_EQ((log.Get()->*get)(nullptr), E_POINTER);
-    EXPECT_EQ(log->get_Threshold(nullptr), E_POINTER);
     EXPECT_EQ(log->put_Capacity(1), S_OK);
-    EXPECT_EQ(log->get_Count(&count), S_OK);
-    EXPECT_EQ(count, 1);
+    EXPECT_EQ(AnswerOf(log, &IMessageLogger::get_Count), 1);
     EXPECT_EQ(log->Log(movaMessageError, nullptr, nullptr), S_OK);
     EXPECT_EQ(log->Clear(), S_OK);
-    EXPECT_EQ(log->get_Count(&count), S_OK);
-    EXPECT_EQ(count, 0);
+    EXPECT_EQ(AnswerOf(log, &IMessageLogger::get_Count), 0);
 }
 
 }  // namespace mova::test

@@ -21,9 +21,7 @@ std::string Content(const std::u16string& path) {
 }
 
 LONGLONG CompressedSize(ICompressedFileStream* stream) {
-    LONGLONG size = -1;
-    EXPECT_EQ(stream->get_CompressedSize(&size), S_OK);
-    return size;
+    return AnswerOf(stream, &ICompressedFileStream::get_CompressedSize);
 }
 
 HRESULT PutAt(IStream* stream, std::size_t position, std::string_view bytes) {
@@ -101,19 +99,15 @@ TEST(CompressedFileStream, KeepsWhatIsWrittenAtEveryLevel) {
 
 TEST(CompressedFileStream, RefusesLevelsThatAreNone) {
     const auto file = New<ICompressedFileStream>(u"CompressedFileStream");
-    LONG level = 0;
     for (const LONG refused : {-1, 10, INT_MIN}) {
         EXPECT_EQ(file->put_CompressionLevel(refused), E_INVALIDARG);
         EXPECT_EQ(TakeErrorInfo(),
                   Refusal<ICompressedFileStream>("CompressedFileStream", "The compression level must be from 0 to 9."));
     }
-    EXPECT_EQ(file->get_CompressionLevel(&level), S_OK);
-    EXPECT_EQ(level, 6);
+    EXPECT_EQ(AnswerOf(file, &ICompressedFileStream::get_CompressionLevel), 6);
     LONGLONG size = 7;
     EXPECT_EQ(file->get_CompressedSize(&size), STG_E_INVALIDHANDLE);
     EXPECT_EQ(size, 0);
-    EXPECT_EQ(file->get_CompressionLevel(nullptr), E_POINTER);
-    EXPECT_EQ(file->get_CompressedSize(nullptr), E_POINTER);
 }
 
 TEST(CompressedFileStream, KeepsTheLastCommitWhenItsWriterDies) {
@@ -126,8 +120,7 @@ TEST(CompressedFileStream, KeepsTheLastCommitWhenItsWriterDies) {
         return Content(copy);
     };
     EXPECT_EQ(left(), "");
-    std::string committed;
-    std::string content;
+    std::string committed, content;
     std::mt19937 random(3);
     for (unsigned round = 0; round < 60; ++round) {
         // More blocks than are kept in memory, so that changed ones reach the file before the commit.

@@ -72,13 +72,9 @@ TEST(ReportError, TakesTheTextElseTheTableElseNothing) {
     }
     ReportError(reporter, E_FAIL, 0, u"text", __uuidof(IClone));
     kv::Ptr<IErrorInfo> info;
-    kv::BString file;
-    DWORD context = 1;
     ASSERT_EQ(GetErrorInfo(0, info.Put()), S_OK);
-    EXPECT_EQ(info->GetHelpFile(file.Put()), S_OK);
-    EXPECT_EQ(file.View(), u"help.chm");
-    EXPECT_EQ(info->GetHelpContext(&context), S_OK);
-    EXPECT_EQ(context, 0u);
+    EXPECT_EQ(AnswerOf(info, &IErrorInfo::GetHelpFile).View(), u"help.chm");
+    EXPECT_EQ(AnswerOf(info, &IErrorInfo::GetHelpContext), 0u);
 }
 
 TEST(MOVAExtendedErrorInfo, AnswersAsErrorInformation) {
@@ -87,29 +83,20 @@ TEST(MOVAExtendedErrorInfo, AnswersAsErrorInformation) {
     EXPECT_EQ(collection->Describe(Bstr(u"what"), Bstr(u"who")), S_OK);
     EXPECT_EQ(SetErrorInfo(0, info.Get()), S_OK);
     EXPECT_EQ(TakeErrorInfo(), "who|what|{00000000-0000-0000-0000-000000000000}");
-    kv::BString text = kv::BString(u"x");
-    DWORD context = 7;
-    EXPECT_EQ(info->GetHelpFile(text.Put()), S_OK);
-    EXPECT_EQ(text.View(), u"");
-    EXPECT_EQ(info->GetHelpContext(&context), S_OK);
-    EXPECT_EQ(context, 0u);
-    EXPECT_EQ(info->GetGUID(nullptr), E_INVALIDARG);
-    EXPECT_EQ(info->GetSource(nullptr), E_INVALIDARG);
-    EXPECT_EQ(info->GetDescription(nullptr), E_INVALIDARG);
-    EXPECT_EQ(info->GetHelpFile(nullptr), E_INVALIDARG);
-    EXPECT_EQ(info->GetHelpContext(nullptr), E_INVALIDARG);
+    EXPECT_EQ(AnswerOf(info, &IErrorInfo::GetHelpFile).View(), u"");
+    EXPECT_EQ(AnswerOf(info, &IErrorInfo::GetHelpContext), 0u);
+    for (const HRESULT status : {info->GetGUID(nullptr), info->GetSource(nullptr), info->GetDescription(nullptr),
+                                 info->GetHelpFile(nullptr), info->GetHelpContext(nullptr)})
+        EXPECT_EQ(status, E_INVALIDARG);
     EXPECT_EQ(collection->Describe(nullptr, nullptr), S_OK);
-    EXPECT_EQ(info->GetDescription(text.Put()), S_OK);
-    EXPECT_EQ(text.View(), u"");
+    EXPECT_EQ(AnswerOf(info, &IErrorInfo::GetDescription).View(), u"");
 }
 
 TEST(MOVAExtendedErrorInfo, KeepsRecordsInTheOrderOfAdding) {
     const auto records = New<IErrorRecords>(u"MOVAExtendedErrorInfo");
     const auto collection = records.As<IErrorCollection>();
     const auto custom = New<IPropertySet>(u"PropertySet");
-    ULONG count = 7;
-    EXPECT_EQ(records->GetRecordCount(&count), S_OK);
-    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(AnswerOf(records, &IErrorRecords::GetRecordCount), 0u);
     ERRORINFO basic{E_ACCESSDENIED, 5, CLSID_PropertySet, __uuidof(IClone), 9};
     kv::Variant arguments[2] = {Value(u"text"), Value(3)};
     VARIANT raw[2] = {arguments[0].Get(), arguments[1].Get()};
@@ -122,14 +109,13 @@ TEST(MOVAExtendedErrorInfo, KeepsRecordsInTheOrderOfAdding) {
     ERRORINFO read{};
     EXPECT_EQ(records->GetBasicErrorInfo(0, &read), S_OK);
     EXPECT_EQ(std::memcmp(&read, &basic, sizeof read), 0);
-    EXPECT_EQ(records->GetBasicErrorInfo(1, &read), S_OK);
-    EXPECT_EQ(read.hrError, second.hrError);
+    EXPECT_EQ(AnswerOf(records, &IErrorRecords::GetBasicErrorInfo, 1).hrError, second.hrError);
     kv::Ptr<IUnknown> object;
-    EXPECT_EQ(records->GetCustomErrorObject(0, __uuidof(IPropertySet2), object.Put()), S_OK);
-    EXPECT_EQ(object.As<IPropertySet>().Get(), custom.Get());
+    EXPECT_EQ(
+        AnswerOf(records, &IErrorRecords::GetCustomErrorObject, 0, __uuidof(IPropertySet2)).As<IPropertySet>().Get(),
+        custom.Get());
     EXPECT_EQ(records->GetCustomErrorObject(0, __uuidof(IStorage), object.Put()), E_NOINTERFACE);
-    EXPECT_EQ(records->GetCustomErrorObject(1, __uuidof(IUnknown), object.Put()), S_OK);
-    EXPECT_FALSE(object);
+    EXPECT_FALSE(AnswerOf(records, &IErrorRecords::GetCustomErrorObject, 1, __uuidof(IUnknown)));
 
     DISPPARAMS copied{};
     ASSERT_EQ(records->GetErrorParameters(0, &copied), S_OK);
@@ -142,8 +128,7 @@ TEST(MOVAExtendedErrorInfo, KeepsRecordsInTheOrderOfAdding) {
     for (UINT i = 0; i < copied.cArgs; ++i) VariantClear(&copied.rgvarg[i]);
     CoTaskMemFree(copied.rgvarg);
     CoTaskMemFree(copied.rgdispidNamedArgs);
-    EXPECT_EQ(records->GetErrorParameters(1, &copied), S_OK);
-    EXPECT_EQ(copied.rgvarg, nullptr);
+    EXPECT_EQ(AnswerOf(records, &IErrorRecords::GetErrorParameters, 1).rgvarg, nullptr);
 
     kv::Ptr<IErrorInfo> info;
     kv::BString text;
@@ -152,38 +137,32 @@ TEST(MOVAExtendedErrorInfo, KeepsRecordsInTheOrderOfAdding) {
     const std::string taken = TakeErrorInfo();
     EXPECT_TRUE(taken.starts_with("movaSystem.PropertySet.1|") && taken.size() > 70) << taken;
     LONG status = 0;
-    LONG listed = 0;
-    EXPECT_EQ(collection->get_Count(&listed), S_OK);
-    EXPECT_EQ(listed, 2);
-    EXPECT_EQ(collection->get_Status(1, &status), S_OK);
-    EXPECT_EQ(static_cast<ULONG>(status), 0x8FFF1234u);
-    EXPECT_EQ(collection->get_Description(1, text.Put()), S_OK);
-    EXPECT_EQ(text.View(), u"0x8FFF1234");
+    EXPECT_EQ(AnswerOf(collection, &IErrorCollection::get_Count), 2);
+    EXPECT_EQ(static_cast<ULONG>(AnswerOf(collection, &IErrorCollection::get_Status, 1)), 0x8FFF1234u);
+    EXPECT_EQ(AnswerOf(collection, &IErrorCollection::get_Description, 1).View(), u"0x8FFF1234");
 
     for (const ULONG outside : {2ul, 0xFFFFFFFFul}) {
-        EXPECT_EQ(records->GetBasicErrorInfo(outside, &read), DB_E_BADRECORDNUM);
-        EXPECT_EQ(records->GetCustomErrorObject(outside, __uuidof(IUnknown), object.Put()), DB_E_BADRECORDNUM);
-        EXPECT_EQ(records->GetErrorInfo(outside, 0, info.Put()), DB_E_BADRECORDNUM);
-        EXPECT_EQ(records->GetErrorParameters(outside, &copied), DB_E_BADRECORDNUM);
-        EXPECT_EQ(collection->get_Status(static_cast<LONG>(outside), &status), DB_E_BADRECORDNUM);
-        EXPECT_EQ(collection->get_Description(static_cast<LONG>(outside), text.Put()), DB_E_BADRECORDNUM);
+        const auto index = static_cast<LONG>(outside);
+        for (const HRESULT refused :
+             {records->GetBasicErrorInfo(outside, &read), records->GetErrorInfo(outside, 0, info.Put()),
+              records->GetCustomErrorObject(outside, __uuidof(IUnknown), object.Put()),
+              records->GetErrorParameters(outside, &copied), collection->get_Status(index, &status),
+              collection->get_Description(index, text.Put())})
+            EXPECT_EQ(refused, DB_E_BADRECORDNUM);
     }
-    EXPECT_EQ(records->GetBasicErrorInfo(0, nullptr), E_INVALIDARG);
-    EXPECT_EQ(records->GetCustomErrorObject(0, __uuidof(IUnknown), nullptr), E_INVALIDARG);
-    EXPECT_EQ(records->GetErrorInfo(0, 0, nullptr), E_INVALIDARG);
-    EXPECT_EQ(records->GetErrorParameters(0, nullptr), E_INVALIDARG);
-    EXPECT_EQ(records->GetRecordCount(nullptr), E_INVALIDARG);
-    EXPECT_EQ(collection->get_Count(nullptr), E_INVALIDARG);
-    EXPECT_EQ(collection->get_Status(0, nullptr), E_INVALIDARG);
-    EXPECT_EQ(collection->get_Description(0, nullptr), E_INVALIDARG);
+    for (const HRESULT refused :
+         {records->GetBasicErrorInfo(0, nullptr), records->GetCustomErrorObject(0, __uuidof(IUnknown), nullptr),
+          records->GetErrorInfo(0, 0, nullptr), records->GetErrorParameters(0, nullptr),
+          records->GetRecordCount(nullptr), collection->get_Count(nullptr), collection->get_Status(0, nullptr),
+          collection->get_Description(0, nullptr)})
+        EXPECT_EQ(refused, E_INVALIDARG);
 
     DISPPARAMS incomplete[] = {{nullptr, nullptr, 1, 0}, {raw, nullptr, 1, 1}, {raw, names, 0, 1}};
     for (auto& bad : incomplete) EXPECT_EQ(records->AddErrorRecord(&basic, 0, &bad, nullptr, 0), E_INVALIDARG);
     raw[0].vt = 0x777;
     EXPECT_EQ(records->AddErrorRecord(&basic, 0, &parameters, nullptr, 0), E_INVALIDARG);
     EXPECT_EQ(records->AddErrorRecord(nullptr, 0, nullptr, nullptr, 0), E_INVALIDARG);
-    EXPECT_EQ(records->GetRecordCount(&count), S_OK);
-    EXPECT_EQ(count, 2u) << "a record that is refused is not added";
+    EXPECT_EQ(AnswerOf(records, &IErrorRecords::GetRecordCount), 2u) << "a record that is refused is not added";
 }
 
 TEST(MOVAExtendedErrorInfo, AsksTheLookupServiceOfTheClass) {
@@ -206,12 +185,8 @@ TEST(MOVAExtendedErrorInfo, AsksTheLookupServiceOfTheClass) {
                                     REGCLS_MULTIPLEUSE, &cookie),
               S_OK);
     ASSERT_EQ(records->GetErrorInfo(0, 0, info.Put()), S_OK);
-    DWORD context = 0;
-    kv::BString file;
-    EXPECT_EQ(info->GetHelpContext(&context), S_OK);
-    EXPECT_EQ(context, 42u);
-    EXPECT_EQ(info->GetHelpFile(file.Put()), S_OK);
-    EXPECT_EQ(file.View(), u"probe.chm");
+    EXPECT_EQ(AnswerOf(info, &IErrorInfo::GetHelpContext), 42u);
+    EXPECT_EQ(AnswerOf(info, &IErrorInfo::GetHelpFile).View(), u"probe.chm");
     SetErrorInfo(0, info.Get());
     EXPECT_EQ(TakeErrorInfo(), "probe|23 with 3 as 17|" + kv::Utf8(kv::GuidText(__uuidof(IClone))));
     EXPECT_EQ(records->GetErrorInfo(1, 0, info.Put()), E_FAIL);

@@ -92,8 +92,7 @@ const Door doors[] = {
      false},
     {"ParseText",
      [](std::u16string_view text, bool) {
-         kv::Ptr<IUnknown> made;
-         return New<IJSONReader>(u"JSONReader")->ParseText(Bstr(text), made.Put());
+         return New<IJSONReader>(u"JSONReader")->ParseText(Bstr(text), kv::Ptr<IUnknown>().Put());
      }},
     {"containers as text",
      [](std::u16string_view text, bool) {
@@ -192,8 +191,7 @@ void ReadLongArray(ULONGLONG mebibytes) {
     }
     constexpr std::size_t mostGrowth = 16u << 20;
     EXPECT_LT(PrivateBytes(), before + mostGrowth);
-    LONG token = 0;
-    EXPECT_EQ(reader->GetTokenType(&token), S_OK);
+    const auto token = AnswerOf(reader, &IJSONReader::GetTokenType);
     EXPECT_EQ(token, movaJSONTokenEndOfArray);
     EXPECT_EQ(reader->ReadNext(), S_FALSE);
     EXPECT_EQ(stream.position, size);
@@ -226,8 +224,7 @@ TEST(JSONLimits, ReadersAndWritersNestWithoutABottom) {
             const auto skipped = ReaderOf(text);
             EXPECT_EQ(nesting.IsObject(0) ? skipped->SkipObject() : skipped->SkipArray(), S_FALSE);
             const auto walked = ReaderOf(text);
-            LONGLONG most = 0;
-            LONGLONG depth = 0;
+            LONGLONG most = 0, depth = 0;
             while (walked->ReadNext() == S_OK) {
                 EXPECT_EQ(walked->get_Depth(&depth), S_OK);
                 most = std::max(most, depth);
@@ -244,8 +241,7 @@ TEST(JSONLimits, ReadersAndWritersNestWithoutABottom) {
             }
             for (int level = levels; level-- > 0;)
                 ASSERT_EQ(nesting.IsObject(level) ? writer->EndObject() : writer->EndArray(), S_OK);
-            kv::BString written;
-            EXPECT_EQ(writer->GetText(written.Put()), S_OK);
+            const auto written = AnswerOf(writer, &IJSONWriter4::GetText);
             EXPECT_TRUE(written.View() == text);
         }
     });
@@ -355,8 +351,7 @@ TEST(JSONLimits, DocumentsOfFailingStreamsFailWithTheirStatus) {
         HRESULT status = reader->ReadFromStream(&stream);
         const auto object = New<IJSONObject>(u"JSONObject");
         if (status == S_OK) status = object->ParseJSON(reader.Get());
-        kv::BString written;
-        EXPECT_EQ(object->ToJSONString(nullptr, written.Put()), S_OK);
+        const auto written = AnswerOf(object, &IJSONObject::ToJSONString, nullptr);
         if (status == S_OK) {
             ++loaded;
             EXPECT_EQ(kv::Utf8(written.View()) + " ", text);

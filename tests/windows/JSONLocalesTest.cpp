@@ -95,8 +95,7 @@ TEST(JSONLocales, ValuesByType) {
         EXPECT_EQ(Readings(object, Bstr(row.name)), expected) << kv::Utf8(row.name);
     }
     EXPECT_EQ(object->put_CaseSensitive(VARIANT_FALSE), S_OK);
-    VARIANT_BOOL exists = VARIANT_FALSE;
-    EXPECT_EQ(object->MemberExists(Bstr(u"title"), &exists), S_OK);
+    const auto exists = AnswerOf(object, &IJSONObjectEx::MemberExists, Bstr(u"title"));
     EXPECT_EQ(exists, VARIANT_TRUE) << "names are folded the same for every user";
 }
 

@@ -168,15 +168,13 @@ TEST(JSONObject, NamesAreFoundInObjectsOfEverySize) {
         object->put_CaseSensitive(exact);
         for (LONG i = 0; i < 300; ++i) {
             LONG value = -7;
-            EXPECT_EQ(object->GetLong(name(i).Get(), &value, &found), S_OK);
-            EXPECT_EQ(found ? value : -7, i % 3 ? i : -7);
+            EXPECT_EQ(AnswerOf(object, &IJSONObjectEx::GetLong, name(i).Get(), &value) ? value : -7, i % 3 ? i : -7);
         }
     }
     LONG value = 0;
     EXPECT_EQ(object->GetLong(Bstr(u"NAME1"), &value, &found), S_OK);
     EXPECT_EQ(value, 1);  // the first of the two
-    EXPECT_EQ(object->GetLong(nullptr, &value, &found), S_OK);
-    EXPECT_FALSE(found);
+    EXPECT_FALSE(AnswerOf(object, &IJSONObjectEx::GetLong, nullptr, &value));
     EXPECT_EQ(object->GetLong(name(1).Get(), nullptr, &found), E_POINTER);
     EXPECT_EQ(object->GetLong(name(1).Get(), &value, nullptr), E_POINTER);
 }
@@ -186,11 +184,7 @@ TEST(JSONObject, ReadingsByType) {
         u"{\"null\":null,\"one\":1,\"big\":5000000000,\"half\":0.5,\"nan\":NaN,\"yes\":true,\"word\":\"nan\",\"text\":"
         u"\"7\","
         u"\"point\":\"1.5\",\"list\":[],\"empty\":\"\"}");
-    object->AddVariant(Bstr(u"vtnull"), [] {
-        VARIANT v{};
-        v.vt = VT_NULL;
-        return v;
-    }());
+    object->AddVariant(Bstr(u"vtnull"), Raw(VT_NULL));
     object->AddDate(Bstr(u"date"), 36526.25);
     object->AddDate(Bstr(u"day"), 36526);
     const struct {
@@ -239,19 +233,11 @@ TEST(JSONObject, ValuesByReferenceAreReadThrough) {
     values.push_back(Value(std::numeric_limits<double>::quiet_NaN()));
     values.push_back(Value(2.5));
     values.push_back(Value(list.As<IUnknown>().Get()));
-    VARIANT flag{};
-    flag.vt = VT_BOOL;
-    flag.boolVal = VARIANT_TRUE;
-    values.push_back(kv::Variant::Attach(flag));
-    VARIANT date{};
-    date.vt = VT_DATE;
-    date.date = 36526.25;
-    values.push_back(kv::Variant::Attach(date));
+    values.push_back(kv::Variant::Attach(Raw(VT_BOOL, VARIANT_TRUE)));
+    values.push_back(kv::Variant::Attach(Raw(VT_DATE, 36526.25)));
     for (const kv::Variant& value : values) {
         VARIANT direct = value.Get();
-        VARIANT reference{};
-        reference.vt = static_cast<VARTYPE>(VT_BYREF | direct.vt);
-        reference.byref = &direct.llVal;
+        const VARIANT reference = Raw(VT_BYREF | direct.vt, &direct.llVal);
         const auto object = NewObject();
         EXPECT_EQ(object->AddVariant(Bstr(u"direct"), direct), S_OK);
         EXPECT_EQ(object->AddVariant(Bstr(u"byref"), reference), S_OK);
@@ -275,8 +261,7 @@ TEST(JSONObject, AFailingReaderSaysWhy) {
     const std::string said = TakeErrorInfo();
     EXPECT_EQ(object->ParseJSON(reader.Get()), E_UNEXPECTED);
     EXPECT_NE(TakeErrorInfo(), "") << said;
-    VARIANT_BOOL flag = VARIANT_FALSE;
-    VARIANT_BOOL found = VARIANT_FALSE;
+    VARIANT_BOOL flag = VARIANT_FALSE, found = VARIANT_FALSE;
     EXPECT_EQ(object->AddFloat(Bstr(u"f"), std::numeric_limits<float>::quiet_NaN()), S_OK);
     EXPECT_EQ(object->GetBoolean(Bstr(u"f"), &flag, &found), S_OK);
     EXPECT_EQ(found, VARIANT_TRUE) << "of single precision it is converted as the system does";
@@ -284,8 +269,7 @@ TEST(JSONObject, AFailingReaderSaysWhy) {
 
 TEST(JSONObject, WhatIsInsideKeepsItsIdentityAndOutlivesTheDocument) {
     auto object = Loaded(u"{\"o\":{\"x\":{\"y\":[1,{\"z\":2}]}},\"l\":[[3]]}");
-    kv::Ptr<IJSONObject> inner;
-    kv::Ptr<IJSONObject> again;
+    kv::Ptr<IJSONObject> inner, again;
     VARIANT_BOOL found = VARIANT_FALSE;
     EXPECT_EQ(object->GetJSONObject(Bstr(u"o"), inner.Put(), &found), S_OK);
     EXPECT_EQ(object->GetJSONObject(Bstr(u"o"), again.Put(), &found), S_OK);
@@ -304,8 +288,7 @@ TEST(JSONObject, WhatIsInsideKeepsItsIdentityAndOutlivesTheDocument) {
     auto walk = object.As<IJSONTraversal>();
     EXPECT_EQ(walk->GetValueByPath(Bstr(u"o/x/y/1/z"), value.Put(), &found), S_OK);
     EXPECT_EQ(value.Get().lVal, 2);
-    EXPECT_EQ(walk->GetValueByPath(Bstr(u"o/x/y/2"), value.Put(), &found), S_OK);
-    EXPECT_FALSE(found);
+    EXPECT_FALSE(AnswerOf(walk, &IJSONTraversal::GetValueByPath, Bstr(u"o/x/y/2"), value.Put()));
     object = Object();
     walk = kv::Ptr<IJSONTraversal>();
     again = kv::Ptr<IJSONObject>();
@@ -320,12 +303,9 @@ TEST(JSONObject, FlagsPassToChildrenWhenTheseAreMade) {
     EXPECT_EQ(Load(object, u"{\"o\":{\"Name\":1}}"), S_OK);
     object->put_CaseSensitive(VARIANT_TRUE);
     kv::Ptr<IJSONObject> child;
-    VARIANT_BOOL flag = VARIANT_TRUE;
-    EXPECT_EQ(object->GetJSONObject(Bstr(u"o"), child.Put(), &flag), S_OK);
-    EXPECT_EQ(child->get_CaseSensitive(&flag), S_OK);
-    EXPECT_EQ(flag, VARIANT_FALSE);
-    EXPECT_EQ(child->MemberExists(Bstr(u"NAME"), &flag), S_OK);
-    EXPECT_EQ(flag, VARIANT_TRUE);
+    EXPECT_TRUE(AnswerOf(object, &IJSONObjectEx::GetJSONObject, Bstr(u"o"), child.Put()));
+    EXPECT_EQ(AnswerOf(child, &IJSONObject::get_CaseSensitive), VARIANT_FALSE);
+    EXPECT_EQ(AnswerOf(child, &IJSONObject::MemberExists, Bstr(u"NAME")), VARIANT_TRUE);
     EXPECT_EQ(child->AddLong(Bstr(u"Name"), 2), S_OK);
     EXPECT_EQ(Json(object), "{\"o\":{\"Name\":2}}");
 }
@@ -338,18 +318,14 @@ TEST(JSONObject, StreamsOfTextAreReadWhenAskedFor) {
     ASSERT_EQ(object->AddVariant(Bstr(u"lazy"), stream.Get()), S_OK);
     EXPECT_EQ(Json(object), "{\"lazy\":{\"a\":[1]}}");
     kv::Ptr<IJSONObject> read;
-    VARIANT_BOOL found = VARIANT_FALSE;
-    EXPECT_EQ(object->GetJSONObject(Bstr(u"lazy"), read.Put(), &found), S_OK);
+    EXPECT_TRUE(AnswerOf(object, &IJSONObjectEx::GetJSONObject, Bstr(u"lazy"), read.Put()));
     EXPECT_EQ(Json(read), "{\"a\":[1]}");
 }
 
 TEST(JSONObject, OptionsOfWriting) {
     const auto object = Loaded(u"{\"a\":[1.26,{}],\"b\":2}");
     const auto options = New<IPropertySet>(u"PropertySet");
-    VARIANT yes{};
-    yes.vt = VT_BOOL;
-    yes.boolVal = VARIANT_TRUE;
-    options->SetProperty(Bstr(u"WriteFormatted"), yes);
+    options->SetProperty(Bstr(u"WriteFormatted"), Raw(VT_BOOL, VARIANT_TRUE));
     options->SetProperty(Bstr(u"IndentLevel"), Value(LONG{-1}).Get());  // passed over
     EXPECT_EQ(Json(object, options.Get()), "{\n  \"a\" : [\n    1.26,\n    {\n    }\n  ],\n  \"b\" : 2\n}");
     options->SetProperty(Bstr(u"IndentLevel"), Value(LONG{1}).Get());

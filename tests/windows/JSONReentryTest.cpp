@@ -50,8 +50,7 @@ TEST(JSONReentry, WhatIsBeingWrittenStaysWhatItWas) {
         target.call = [&](int count) {
             if (count != at) return;
             kv::Ptr<IJSONObject> nested;
-            VARIANT_BOOL found = VARIANT_FALSE;
-            EXPECT_EQ(object->GetJSONObject(Bstr(u"c"), nested.Put(), &found), S_OK);
+            EXPECT_TRUE(AnswerOf(object, &IJSONObjectEx::GetJSONObject, Bstr(u"c"), nested.Put()));
             EXPECT_EQ(nested.As<IJSONObjectEx>()->put_ReplaceExisting(VARIANT_TRUE), S_OK);
             EXPECT_EQ(nested->AddString(Bstr(u"y"), Bstr(std::u16string(200'000, u'\u4e00'))), S_OK);
             EXPECT_EQ(nested->AddVariant(Bstr(u"o"), Value(&inner).Get()), S_OK);
@@ -87,8 +86,7 @@ TEST(JSONReentry, AReaderIsNotOpenedByItsOwnStream) {
         reader->ReadValue(value.Put());
     };
     ASSERT_EQ(reader->ReadFromStream(&source), S_OK);
-    VARIANT_BOOL isStart = VARIANT_FALSE;
-    EXPECT_EQ(reader->IsStartOfArray(&isStart), S_OK);
+    const auto isStart = AnswerOf(reader, &IJSONReader4::IsStartOfArray);
     EXPECT_EQ(isStart, VARIANT_TRUE);
     int tokens = 1;
     while (reader->ReadNext() == S_OK) ++tokens;

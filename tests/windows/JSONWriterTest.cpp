@@ -21,16 +21,13 @@ kv::Ptr<IJSONWriter4> NewWriter() {
 
 /// The bytes that a writer has in memory.
 std::string Written(IJSONWriter4* writer) {
-    kv::Variant bytes;
-    EXPECT_EQ(writer->GetMemoryBuffer(bytes.Put()), S_OK);
+    const auto bytes = AnswerOf(writer, &IJSONWriter4::GetMemoryBuffer);
     EXPECT_EQ(bytes.Get().vt, VT_ARRAY | VT_UI1);
     const auto view = kv::ArrayView::Of(bytes.Get());
     return view ? std::string(static_cast<const char*>(view->Data()), view->Count()) : std::string();
 }
 movaJSONWriterState StateOf(IJSONWriter4* writer) {
-    auto state = movaJSONWriterDocument;
-    EXPECT_EQ(kv::Ptr<IUnknown>(writer).As<IJSONWriterImpl>()->get_State(&state), S_OK);
-    return state;
+    return AnswerOf(kv::Ptr<IUnknown>(writer).As<IJSONWriterImpl>(), &IJSONWriterImpl::get_State);
 }
 std::string WriterRefusal(std::string_view text) {
     return Refusal<IJSONWriter>("JSONWriter", text);
@@ -38,15 +35,6 @@ std::string WriterRefusal(std::string_view text) {
 
 using Call = std::function<HRESULT(IJSONWriter4*)>;
 
-/// A value of a type, made of its bytes.
-template <class Content>
-kv::Variant Typed(VARTYPE type, Content content) {
-    VARIANT value{};
-    value.llVal = 0;
-    std::memcpy(&value.llVal, &content, sizeof content);
-    value.vt = type;
-    return kv::Variant::Attach(value);
-}
 kv::Variant Decimal(ULONG high, ULONGLONG low, BYTE scale, BYTE sign) {
     VARIANT value{};
     value.decVal.Hi32 = high;
@@ -241,8 +229,6 @@ TEST(JSONWriter, ChecksNamesAndBrackets) {
         EXPECT_EQ(StateOf(writer.Get()), row.state) << row.bytes;
         EXPECT_EQ(inside->get_Depth(&depth), S_OK);
         EXPECT_TRUE(SUCCEEDED(row.status) || depth == depthBefore) << row.bytes;
-        EXPECT_EQ(inside->get_Depth(nullptr), E_POINTER);
-        EXPECT_EQ(inside->get_State(nullptr), E_POINTER);
     }
     const auto second = NewWriter();
     for (int i = 0; i < 2; ++i) {
@@ -280,14 +266,10 @@ TEST(JSONWriter, FormatsLinesAndForgetsTheFormatWhenReset) {
 TEST(JSONWriter, LimitsDecimals) {
     const auto writer = NewWriter();
     const auto options = writer.As<ICPPJSONWriterOptions>();
-    SHORT decimals = -7;
-    VARIANT_BOOL active = VARIANT_TRUE;
-    EXPECT_EQ(options->get_MaximumDecimals(&decimals), S_OK);
-    EXPECT_EQ(options->get_MaximumDecimalsActive(&active), S_OK);
+    const auto decimals = AnswerOf(options, &ICPPJSONWriterOptions::get_MaximumDecimals);
+    const auto active = AnswerOf(options, &ICPPJSONWriterOptions::get_MaximumDecimalsActive);
     EXPECT_EQ(decimals, 0);
     EXPECT_EQ(active, VARIANT_FALSE);
-    EXPECT_EQ(options->get_MaximumDecimals(nullptr), E_POINTER);
-    EXPECT_EQ(options->get_MaximumDecimalsActive(nullptr), E_POINTER);
     EXPECT_EQ(options->put_MaximumDecimals(-1), E_INVALIDARG);
     EXPECT_EQ(TakeErrorInfo(),
               Refusal<ICPPJSONWriterOptions>("JSONWriter", "The maximum of decimals must not be negative."));
@@ -302,8 +284,7 @@ TEST(JSONWriter, LimitsDecimals) {
     EXPECT_EQ(options->put_MaximumDecimalsActive(VARIANT_FALSE), S_OK);
     write();
     EXPECT_EQ(options->put_MaximumDecimalsActive(1), S_OK);
-    EXPECT_EQ(options->get_MaximumDecimalsActive(&active), S_OK);
-    EXPECT_EQ(active, VARIANT_TRUE);
+    EXPECT_EQ(AnswerOf(options, &ICPPJSONWriterOptions::get_MaximumDecimalsActive), VARIANT_TRUE);
     EXPECT_EQ(writer->Reset(), S_OK);
     ASSERT_EQ(writer->StartArray(nullptr), S_OK);
     write();
@@ -317,16 +298,12 @@ TEST(JSONWriter, WritesToAStreamAtOnce) {
     EXPECT_EQ(writer->WriteToStream(nullptr), E_POINTER);
     EXPECT_EQ(writer->StartObject(nullptr), E_UNEXPECTED);
     EXPECT_EQ(writer->EndArray(), E_UNEXPECTED);
-    kv::Ptr<IStream> answered;
-    EXPECT_EQ(writer->GetStream(answered.Put()), S_OK);
-    EXPECT_FALSE(answered);
-    EXPECT_EQ(writer->GetStream(nullptr), E_POINTER);
+    EXPECT_FALSE(AnswerOf(writer, &IJSONWriter4::GetStream));
 
     const auto stream = MemoryStream("before ");
     ASSERT_EQ(SeekTo(stream.Get(), 7), S_OK);
     ASSERT_EQ(writer->WriteToStream(stream.Get()), S_OK);
-    EXPECT_EQ(writer->GetStream(answered.Put()), S_OK);
-    EXPECT_EQ(answered.Get(), stream.Get());
+    EXPECT_EQ(AnswerOf(writer, &IJSONWriter4::GetStream).Get(), stream.Get());
     ASSERT_EQ(writer->StartObject(nullptr), S_OK);
     EXPECT_EQ(SizeOf(stream.Get()), 8u);
     const std::u16string text(100'000, u'\u20AC');
@@ -334,14 +311,8 @@ TEST(JSONWriter, WritesToAStreamAtOnce) {
     EXPECT_EQ(writer->WriteNull(nullptr), E_INVALIDARG);
     ASSERT_EQ(writer->EndObject(), S_OK);
     EXPECT_EQ(ContentOf(stream.Get()), "before {\"long\":\"" + kv::Utf8(text) + "\"}");
-    kv::Variant bytes;
-    kv::BString none;
-    EXPECT_EQ(writer->GetMemoryBuffer(bytes.Put()), S_OK);
-    EXPECT_EQ(bytes.Get().vt, VT_EMPTY);
-    EXPECT_EQ(writer->GetText(none.Put()), S_OK);
-    EXPECT_EQ(none.Get(), nullptr);
-    EXPECT_EQ(writer->GetMemoryBuffer(nullptr), E_POINTER);
-    EXPECT_EQ(writer->GetText(nullptr), E_POINTER);
+    EXPECT_EQ(AnswerOf(writer, &IJSONWriter4::GetMemoryBuffer).Get().vt, VT_EMPTY);
+    EXPECT_EQ(AnswerOf(writer, &IJSONWriter4::GetText).Get(), nullptr);
 
     Trickle trickle;
     ASSERT_EQ(writer->WriteToStream(&trickle), S_OK);
@@ -355,15 +326,12 @@ TEST(JSONWriter, WritesToAStreamAtOnce) {
     EXPECT_EQ(writer->WriteVariantElement(array.Get()), S_OK);
     EXPECT_EQ(trickle.calls, calls + 2) << "six bytes, all in one write of the writer's";
     ASSERT_EQ(writer->WriteToMemory(), S_OK);
-    EXPECT_EQ(writer->GetStream(answered.Put()), S_OK);
-    EXPECT_FALSE(answered);
+    EXPECT_FALSE(AnswerOf(writer, &IJSONWriter4::GetStream));
 }
 
 TEST(JSONWriter, GivesBackWhatIsInMemoryAsText) {
     const auto writer = NewWriter();
-    kv::BString text;
-    EXPECT_EQ(writer->GetText(text.Put()), S_OK);
-    EXPECT_EQ(text.View(), u"");
+    EXPECT_EQ(AnswerOf(writer, &IJSONWriter4::GetText).View(), u"");
     ASSERT_EQ(writer->StartArray(nullptr), S_OK);
     std::u16string expected = u"[";
     for (int i = 0; i < 20'000; ++i) {
@@ -372,16 +340,12 @@ TEST(JSONWriter, GivesBackWhatIsInMemoryAsText) {
         if (i != 0) expected += u',';
         expected += u'"' + std::u16string(element) + u'"';
     }
-    EXPECT_EQ(writer->GetText(text.Put()), S_OK);
-    EXPECT_TRUE(text.View() == expected);
+    EXPECT_TRUE(AnswerOf(writer, &IJSONWriter4::GetText).View() == expected);
     EXPECT_EQ(Written(writer.Get()), kv::Utf8(expected));
 }
 
 TEST(JSONWriter, WritesEveryVariantItCan) {
     LONG number = 7;
-    VARIANT reference{};
-    reference.vt = VT_BYREF | VT_I4;
-    reference.plVal = &number;
     auto matrix = Array(VT_I4, {{2, 0}, {3, -5}});
     auto* elements = static_cast<LONG*>(matrix.Get().parray->pvData);
     for (LONG i = 0; i < 6; ++i) elements[i] = i;  // the first index moves fastest
@@ -394,26 +358,26 @@ TEST(JSONWriter, WritesEveryVariantItCan) {
         std::string_view json, quoted;
     } rows[] = {
         {VARIANT{}, "null", "null"},
-        {Typed(VT_NULL, 0).Get(), "null", "null"},
-        {Typed(VT_I1, '\x80').Get(), "-128", "\"-128\""},
-        {Typed(VT_UI1, '\x80').Get(), "128", "\"128\""},
-        {Typed(VT_I2, SHORT{-2}).Get(), "-2", "\"-2\""},
-        {Typed(VT_UI2, SHORT{-2}).Get(), "65534", "\"65534\""},
-        {Typed(VT_I4, -2).Get(), "-2", "\"-2\""},
-        {Typed(VT_INT, -2).Get(), "-2", "\"-2\""},
-        {Typed(VT_UI4, -2).Get(), "4294967294", "\"4294967294\""},
-        {Typed(VT_UINT, -2).Get(), "4294967294", "\"4294967294\""},
-        {Typed(VT_I8, LLONG_MIN).Get(), "-9223372036854775808", "\"-9223372036854775808\""},
-        {Typed(VT_UI8, LONGLONG{-1}).Get(), "18446744073709551615", "\"18446744073709551615\""},
-        {Typed(VT_R4, 0.1f).Get(), "0.100000001", "\"0.100000001\""},
+        {Raw(VT_NULL, 0), "null", "null"},
+        {Raw(VT_I1, '\x80'), "-128", "\"-128\""},
+        {Raw(VT_UI1, '\x80'), "128", "\"128\""},
+        {Raw(VT_I2, SHORT{-2}), "-2", "\"-2\""},
+        {Raw(VT_UI2, SHORT{-2}), "65534", "\"65534\""},
+        {Raw(VT_I4, -2), "-2", "\"-2\""},
+        {Raw(VT_INT, -2), "-2", "\"-2\""},
+        {Raw(VT_UI4, -2), "4294967294", "\"4294967294\""},
+        {Raw(VT_UINT, -2), "4294967294", "\"4294967294\""},
+        {Raw(VT_I8, LLONG_MIN), "-9223372036854775808", "\"-9223372036854775808\""},
+        {Raw(VT_UI8, LONGLONG{-1}), "18446744073709551615", "\"18446744073709551615\""},
+        {Raw(VT_R4, 0.1f), "0.100000001", "\"0.100000001\""},
         {Value(-0.1).Get(), "-0.1", "\"-0.1\""},
         {Value(infinity).Get(), "1.7976931348623157e308", "\"INF\""},
         {Value(nan).Get(), "\"NaN\"", "\"NaN\""},
-        {Typed(VT_BOOL, SHORT{1}).Get(), "true", "\"true\""},
-        {Typed(VT_BOOL, SHORT{0}).Get(), "false", "\"false\""},
-        {Typed(VT_DATE, 25569.25).Get(), "21600000", "\"1970-01-01T06:00:00Z\""},
-        {Typed(VT_CY, LONGLONG{-123'4500}).Get(), "-123.45", "\"-123.45\""},
-        {Typed(VT_CY, LLONG_MIN).Get(), "-922337203685477.5808", "\"-922337203685477.5808\""},
+        {Raw(VT_BOOL, SHORT{1}), "true", "\"true\""},
+        {Raw(VT_BOOL, SHORT{0}), "false", "\"false\""},
+        {Raw(VT_DATE, 25569.25), "21600000", "\"1970-01-01T06:00:00Z\""},
+        {Raw(VT_CY, LONGLONG{-123'4500}), "-123.45", "\"-123.45\""},
+        {Raw(VT_CY, LLONG_MIN), "-922337203685477.5808", "\"-922337203685477.5808\""},
         {Decimal(0xFFFF'FFFF, ULLONG_MAX, 0, 0).Get(), "79228162514264337593543950335",
          "\"79228162514264337593543950335\""},
         {Decimal(0, 1, 28, DECIMAL_NEG).Get(), "-0.0000000000000000000000000001",
@@ -421,18 +385,18 @@ TEST(JSONWriter, WritesEveryVariantItCan) {
         {Decimal(0, 1500, 3, 0).Get(), "1.5", "\"1.5\""},
         {Decimal(0, 0, 3, DECIMAL_NEG).Get(), "0", "\"0\""},
         {text.Get(), "\"t\\n\"", "\"t\\n\""},
-        {reference, "7", "\"7\""},
-        {Typed(VT_UNKNOWN, LONGLONG{0}).Get(), "null", ""},
+        {Raw(VT_BYREF | VT_I4, &number), "7", "\"7\""},
+        {Raw(VT_UNKNOWN, LONGLONG{0}), "null", ""},
         {matrix.Get(), "[[0,2,4],[1,3,5]]", ""},
         {texts.Get(), "[\"a\",\"b\"]", ""},
         {bytes.Get(), "[0,0]", ""},
         {none.Get(), "[]", ""},
-        {Typed(VT_ERROR, DISP_E_PARAMNOTFOUND).Get(), "", ""},
+        {Raw(VT_ERROR, DISP_E_PARAMNOTFOUND), "", ""},
         {Decimal(0, 1, 29, 0).Get(), "", ""},
         {Decimal(0, 1, 255, 0).Get(), "", ""},
-        {Typed(VT_ARRAY | VT_I4, LONGLONG{0}).Get(), "", ""},
-        {Typed(VT_BYREF | VT_I4, LONGLONG{0}).Get(), "", ""},
-        {Typed(VT_RECORD, LONGLONG{0}).Get(), "", ""},
+        {Raw(VT_ARRAY | VT_I4, LONGLONG{0}), "", ""},
+        {Raw(VT_BYREF | VT_I4, LONGLONG{0}), "", ""},
+        {Raw(VT_RECORD, LONGLONG{0}), "", ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.value.vt << " " << row.json);
@@ -450,7 +414,7 @@ TEST(JSONWriter, WritesEveryVariantItCan) {
     ASSERT_EQ(writer->StartArray(nullptr), S_OK);
     EXPECT_EQ(writer->WriteDateTextElement(1e9), E_INVALIDARG);
     EXPECT_EQ(TakeErrorInfo(), WriterRefusal("The date is outside the years 100 to 9999."));
-    EXPECT_EQ(writer->WriteVariantElement(Typed(VT_ERROR, 0).Get()), E_INVALIDARG);
+    EXPECT_EQ(writer->WriteVariantElement(Raw(VT_ERROR, 0)), E_INVALIDARG);
     EXPECT_EQ(TakeErrorInfo(), WriterRefusal("A value of this type cannot be written as JSON."));
     EXPECT_EQ(writer->WriteVariantElement(Nested(500).Get()), S_OK);
     EXPECT_EQ(writer->WriteVariantElement(Nested(502).Get()), E_FAIL);
@@ -511,7 +475,7 @@ TEST(JSONWriter, WritesTheSameInEveryLocale) {
     EXPECT_EQ(writer->StartArray(nullptr), S_OK);
     EXPECT_EQ(writer->WriteDoubleElement(1234.5), S_OK);
     EXPECT_EQ(writer->WriteFloatElement(1234.5f), S_OK);
-    EXPECT_EQ(writer->WriteVariantElement(Typed(VT_CY, LONGLONG{12'5000}).Get()), S_OK);
+    EXPECT_EQ(writer->WriteVariantElement(Raw(VT_CY, LONGLONG{12'5000})), S_OK);
     EXPECT_EQ(Written(writer.Get()), "[1234.5,1234.5,12.5");
     SetThreadLocale(user);
 }

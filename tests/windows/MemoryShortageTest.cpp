@@ -142,10 +142,7 @@ TEST(GuardedHeap, LetsNobodyTouchWhatLiesBehindABlockOrWasFreed) {
 
 TEST(MemoryShortage, LeavesNoHalfMadeObject) {
     for (const ClassEntry* entry = classTable; !entry->IsEnd(); ++entry) {
-        kv::Ptr<IClassFactory> factory;
-        ASSERT_EQ(CoGetClassObject(*entry->classId, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
-                                   factory.PutVoid()),
-                  S_OK);
+        const auto factory = FactoryOf(*entry->classId);
         const std::string name = kv::Utf8(entry->name);
         const auto released = [=](HRESULT status) {
             if (entry->IsSingleton()) factory.As<ISingletonRelease>()->ReleaseInstance();
@@ -166,8 +163,8 @@ TEST(MemoryShortage, LeavesNoHalfMadeObject) {
                     const HRESULT status = object->QueryInterface(iid, part.PutVoid());
                     if (status == E_NOINTERFACE) return S_OK;
                     const auto clone = SUCCEEDED(status) ? part.As<IClone>() : kv::Ptr<IClone>();
-                    kv::Ptr<IUnknown> copy;
-                    return released(clone && iid == __uuidof(IClone) ? clone->Clone(copy.Put()) : status);
+                    return released(clone && iid == __uuidof(IClone) ? clone->Clone(kv::Ptr<IUnknown>().Put())
+                                                                     : status);
                 }};
             });
         }
@@ -184,36 +181,27 @@ TEST(MemoryShortage, LeavesPropertySetsAsTheyWere) {
                           return set->SetProperties(ArrayOf({u"Name1", u"New", u"Newer"}).Get(),
                                                     ArrayOf({u"value", u"values", u"more"}).Get());
                       }));
-    SurvivesShortages("an array is read", OfSet([](auto* set) {
-                          kv::Variant value;
-                          return set->GetProperty(Bstr(u"Texts"), value.Put());
-                      }));
+    SurvivesShortages("an array is read",
+                      OfSet([](auto* set) { return set->GetProperty(Bstr(u"Texts"), kv::Variant().Put()); }));
     SurvivesShortages("all are read", OfSet([](auto* set) {
                           kv::Variant names, values;
                           return set->GetAllProperties(names.Put(), values.Put());
                       }));
     SurvivesShortages("some are read", OfSet([](auto* set) {
-                          kv::Variant values;
-                          return set->GetProperties(ArrayOf({u"Inner", u"Texts", u"Name2"}).Get(), values.Put());
+                          return set->GetProperties(ArrayOf({u"Inner", u"Texts", u"Name2"}).Get(), kv::Variant().Put());
                       }));
     SurvivesShortages("one by its place", OfSet([](auto* set) {
                           kv::BString name;
-                          kv::Variant value;
-                          return set->GetPropertyAt(3, name.Put(), value.Put());
+                          return set->GetPropertyAt(3, name.Put(), kv::Variant().Put());
                       }));
     SurvivesShortages("clone", OfSet([](auto* set) {
-                          kv::Ptr<IUnknown> copy;
-                          return kv::Ptr<IPropertySet>(set).template As<IClone>()->Clone(copy.Put());
+                          return kv::Ptr<IPropertySet>(set).template As<IClone>()->Clone(kv::Ptr<IUnknown>().Put());
                       }));
     SurvivesShortages("copy", OfSet([copier = New<IObjectCopy>(u"ObjectCopy")](auto* set) {
-                          kv::Ptr<IUnknown> copy;
-                          return copier->Copy(set, copy.Put());
+                          return copier->Copy(set, kv::Ptr<IUnknown>().Put());
                       }));
-    SurvivesShortages("a refusal with a text", OfSet([](auto* set) {
-                          kv::Variant value;
-                          return set->GetProperty(Bstr(u"Missing"), value.Put());
-                      }),
-                      E_FAIL);
+    SurvivesShortages("a refusal with a text",
+                      OfSet([](auto* set) { return set->GetProperty(Bstr(u"Missing"), kv::Variant().Put()); }), E_FAIL);
     SurvivesShortages("ten new names, one after the other", [] {
         const auto set = New<IPropertySet>(u"PropertySet");
         return Trial{[=] {
@@ -251,10 +239,7 @@ TEST(MemoryShortage, LeavesStreamsUsable) {
     });
     SurvivesShortages("a clone", [] {
         const auto stream = MemoryStream("held");
-        return Trial{[=] {
-            kv::Ptr<IStream> copy;
-            return stream->Clone(copy.Put());
-        }};
+        return Trial{[=] { return stream->Clone(kv::Ptr<IStream>().Put()); }};
     });
     SurvivesShortages("values", [] {
         const auto stream = MemoryStream({});
@@ -294,12 +279,10 @@ TEST(MemoryShortage, LeavesXmlUsable) {
     const auto set = SampleSet();
     const std::u16string saved = kv::Utf16(Document(set.Get()));
     SurvivesShortages("an object to text", OfNew<IXMLSerializerAlt>(u"XMLSerializerAlt", [&](auto* serializer) {
-                          kv::BString text;
-                          return serializer->SaveToString(set.Get(), Bstr(u"Object"), text.Put());
+                          return serializer->SaveToString(set.Get(), Bstr(u"Object"), kv::BString().Put());
                       }));
     SurvivesShortages("an object from text", OfNew<IXMLSerializerAlt>(u"XMLSerializerAlt", [&](auto* serializer) {
-                          kv::Ptr<IUnknown> object;
-                          return serializer->LoadFromString(Bstr(saved), object.Put());
+                          return serializer->LoadFromString(Bstr(saved), kv::Ptr<IUnknown>().Put());
                       }));
     SurvivesShortages(
         "a document is read", OfNew<IXMLTextReader>(u"XMLTextReader", [](auto* reader) {
@@ -347,9 +330,8 @@ TEST(MemoryShortage, LeavesXmlUsable) {
                      }};
     });
     SurvivesShortages("a persisted object", OfNew<IXMLPersistedObject>(u"XMLPersistedObject", [&](auto* object) {
-                          kv::Ptr<IUnknown> read;
                           return First({[&] { return object->put_XML(Bstr(saved)); },
-                                        [&] { return object->get_Object(read.Put()); }});
+                                        [&] { return object->get_Object(kv::Ptr<IUnknown>().Put()); }});
                       }));
 }
 
@@ -370,10 +352,8 @@ TEST(MemoryShortage, LeavesJsonUsable) {
         "a text is read", OfNew<IJSONObject>(u"JSONObject", [](auto* object) {
             return First({[&] { return object->RemoveAll(); }, [&] { return object->FromJSONString(Bstr(json)); }});
         }));
-    SurvivesShortages("a text is written", ofObject([](auto* object) {
-                          kv::BString written;
-                          return object->ToJSONString(nullptr, written.Put());
-                      }));
+    SurvivesShortages("a text is written",
+                      ofObject([](auto* object) { return object->ToJSONString(nullptr, kv::BString().Put()); }));
     SurvivesShortages("a member is added", ofObject([](auto* object) {
                           kv::Ptr<IUnknown> removed;
                           object->RemoveMember(Bstr(u"new"));
@@ -407,9 +387,8 @@ TEST(MemoryShortage, LeavesJsonUsable) {
     SurvivesShortages(
         "conversions", OfNew<IJSONConverter>(u"JSONConverter", [&](auto* converter) {
             kv::BString written;
-            kv::Variant read;
             return First({[&] { return converter->ToJSONString(Value(set.Get()).Get(), nullptr, written.Put()); },
-                          [&] { return converter->FromJSONString(written.Get(), nullptr, read.Put()); }});
+                          [&] { return converter->FromJSONString(written.Get(), nullptr, kv::Variant().Put()); }});
         }));
 }
 
@@ -417,10 +396,9 @@ TEST(MemoryShortage, LeavesTheOtherClassesUsable) {
     SurvivesShortages("identifiers", [] {
         const auto identifier = New<IUID>(u"UID");
         return Trial{[=] {
-            kv::Variant value;
             return First(
                 {[&] { return identifier->put_Value(Value(u"{588E5A11-D09B-11D1-AA7C-00C04FA33A15}:7").Get()); },
-                 [&] { return identifier->get_Value(value.Put()); }});
+                 [&] { return identifier->get_Value(kv::Variant().Put()); }});
         }};
     });
     SurvivesShortages("texts", [] {
@@ -428,11 +406,10 @@ TEST(MemoryShortage, LeavesTheOtherClassesUsable) {
         EXPECT_EQ(texts->Split(Bstr(u"one,two"), Bstr(u",")), S_OK);
         return Trial{[=] {
             kv::BString joined;
-            kv::Variant values;
             return First({[&] { return texts->Split(Bstr(u"a;b;c;d;e;f;g;h;i;j"), Bstr(u";")); },
                           [&] { return texts->Insert(1, Bstr(u"more")); },
                           [&] { return texts->Join(Bstr(u"+"), joined.Put()); },
-                          [&] { return texts->get_Values(values.Put()); }});
+                          [&] { return texts->get_Values(kv::Variant().Put()); }});
         }};
     });
     SurvivesShortages("a text that is added", [] {
@@ -491,10 +468,9 @@ TEST(MemoryShortage, LeavesTheOtherClassesUsable) {
                     steps->put_StandardDev(300);
                 }
                 LONG classes = 5;
-                kv::Variant breaks;
                 return First({[&] { return classifier->SetHistogramData(values.Get(), frequencies.Get()); },
                               [&] { return classifier->Classify(&classes); },
-                              [&] { return classifier->get_ClassBreaks(breaks.Put()); }});
+                              [&] { return classifier->get_ClassBreaks(kv::Variant().Put()); }});
             }));
     }
 }

@@ -173,9 +173,7 @@ TEST(Module, ShortLivedThreadsLeaveNothingBehind) {
                 {
                     const auto log = New<IMessageLogger>(u"MessageLogger");
                     EXPECT_EQ(log->Log(movaMessageError, Bstr(u"thread"), Bstr(u"text")), S_OK);
-                    LONG held = 0;
-                    EXPECT_EQ(log->get_Count(&held), S_OK);
-                    EXPECT_EQ(held, 1) << "a thread meets the log of a dead one";
+                    EXPECT_EQ(AnswerOf(log, &IMessageLogger::get_Count), 1) << "a thread meets the log of a dead one";
                 }
                 canUnload();
                 CoUninitialize();
@@ -192,10 +190,7 @@ TEST(Module, ShortLivedThreadsLeaveNothingBehind) {
 
 TEST(Module, CountsLocksAndObjects) {
     const auto canUnload = Export<CanUnload>("DllCanUnloadNow");
-    kv::Ptr<IClassFactory> factory;
-    ASSERT_EQ(
-        CoGetClassObject(CLSID_PropertySet, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory), factory.PutVoid()),
-        S_OK);
+    const auto factory = FactoryOf(CLSID_PropertySet);
     EXPECT_EQ(canUnload(), S_OK) << "a factory holds nothing";
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
     EXPECT_EQ(canUnload(), S_FALSE);
@@ -223,10 +218,7 @@ TEST(Module, KeepsASingletonAThreadUntilThatThreadAsksToUnload) {
     EXPECT_EQ(New<IMessageLogger>(u"MessageLogger").Get(), first.Get()) << "another thread's release is not ours";
     EXPECT_EQ(canUnload(), S_FALSE) << "the caller's reference holds it";
     EXPECT_NE(New<IMessageLogger>(u"MessageLogger").Get(), first.Get());
-    kv::Ptr<IClassFactory> factory;
-    ASSERT_EQ(CoGetClassObject(CLSID_MessageLogger, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
-                               factory.PutVoid()),
-              S_OK);
+    const auto factory = FactoryOf(CLSID_MessageLogger);
     first = {};
     EXPECT_EQ(factory.As<ISingletonRelease>()->ReleaseInstance(), S_OK);
     EXPECT_EQ(factory.As<ISingletonRelease>()->ReleaseInstance(), S_OK);
@@ -241,11 +233,7 @@ TEST(Module, EightThreadsLeaveTheCountAtZero) {
     for (int t = 0; t < 8; ++t)
         threads.emplace_back([] {
             CoInitialize(nullptr);
-            kv::Ptr<IClassFactory> factories[2];
-            const CLSID classes[] = {CLSID_PropertySet, CLSID_MessageLogger};
-            for (int i = 0; i < 2; ++i)
-                CoGetClassObject(classes[i], CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
-                                 factories[i].PutVoid());
+            kv::Ptr<IClassFactory> factories[] = {FactoryOf(CLSID_PropertySet), FactoryOf(CLSID_MessageLogger)};
             for (int i = 0; i < 40'000; ++i) {
                 kv::Ptr<IUnknown> object;
                 EXPECT_EQ(factories[i & 1]->CreateInstance(nullptr, __uuidof(IUnknown), object.PutVoid()), S_OK);
@@ -266,13 +254,9 @@ TEST(Module, MarshalsToTheMultithreadedApartment) {
             ASSERT_TRUE(set);
             EXPECT_EQ(set->SetProperties(ArrayOf({u"A", u"B"}).Get(), ArrayOf({1, 2}).Get()), S_OK);
             const auto other = New<IPropertySet>(u"PropertySet");
-            VARIANT_BOOL equal = VARIANT_TRUE;
-            EXPECT_EQ(set->IsEqual(other.Get(), &equal), S_OK);
-            EXPECT_EQ(equal, VARIANT_FALSE);
-            kv::Ptr<IUnknown> copy;
-            EXPECT_EQ(set.As<IClone>()->Clone(copy.Put()), S_OK);
-            EXPECT_EQ(set->IsEqual(copy.As<IPropertySet>().Get(), &equal), S_OK);
-            EXPECT_EQ(equal, VARIANT_TRUE);
+            EXPECT_EQ(AnswerOf(set, &IPropertySet2::IsEqual, other.Get()), VARIANT_FALSE);
+            const auto copy = CloneOf(set);
+            EXPECT_EQ(AnswerOf(set, &IPropertySet2::IsEqual, copy.Get()), VARIANT_TRUE);
             EXPECT_EQ(Names(set.Get()), "A B");
             kv::Variant value;
             EXPECT_EQ(set->GetProperty(Bstr(u"missing"), value.Put()), E_FAIL);

@@ -54,34 +54,22 @@ NumericSettings Settings(std::int32_t option, std::int32_t digits, bool separato
 }
 
 Text Show(const Format& format, double value) {
-    kv::BString text;
-    EXPECT_EQ(format->ValueToString(value, text.Put()), S_OK);
-    return Text(text.View());
+    return Text(AnswerOf(format, &INumberFormat::ValueToString, value).View());
 }
 
 /// All settings of a format: the seven in the order of the record, and the suffix; "*" behind them where it is dirty.
 std::string State(const kv::Ptr<IUnknown>& object) {
     const auto numeric = object.As<INumericFormat>();
-    movaRoundingOptionEnum option{};
-    movaNumberAlignmentEnum alignment{};
-    LONG digits = 0;
-    LONG width = 0;
-    VARIANT_BOOL separator = 0;
-    VARIANT_BOOL zeroPad = 0;
-    VARIANT_BOOL plus = 0;
-    kv::BString suffix;
-    EXPECT_EQ(numeric->get_RoundingOption(&option), S_OK);
-    EXPECT_EQ(numeric->get_RoundingValue(&digits), S_OK);
-    EXPECT_EQ(numeric->get_AlignmentOption(&alignment), S_OK);
-    EXPECT_EQ(numeric->get_AlignmentWidth(&width), S_OK);
-    EXPECT_EQ(numeric->get_UseSeparator(&separator), S_OK);
-    EXPECT_EQ(numeric->get_ZeroPad(&zeroPad), S_OK);
-    EXPECT_EQ(numeric->get_ShowPlus(&plus), S_OK);
-    EXPECT_EQ(object.As<INumericFormat2>()->get_Suffix(suffix.Put()), S_OK);
     std::string state;
-    for (const long field : {static_cast<long>(option), digits, static_cast<long>(alignment), width,
-                             static_cast<long>(separator), static_cast<long>(zeroPad), static_cast<long>(plus)})
+    for (const long field : {static_cast<long>(AnswerOf(numeric, &INumericFormat::get_RoundingOption)),
+                             AnswerOf(numeric, &INumericFormat::get_RoundingValue),
+                             static_cast<long>(AnswerOf(numeric, &INumericFormat::get_AlignmentOption)),
+                             AnswerOf(numeric, &INumericFormat::get_AlignmentWidth),
+                             static_cast<long>(AnswerOf(numeric, &INumericFormat::get_UseSeparator)),
+                             static_cast<long>(AnswerOf(numeric, &INumericFormat::get_ZeroPad)),
+                             static_cast<long>(AnswerOf(numeric, &INumericFormat::get_ShowPlus))})
         state += std::to_string(field) + " ";
+    const auto suffix = AnswerOf(object.As<INumericFormat2>(), &INumericFormat2::get_Suffix);
     return state + "'" + kv::Utf8(suffix.View()) + "'" + (object.As<IPersistStream>()->IsDirty() == S_OK ? "*" : "");
 }
 constexpr auto defaultState = "0 6 1 12 0 0 0 ''";
@@ -177,22 +165,12 @@ TEST(NumericFormat, KeepsItsSettings) {
     EXPECT_EQ(numeric->put_RoundingValue(0), S_OK);
     EXPECT_EQ(format.As<INumericFormat2>()->put_Suffix(nullptr), S_OK);
     EXPECT_EQ(State(format.As<IUnknown>()), "-7 0 9 2147483647 7 -1 1 ''*");
-    for (const HRESULT status :
-         {format->ValueToString(1, nullptr), format->StringToValue(Bstr(u"1"), nullptr),
-          numeric->get_RoundingOption(nullptr), numeric->get_RoundingValue(nullptr),
-          numeric->get_AlignmentOption(nullptr), numeric->get_AlignmentWidth(nullptr),
-          numeric->get_UseSeparator(nullptr), numeric->get_ZeroPad(nullptr), numeric->get_ShowPlus(nullptr),
-          format.As<INumericFormat2>()->get_Suffix(nullptr),
-          format.As<INumberFormatOperations>()->Increment(1, nullptr), format.As<IClone>()->Clone(nullptr),
-          format.As<IXMLVersionSupport>()->get_MinNamespaceSupported(nullptr)})
-        EXPECT_EQ(status, E_POINTER);
 }
 
 TEST(NumericFormat, ClonesWithAllFields) {
     const auto format = OddFormat();
-    kv::Ptr<IUnknown> copy;
-    EXPECT_EQ(format.As<IClone>()->Clone(copy.Put()), S_OK);
-    EXPECT_EQ(State(copy), oddState);
+    const auto copy = CloneOf(format);
+    EXPECT_EQ(State(copy.As<IUnknown>()), oddState);
     EXPECT_EQ(copy.As<INumericFormat2>()->put_Suffix(Bstr(u"s")), S_OK);
     EXPECT_EQ(State(format.As<IUnknown>()), std::string(oddState) + "*");
 }
@@ -383,9 +361,7 @@ TEST(NumericFormat, WritesTheRecordOfTheDocument) {
 }
 
 TEST(NumericFormat, KeepsWhatWasReadBeforeTheStreamBroke) {
-    const auto memory = StreamOf({});
-    EXPECT_EQ(OddFormat().As<IPersistStream>()->Save(memory.Get(), TRUE), S_OK);
-    const Bytes record = BytesOf(memory);
+    const Bytes record = SavedAlone(OddFormat().Get());
     // The bytes that each field ends at, and the state when the next one is cut.
     const struct {
         std::size_t end;
@@ -418,11 +394,8 @@ TEST(NumericFormat, KeepsWhatWasReadBeforeTheStreamBroke) {
         ++loaded;
         const auto numeric = object.As<INumericFormat>();
         if (!numeric) return;
-        LONG digits = -1;
-        LONG width = -1;
-        EXPECT_EQ(numeric->get_RoundingValue(&digits), S_OK);
-        EXPECT_EQ(numeric->get_AlignmentWidth(&width), S_OK);
-        EXPECT_TRUE(digits >= 0 && digits <= 15 && width >= 0);
+        const auto digits = AnswerOf(numeric, &INumericFormat::get_RoundingValue);
+        EXPECT_TRUE(digits >= 0 && digits <= 15 && AnswerOf(numeric, &INumericFormat::get_AlignmentWidth) >= 0);
         kv::BString text;
         EXPECT_NE(object.As<INumberFormat>()->ValueToString(1.5, text.Put()), E_OUTOFMEMORY);
     });
@@ -476,9 +449,8 @@ TEST(NumericFormat, PersistsAsXml) {
               "<AlignmentOption>movaAlignRight</AlignmentOption><RoundingValue>15</RoundingValue>"
               "<AlignmentWidth>2147483647</AlignmentWidth><UseSeparator>true</UseSeparator><ZeroPad>true</ZeroPad>"
               "<ShowPlus>true</ShowPlus><Suffix>m\xC2\xB2</Suffix></NumericFormat>");
-    kv::Ptr<IUnknown> object;
-    EXPECT_EQ(serializer->LoadFromString(text.Get(), object.Put()), S_OK);
-    EXPECT_EQ(State(object), "1 15 0 2147483647 -1 -1 -1 'm\xC2\xB2'*");
+    EXPECT_EQ(State(AnswerOf(serializer, &IXMLSerializerAlt::LoadFromString, text.Get())),
+              "1 15 0 2147483647 -1 -1 -1 'm\xC2\xB2'*");
     EXPECT_EQ(serializer->SaveToString(NewFormat().Get(), nullptr, text.Put()), S_OK);
     EXPECT_NE(kv::Utf8(text.View())
                   .find("<RoundingOption>movaRoundNumberOfDecimals</RoundingOption><AlignmentOption>"

@@ -18,8 +18,7 @@ class Dissolver {
         if (!identity || !seen_.insert(identity.Get()).second) return;
         held_.push_back(identity);
         if (const auto set = identity.As<IPropertySet2>()) {
-            kv::Variant names;
-            kv::Variant values;
+            kv::Variant names, values;
             EXPECT_EQ(set->GetAllProperties(names.Put(), values.Put()), S_OK);
             EXPECT_EQ(set->RemoveAllProperties(), S_OK);
             Dissolve(values.Get());
@@ -85,6 +84,12 @@ kv::Ptr<IObjectStream2> ObjectsOver(IStream* stream) {
 Bytes Saved(IUnknown* object) {
     const auto stream = StreamOf({});
     EXPECT_EQ(ObjectsOver(stream.Get())->SaveObject(object), S_OK) << TakeErrorInfo();
+    return BytesOf(stream);
+}
+
+Bytes SavedAlone(IUnknown* object) {
+    const auto stream = StreamOf({});
+    EXPECT_EQ(kv::Ptr<IUnknown>(object).As<IPersistStream>()->Save(stream.Get(), TRUE), S_OK);
     return BytesOf(stream);
 }
 

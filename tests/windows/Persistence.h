@@ -19,6 +19,8 @@ kv::Ptr<IObjectStream2> ObjectsOver(IStream* stream);
 
 /// An object as an object stream saves it. Fails the test where that fails.
 Bytes Saved(IUnknown* object);
+/// What an object saves of itself, clean afterwards. Fails the test where that fails.
+Bytes SavedAlone(IUnknown* object);
 /// Loads the object that stands first. Fails the test where that fails.
 kv::Ptr<IUnknown> Loaded(const Bytes& bytes);
 /// Loads from many streams, good or bad, one after the other.

@@ -18,9 +18,7 @@ HRESULT Load(const kv::Ptr<IPropertySet2>& set, const Bytes& bytes) {
 }
 
 kv::Variant Read(const kv::Ptr<IPropertySet2>& set, const char16_t* name) {
-    kv::Variant value;
-    EXPECT_EQ(set->GetProperty(Bstr(name), value.Put()), S_OK);
-    return value;
+    return AnswerOf(set, &IPropertySet2::GetProperty, Bstr(name));
 }
 
 const Bytes duplicates = {1, 0, 2, 0, 0, 0, 1, 0, 0, 0, 'A', 0, 3, 0, 1, 0, 0, 0, 1, 0, 0, 0, 'a', 0, 3, 0, 2, 0, 0, 0};
@@ -57,21 +55,14 @@ TEST(PropertySetStream, ReadsWhatStandsThere) {
     EXPECT_EQ(Read(set, u"A").Get().lVal, 2) << "reading sees the last";
     EXPECT_EQ(set->SetProperty(Bstr(u"A"), Value(9).Get()), S_OK);
     kv::BString name;
-    kv::Variant first;
-    EXPECT_EQ(set->GetPropertyAt(0, name.Put(), first.Put()), S_OK);
-    EXPECT_EQ(first.Get().lVal, 9) << "writing changes the first";
-    EXPECT_EQ(set.As<IPersistStream>()->Load(nullptr), E_POINTER);
-    EXPECT_EQ(set.As<IPersistStream>()->Save(nullptr, FALSE), E_POINTER);
+    EXPECT_EQ(AnswerOf(set, &IPropertySet2::GetPropertyAt, 0, name.Put()).Get().lVal, 9) << "writing changes the first";
 }
 
 TEST(PropertySetStream, IsDirtyUntilSavedOrLoaded) {
     const auto set = NewSet();
     const auto persist = set.As<IPersistStream>();
     const auto stream = StreamOf({});
-    CLSID classId{};
-    EXPECT_EQ(persist->GetClassID(&classId), S_OK);
-    EXPECT_EQ(classId, __uuidof(::PropertySet));
-    EXPECT_EQ(persist->GetClassID(nullptr), E_POINTER);
+    EXPECT_EQ(AnswerOf(persist, &IPersistStream::GetClassID), __uuidof(::PropertySet));
     EXPECT_EQ(persist->IsDirty(), S_FALSE);
     const std::function<HRESULT()> changes[] = {
         [&] { return set->SetProperty(Bstr(u"A"), Value(1).Get()); },
@@ -91,10 +82,7 @@ TEST(PropertySetStream, IsDirtyUntilSavedOrLoaded) {
     EXPECT_EQ(set->RemoveProperty(Bstr(u"A")), S_FALSE);
     EXPECT_EQ(persist->IsDirty(), S_FALSE) << "nothing was changed";
     EXPECT_EQ(set->SetProperty(Bstr(u"A"), Value(1).Get()), S_OK);
-    ULARGE_INTEGER size{};
-    EXPECT_EQ(persist->GetSizeMax(&size), S_OK);
-    EXPECT_EQ(size.QuadPart, 18u);
-    EXPECT_EQ(persist->GetSizeMax(nullptr), E_POINTER);
+    EXPECT_EQ(AnswerOf(persist, &IPersistStream::GetSizeMax).QuadPart, 18u);
     EXPECT_EQ(ObjectsOver(stream.Get())->SaveObject(set.Get()), S_OK);
     EXPECT_EQ(persist->IsDirty(), S_OK) << "a copy is no document";
     EXPECT_EQ(Load(set, duplicates), S_OK);
@@ -152,10 +140,7 @@ TEST(PropertySetStream, TransfersByValueWithoutWhatCannotFollow) {
     EXPECT_EQ(set->SetProperty(Bstr(u"empty"), kv::Variant().Get()), S_OK);
     EXPECT_EQ(set->SetProperty(Bstr(u"object"), Value(NewSet().Get()).Get()), S_OK);
     kv::Ptr<IDispatch> dispatch = NewSet().As<IDispatch>();
-    VARIANT object{};
-    object.vt = VT_DISPATCH;
-    object.pdispVal = dispatch.Get();
-    EXPECT_EQ(set->SetProperty(Bstr(u"dispatch"), object), S_OK);
+    EXPECT_EQ(set->SetProperty(Bstr(u"dispatch"), Raw(VT_DISPATCH, dispatch.Get())), S_OK);
     kv::Variant objects = Array(VT_UNKNOWN, {{1, 0}});
     *static_cast<IUnknown**>(objects.Get().parray->pvData) = NewSet().Detach();
     EXPECT_EQ(set->SetProperty(Bstr(u"objects"), objects.Get()), S_OK);
@@ -199,9 +184,7 @@ TEST(PropertySetStream, CompanionsRefuseAndStayAsTheyWere) {
         const Bytes cut(record.begin(), record.begin() + static_cast<std::ptrdiff_t>(size));
         EXPECT_EQ(property.As<IPersistStream>()->Load(StreamOf(cut).Get()), E_FAIL);
     }
-    kv::BString key;
-    EXPECT_EQ(property->get_Key(key.Put()), S_OK);
-    EXPECT_EQ(key.View(), u"key");
+    EXPECT_EQ(AnswerOf(property, &IPropertySetProperty::get_Key).View(), u"key");
 
     const auto array = New<IPropertySetArray>(u"PropertySetArray");
     EXPECT_EQ(array->Add(NewSet().Get()), S_OK);
@@ -218,15 +201,12 @@ TEST(PropertySetStream, CompanionsRefuseAndStayAsTheyWere) {
                 {"one null", null, E_FAIL},
                 {"a property among sets", wrongKind, E_NOINTERFACE},
                 {"2^31-1 elements", {1, 0, 0xFF, 0xFF, 0xFF, 0x7F}, E_FAIL}};
-    LONG count = 0;
     for (const auto& row : rows) {
         EXPECT_EQ(persist->Load(StreamOf(row.bytes).Get()), row.status) << row.what;
-        EXPECT_EQ(array->get_Count(&count), S_OK);
-        EXPECT_EQ(count, 1) << row.what;
+        EXPECT_EQ(AnswerOf(array, &IPropertySetArray::get_Count), 1) << row.what;
     }
     EXPECT_EQ(persist->Load(StreamOf({1, 0, 0, 0, 0, 0}).Get()), S_OK);
-    EXPECT_EQ(array->get_Count(&count), S_OK);
-    EXPECT_EQ(count, 0);
+    EXPECT_EQ(AnswerOf(array, &IPropertySetArray::get_Count), 0);
 }
 
 }  // namespace mova::test

@@ -59,4 +59,18 @@ std::string Take(IStream* stream, ULONG count);
 /// All bytes; the position moves to the end.
 std::string ContentOf(IStream* stream);
 
+/// Attributes of another maker that do no more than a test says.
+class LocalAttributes : public Local<IXMLAttributes> {
+ public:
+    STDMETHODIMP get_Count(LONG*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP GetNamespaceURI(LONG, BSTR*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP GetLocalName(LONG, BSTR*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP GetValue(LONG, BSTR*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP AddAttribute(BSTR, BSTR, BSTR) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP SetValue(LONG, BSTR) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP FindAttribute(BSTR, BSTR, LONG*) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP Remove(LONG) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP RemoveAll() noexcept override { return E_NOTIMPL; }
+};
+
 }  // namespace mova::test

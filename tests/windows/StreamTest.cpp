@@ -329,9 +329,8 @@ TEST_P(EveryStream, RefusesWhatNoStreamCanDo) {
 
 TEST_P(EveryStream, KeepsItsBytesWhenTheOriginalIsGone) {
     auto stream = Make();
-    kv::Ptr<IStream> clone;
     ASSERT_EQ(stream->Write("0", 1, nullptr), S_OK);
-    ASSERT_EQ(stream->Clone(clone.Put()), S_OK);
+    const auto clone = CloneOf(stream);
     stream = {};
     EXPECT_EQ(PositionOf(clone.Get()), 1u);
     EXPECT_EQ(Put(clone.Get(), "1"), S_OK);
@@ -340,8 +339,7 @@ TEST_P(EveryStream, KeepsItsBytesWhenTheOriginalIsGone) {
 
 TEST_P(EveryStream, CopiesToItselfWithoutFollowingWhatItAdds) {
     const auto stream = Make();
-    kv::Ptr<IStream> end;
-    ASSERT_EQ(stream->Clone(end.Put()), S_OK);
+    const auto end = CloneOf(stream);
     ASSERT_EQ(end->Seek(Move(0), STREAM_SEEK_END, nullptr), S_OK);
     ULARGE_INTEGER read{};
     EXPECT_EQ(stream->CopyTo(end.Get(), Size(UINT64_MAX), &read, nullptr), S_OK);

@@ -7,6 +7,13 @@
 #include "kvcore/SafeArray.h"
 
 namespace mova::test {
+kv::Ptr<IClassFactory> FactoryOf(REFCLSID classId) {
+    kv::Ptr<IClassFactory> factory;
+    EXPECT_EQ(CoGetClassObject(classId, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory), factory.PutVoid()),
+              S_OK);
+    return factory;
+}
+
 kv::Variant Array(VARTYPE type, std::initializer_list<SAFEARRAYBOUND> bounds) {
     return kv::Variant::FromArray(
         SafeArrayCreate(type, static_cast<UINT>(bounds.size()), const_cast<SAFEARRAYBOUND*>(bounds.begin())), type);
@@ -40,19 +47,10 @@ std::vector<kv::Variant> EveryValue() {
     std::vector<kv::Variant> values;
     for (const VARTYPE type : {VT_EMPTY, VT_NULL, VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_INT, VT_UINT,
                                VT_ERROR, VT_I8, VT_UI8, VT_CY, VT_BOOL}) {
-        VARIANT value{};
-        value.vt = type;
-        value.llVal = type == VT_EMPTY || type == VT_NULL ? 0 : -2;
-        values.push_back(kv::Variant::Attach(value));
+        values.push_back(kv::Variant::Attach(Raw(type, type == VT_EMPTY || type == VT_NULL ? 0LL : -2LL)));
     }
-    VARIANT number{};
-    number.vt = VT_R4;
-    number.fltVal = 0.1f;
-    values.push_back(kv::Variant::Attach(number));
-    number = {};
-    number.vt = VT_DATE;
-    number.date = 45000.75;
-    values.push_back(kv::Variant::Attach(number));
+    values.push_back(kv::Variant::Attach(Raw(VT_R4, 0.1f)));
+    values.push_back(kv::Variant::Attach(Raw(VT_DATE, 45000.75)));
     VARIANT decimal{};
     VarDecFromR8(0.1, &decimal.decVal);
     decimal.vt = VT_DECIMAL;
@@ -72,23 +70,13 @@ std::vector<kv::Variant> EveryValue() {
 }
 
 bool Equal(IPropertySet* left, IPropertySet* right) {
-    VARIANT_BOOL equal = 7;
-    EXPECT_EQ(left->IsEqual(right, &equal), S_OK);
-    return equal == VARIANT_TRUE;
-}
-
-VARIANT ReferenceTo(VARIANT& value) {
-    VARIANT reference{};
-    reference.vt = VT_BYREF | VT_VARIANT;
-    reference.pvarVal = &value;
-    return reference;
+    return AnswerOf(left, &IPropertySet::IsEqual, right) == VARIANT_TRUE;
 }
 
 std::string TakeErrorInfo() {
     kv::Ptr<IErrorInfo> info;
     if (GetErrorInfo(0, info.Put()) != S_OK) return {};
-    kv::BString source;
-    kv::BString description;
+    kv::BString source, description;
     IID iid{};
     info->GetSource(source.Put());
     info->GetDescription(description.Put());
@@ -160,8 +148,7 @@ ProcessResult Mova(const std::u16string& arguments, std::string_view input) {
 }
 
 void ExpectClient(const std::u16string& command, std::initializer_list<ClientCall> calls) {
-    std::string script;
-    std::string expected;
+    std::string script, expected;
     for (const ClientCall& call : calls) {
         script += kv::Utf8(command + u" " + call.arguments) + "\n";
         expected += call.output + "# exit " + std::to_string(call.status) + "\n";

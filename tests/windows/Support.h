@@ -5,7 +5,11 @@
 #include <movaSystem.h>
 
 #include <concepts>
+#include <cstring>
+#include <memory>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <vector>
 
 #include "kvcore/Guid.h"
@@ -25,6 +29,21 @@ kv::Ptr<I> New(std::u16string_view className) {
     EXPECT_EQ(CLSIDFromProgID(kv::Wide(progId.c_str()), &classId), S_OK);
     EXPECT_EQ(kv::Create(classId, object), S_OK) << kv::Utf8(className);
     return object;
+}
+
+/// The class object of one of ours: the runtime's way to an object is too long for many of them.
+kv::Ptr<IClassFactory> FactoryOf(REFCLSID classId);
+
+/// A clone of an object, or of a stream. Fails the test where there is none.
+template <class I>
+kv::Ptr<I> CloneOf(const kv::Ptr<I>& object) {
+    kv::Ptr<std::conditional_t<std::is_same_v<I, IStream>, IStream, IUnknown>> clone;
+    if constexpr (std::is_same_v<I, IStream>) {
+        EXPECT_EQ(object->Clone(clone.Put()), S_OK);
+    } else {
+        EXPECT_EQ(object.template As<IClone>()->Clone(clone.Put()), S_OK);
+    }
+    return clone.template As<I>();
 }
 
 /// An object of another maker, which lives where a test puts it. @tparam Interfaces what it answers beside IUnknown
@@ -71,28 +90,28 @@ class Bstr {
     kv::BString text_;
 };
 
+/// A value of a type that is made of the bytes of what is in it, or of zeros, sound or not. It owns nothing of it.
+template <class Content = LONGLONG>
+VARIANT Raw(int type, Content content = {}) {
+    VARIANT value{};
+    static_assert(sizeof content <= sizeof value.llVal);
+    std::memcpy(&value.llVal, &content, sizeof content);
+    value.vt = static_cast<VARTYPE>(type);
+    return value;
+}
 /// Values of the common types.
 template <std::integral Integer>
 kv::Variant Value(Integer number) {
-    VARIANT value{};
-    value.vt = VT_I4;
-    value.lVal = static_cast<LONG>(number);
-    return kv::Variant::Attach(value);
+    return kv::Variant::Attach(Raw(VT_I4, static_cast<LONG>(number)));
 }
 inline kv::Variant Value(double number) {
-    VARIANT value{};
-    value.vt = VT_R8;
-    value.dblVal = number;
-    return kv::Variant::Attach(value);
+    return kv::Variant::Attach(Raw(VT_R8, number));
 }
 inline kv::Variant Value(std::u16string_view text) {
     return kv::Variant::FromText(kv::BString(text));
 }
 inline kv::Variant Value(IUnknown* object) {
-    VARIANT value{};
-    value.vt = VT_UNKNOWN;
-    value.punkVal = kv::Ptr<IUnknown>(object).Detach();
-    return kv::Variant::Attach(value);
+    return kv::Variant::Attach(Raw(VT_UNKNOWN, kv::Ptr<IUnknown>(object).Detach()));
 }
 /// An array of VARIANTs from index 0.
 kv::Variant ArrayOf(std::initializer_list<std::u16string_view> texts);
@@ -105,7 +124,37 @@ kv::Variant Nested(int levels);
 /// among them.
 std::vector<kv::Variant> EveryValue();
 /// A value by reference to another, which must outlive it.
-VARIANT ReferenceTo(VARIANT& value);
+inline VARIANT ReferenceTo(VARIANT& value) {
+    return Raw(VT_BYREF | VT_VARIANT, &value);
+}
+
+/// What an operation of an object, by any pointer to it, answers in its last parameter. Fails the test where that
+/// fails.
+/// @return texts, values and interfaces in what owns them, all else as it is
+template <class Object, class Interface, class... Parameters, class... Arguments>
+auto AnswerOf(const Object& object, HRESULT (STDMETHODCALLTYPE Interface::*ask)(Parameters...),
+              const Arguments&... arguments) {
+    using Out = std::remove_pointer_t<std::tuple_element_t<sizeof...(Parameters) - 1, std::tuple<Parameters...>>>;
+    const auto into = [&](Out* answer) { EXPECT_EQ((std::to_address(object)->*ask)(arguments..., answer), S_OK); };
+    if constexpr (std::is_same_v<Out, BSTR>) {
+        kv::BString text;
+        into(text.Put());
+        return text;
+    } else if constexpr (std::is_same_v<Out, VARIANT>) {
+        kv::Variant value;
+        into(value.Put());
+        return value;
+    } else if constexpr (std::is_pointer_v<Out>) {
+        kv::Ptr<std::remove_pointer_t<Out>> part;
+        into(part.Put());
+        return part;
+    } else {
+        Out answer;
+        std::memset(&answer, 7, sizeof answer);
+        into(&answer);
+        return answer;
+    }
+}
 
 /// The thread's error information, which reading takes off it: "SOURCE|DESCRIPTION|{IID}", or empty.
 std::string TakeErrorInfo();

@@ -116,9 +116,8 @@ TEST(Threads, CallObjectsOfOtherApartmentsThroughThePlatform) {
             kv::Ptr<IPropertySetProperty> proxy;
             EXPECT_EQ(CoGetInterfaceAndReleaseStream(way.Detach(), __uuidof(IPropertySetProperty), proxy.PutVoid()),
                       S_OK);
-            kv::BString key;
             EXPECT_NE(proxy.Get(), property.Get());
-            EXPECT_EQ(proxy->get_Key(key.Put()), S_OK);
+            const auto key = AnswerOf(proxy, &IPropertySetProperty::get_Key);
             EXPECT_EQ(kv::Utf8(key.View()), "key");
             EXPECT_EQ(proxy->put_Value(ArrayOf({u"one", u"two"}).Get()), S_OK);
         }
@@ -128,8 +127,7 @@ TEST(Threads, CallObjectsOfOtherApartmentsThroughThePlatform) {
     ServeCallsUntil(done);
     caller.join();
     CloseHandle(done);
-    kv::Variant value;
-    EXPECT_EQ(property->get_Value(value.Put()), S_OK);
+    const auto value = AnswerOf(property, &IPropertySetProperty::get_Value);
     EXPECT_EQ(value.Get().vt, VT_ARRAY | VT_VARIANT);
 }
 

@@ -18,9 +18,7 @@ kv::Ptr<ITimeDuration> DurationOf(std::u16string_view text) {
     return duration;
 }
 std::string Text(const kv::Ptr<ITimeDuration>& duration) {
-    kv::BString text;
-    EXPECT_EQ(duration->QueryDurationString(text.Put()), S_OK);
-    return kv::Utf8(text.View());
+    return kv::Utf8(AnswerOf(duration, &ITimeDuration::QueryDurationString).View());
 }
 
 }  // namespace
@@ -42,21 +40,16 @@ TEST(TimeDuration, KeepsItsPartsAndCountsTicks) {
     for (const auto& row : rows) {
         for (const LONG number : {Range::max(), Range::min(), row.last}) {
             const bool isTaken = row.last < 5 || number == row.last;
-            LONG found = 0;
             EXPECT_EQ((duration.Get()->*row.put)(number), isTaken ? S_OK : E_INVALIDARG);
-            EXPECT_EQ((duration.Get()->*row.get)(&found), S_OK);
-            EXPECT_EQ(found, isTaken ? number : 0);
+            EXPECT_EQ(AnswerOf(duration, row.get), isTaken ? number : 0);
         }
-        EXPECT_EQ((duration.Get()->*row.get)(nullptr), E_POINTER);
     }
     EXPECT_EQ(duration->put_Nanoseconds(-1), E_INVALIDARG);
     EXPECT_EQ(TakeErrorInfo(), Refusal<ITimeDuration>("TimeDuration", "The nanoseconds must be 0 to 999,999,999."));
     EXPECT_EQ(duration->put_Positive(VARIANT_FALSE), S_OK);
     EXPECT_EQ(Text(duration), "-P1DT2H3M4.5S");
-    LONGLONG ticks = 0;
-    EXPECT_EQ(duration->QueryTicks(&ticks), S_OK);
-    EXPECT_EQ(ticks, -937'845'000'000);
-    EXPECT_EQ(duration->QueryTicks(nullptr), E_POINTER);
+    LONGLONG ticks = 7;
+    EXPECT_EQ(AnswerOf(duration, &ITimeDuration::QueryTicks), -937'845'000'000);
     EXPECT_EQ(duration->put_Days(Range::max()), S_OK);
     EXPECT_EQ(duration->QueryTicks(&ticks), E_FAIL);
     EXPECT_EQ(TakeErrorInfo(),
@@ -64,19 +57,14 @@ TEST(TimeDuration, KeepsItsPartsAndCountsTicks) {
     EXPECT_EQ(ticks, 0);
     for (const LONGLONG count :
          {std::numeric_limits<LONGLONG>::min(), -1LL, 0LL, std::numeric_limits<LONGLONG>::max()}) {
-        VARIANT_BOOL isPositive = 1;
         EXPECT_EQ(duration->SetTicks(count), S_OK);
-        EXPECT_EQ(duration->QueryTicks(&ticks), S_OK);
-        EXPECT_EQ(ticks, count);
-        EXPECT_EQ(duration->get_Positive(&isPositive), S_OK);
-        EXPECT_EQ(isPositive, count >= 0 ? VARIANT_TRUE : VARIANT_FALSE);
+        EXPECT_EQ(AnswerOf(duration, &ITimeDuration::QueryTicks), count);
+        EXPECT_EQ(AnswerOf(duration, &ITimeDuration::get_Positive), count >= 0 ? VARIANT_TRUE : VARIANT_FALSE);
     }
     duration->SetTicks(-1);
     EXPECT_EQ(Text(duration), "-P0DT0H0M0.0000001S");
     EXPECT_EQ(duration->Reset(), S_OK);
     EXPECT_EQ(Text(duration), "P0DT0H0M0S");
-    EXPECT_EQ(duration->get_Positive(nullptr), E_POINTER);
-    EXPECT_EQ(duration->QueryDurationString(nullptr), E_POINTER);
 }
 
 TEST(TimeDuration, ComputesOrStays) {
@@ -124,7 +112,6 @@ TEST(TimeDuration, ComputesOrStays) {
     }
     LONG order = 0;
     EXPECT_EQ(duration->Compare(nullptr, &order), E_POINTER);
-    EXPECT_EQ(duration->Compare(duration.Get(), nullptr), E_POINTER);
 }
 
 TEST(TimeDuration, RefusesTextsAndStays) {
@@ -158,30 +145,24 @@ TEST(TimeDuration, IsShownByTheClient) {
 
 TEST(TimeDuration, SavesAndLoads) {
     const auto duration = DurationOf(u"-P1DT2H3M4.5S");
-    const auto save = [](const kv::Ptr<ITimeDuration>& saved) {
-        const auto stream = StreamOf({});
-        EXPECT_EQ(saved.As<IPersistStream>()->Save(stream.Get(), TRUE), S_OK);
-        return BytesOf(stream);
-    };
-    ExpectGolden(save(duration), "time-duration.bin");
+    ExpectGolden(SavedAlone(duration.Get()), "time-duration.bin");
     ULARGE_INTEGER size{};
     EXPECT_EQ(duration.As<IPersistStream>()->GetSizeMax(&size), S_OK);
     EXPECT_EQ(size.QuadPart, ReadGolden("time-duration.bin").size());
-    ForEveryDamage(ReadGolden("time-duration.bin"), [&](const Bytes& damaged) {
+    ForEveryDamage(ReadGolden("time-duration.bin"), [](const Bytes& damaged) {
         const auto loaded = DurationOf(u"PT7S");
         const HRESULT status = loaded.As<IPersistStream>()->Load(StreamOf(damaged).Get());
         if (status == S_OK) {
-            EXPECT_EQ(save(loaded).size(), damaged.size());
+            EXPECT_EQ(SavedAlone(loaded.Get()).size(), damaged.size());
         } else {
             EXPECT_EQ(status, E_FAIL);
             EXPECT_EQ(Text(loaded), "P0DT0H0M7S");
         }
     });
     EXPECT_EQ(Text(Loaded(Saved(duration.Get())).As<ITimeDuration>()), "-P1DT2H3M4.5S");
-    kv::Ptr<IUnknown> copy;
-    EXPECT_EQ(duration.As<IClone>()->Clone(copy.Put()), S_OK);
+    const auto copy = CloneOf(duration);
     EXPECT_EQ(duration->Reset(), S_OK);
-    EXPECT_EQ(Text(copy.As<ITimeDuration>()), "-P1DT2H3M4.5S");
+    EXPECT_EQ(Text(copy), "-P1DT2H3M4.5S");
 }
 
 TEST(TimeDuration, IsWrittenAsXmlAndRead) {
@@ -194,12 +175,14 @@ TEST(TimeDuration, IsWrittenAsXmlAndRead) {
     const std::string document = kv::Utf8(text.View());
     EXPECT_NE(document.find(">" + content + "<"), std::string::npos) << document;
     kv::Ptr<IUnknown> read;
-    EXPECT_EQ(serializer->LoadFromString(text.Get(), read.Put()), S_OK);
-    EXPECT_EQ(Text(read.As<ITimeDuration>()), "-P1DT2H3M4.5S");
+    EXPECT_EQ(Text(AnswerOf(serializer, &IXMLSerializerAlt::LoadFromString, text.Get()).As<ITimeDuration>()),
+              "-P1DT2H3M4.5S");
     std::string empty = document;
     empty.erase(empty.find(content), content.size());
-    EXPECT_EQ(serializer->LoadFromString(Bstr(kv::Utf16(empty)), read.Put()), S_OK);
-    EXPECT_EQ(Text(read.As<ITimeDuration>()), "P0DT0H0M0S") << "what is missing is as in a new one";
+    EXPECT_EQ(
+        Text(AnswerOf(serializer, &IXMLSerializerAlt::LoadFromString, Bstr(kv::Utf16(empty))).As<ITimeDuration>()),
+        "P0DT0H0M0S")
+        << "what is missing is as in a new one";
     std::string wrong = document;
     wrong.replace(wrong.find("500000000"), 9, "1000000000");
     EXPECT_EQ(serializer->LoadFromString(Bstr(kv::Utf16(wrong)), read.Put()), E_INVALIDARG);

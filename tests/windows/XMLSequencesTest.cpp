@@ -79,32 +79,18 @@ std::optional<std::u16string> ReadByPlatform(IStream* stream) {
 
 // ---- The library's own reader
 
-template <class Ask>
-std::u16string Told(Ask ask) {
-    kv::BString text;
-    EXPECT_EQ(ask(text.Put()), S_OK);
-    return std::u16string(text.View());
-}
-
-void AddElement(IXMLReader& reader, sequences::Nodes& nodes) {
-    nodes.Start(Told([&](BSTR* text) { return reader.get_NamespaceURI(text); }),
-                Told([&](BSTR* text) { return reader.get_LocalName(text); }));
-    kv::Ptr<IXMLAttributes> attributes;
-    kv::Ptr<IXMLNamespaces> namespaces;
-    LONG count = 0;
-    EXPECT_EQ(reader.get_Attributes(attributes.Put()), S_OK);
-    EXPECT_EQ(reader.get_Namespaces(namespaces.Put()), S_OK);
-    EXPECT_EQ(attributes->get_Count(&count), S_OK);
-    for (LONG i = 0; i < count; ++i) {
-        nodes.Attribute(Told([&](BSTR* text) { return attributes->GetNamespaceURI(i, text); }),
-                        Told([&](BSTR* text) { return attributes->GetLocalName(i, text); }),
-                        Told([&](BSTR* text) { return attributes->GetValue(i, text); }));
-    }
-    EXPECT_EQ(namespaces->get_Count(&count), S_OK);
-    for (LONG i = 0; i < count; ++i) {
-        nodes.Declaration(Told([&](BSTR* text) { return namespaces->GetPrefix(i, text); }),
-                          Told([&](BSTR* text) { return namespaces->GetURI(i, text); }));
-    }
+void AddElement(IXMLReader* reader, sequences::Nodes& nodes) {
+    nodes.Start(AnswerOf(reader, &IXMLReader::get_NamespaceURI).View(),
+                AnswerOf(reader, &IXMLReader::get_LocalName).View());
+    const auto attributes = AnswerOf(reader, &IXMLReader::get_Attributes);
+    const auto namespaces = AnswerOf(reader, &IXMLReader::get_Namespaces);
+    for (LONG i = 0; i < AnswerOf(attributes, &IXMLAttributes::get_Count); ++i)
+        nodes.Attribute(AnswerOf(attributes, &IXMLAttributes::GetNamespaceURI, i).View(),
+                        AnswerOf(attributes, &IXMLAttributes::GetLocalName, i).View(),
+                        AnswerOf(attributes, &IXMLAttributes::GetValue, i).View());
+    for (LONG i = 0; i < AnswerOf(namespaces, &IXMLNamespaces::get_Count); ++i)
+        nodes.Declaration(AnswerOf(namespaces, &IXMLNamespaces::GetPrefix, i).View(),
+                          AnswerOf(namespaces, &IXMLNamespaces::GetURI, i).View());
 }
 
 std::optional<std::u16string> ReadByLibrary(IStream* stream) {
@@ -114,18 +100,16 @@ std::optional<std::u16string> ReadByLibrary(IStream* stream) {
     VARIANT_BOOL found = VARIANT_TRUE;
     HRESULT status = S_OK;
     while ((status = reader->Read(&found)) == S_OK && found) {
-        movaXMLNodeType type = movaXMLNone;
-        EXPECT_EQ(reader->get_NodeType(&type), S_OK);
-        switch (type) {
+        switch (AnswerOf(reader, &IXMLReader::get_NodeType)) {
             case movaXMLStartElement:
-                AddElement(*reader.Get(), nodes);
+                AddElement(reader.Get(), nodes);
                 break;
             case movaXMLEndElement:
                 nodes.End();
                 break;
             case movaXMLText:
             case movaXMLCData:
-                nodes.Text(Told([&](BSTR* text) { return reader->get_Value(text); }));
+                nodes.Text(AnswerOf(reader, &IXMLReader::get_Value).View());
                 break;
             default:
                 break;
