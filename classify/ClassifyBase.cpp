@@ -1,13 +1,11 @@
 #include "classify/ClassifyBase.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 
 #include "kvcore/BString.h"
 #include "kvcore/CreateInstance.h"
 #include "kvcore/Ptr.h"
-#include "server/Module.h"
 
 namespace mova {
 
@@ -72,12 +70,6 @@ Verdict ClassifierState::Borrow(const VARIANT& values, const VARIANT& frequencie
     if (const Verdict verdict = input.Find(values, frequencies)) return verdict;
     valueCount_ = input.ValueCount();
     return {};
-}
-
-kv::BString MethodNameOf(UINT textId) {
-    std::array<wchar_t, 64> text;  // longer than any method's name
-    const int length = LoadStringW(ThisModule(), textId, text.data(), static_cast<int>(text.size()));
-    return kv::BString({kv::Narrow16(text.data()), static_cast<std::size_t>(length)});
 }
 
 HRESULT MakeClassIdentifier(const CLSID& classId, IUID** identifier) noexcept {

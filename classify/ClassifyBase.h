@@ -3,13 +3,13 @@
 
 #include <movaSystem.h>
 
-#include <string>
 #include <vector>
 
 #include "classify/Histogram.h"
 #include "classify/IntervalBreaks.h"
 #include "classify/NumberArray.h"
 #include "server/Component.h"
+#include "server/NamedMessage.h"
 
 namespace mova {
 
@@ -67,8 +67,6 @@ class ClassifierState {
     std::vector<std::int32_t> frequencies_;
 };
 
-/// @return the text of the library's string table. @throw std::bad_alloc
-kv::BString MethodNameOf(UINT textId);
 /// A new identifier object for a class.
 HRESULT MakeClassIdentifier(const CLSID& classId, IUID** identifier) noexcept;
 
@@ -106,7 +104,7 @@ class ClassifyBase : public Component<Self, Coclass, IClassify, IClassifyGEN, Ot
     STDMETHODIMP get_MethodName(BSTR* name) noexcept final try {
         if (!name) return Base::Refuse(E_POINTER);
         *name = nullptr;
-        *name = MethodNameOf(Self::methodName).Detach();
+        *name = kv::BString(TableMessage(Self::methodName)).Detach();
         return S_OK;
     } catch (...) {
         return CaughtStatus();

@@ -19,7 +19,7 @@ target_compile_options(mova-windows INTERFACE -fno-strict-aliasing -fno-delete-n
 target_link_options(mova-windows INTERFACE -static)
 # What is shipped carries no symbols; they lie beside it, with the lines of the sources, whatever folder was built in.
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
-  target_compile_options(mova-windows INTERFACE -g1 -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+  target_compile_options(mova-windows INTERFACE -g1 -ffile-prefix-map=${CMAKE_SOURCE_DIR}=/movaSystem)
 endif()
 function(mova_separate_symbols target)
   if(CMAKE_BUILD_TYPE STREQUAL "Release")
@@ -60,6 +60,7 @@ add_library(
   kvcore/BlockPool.cpp
   kvcore/CreateInstance.cpp
   kvcore/DateText.cpp
+  kvcore/NumberValue.cpp
   kvcore/RegistryKey.cpp
   kvcore/SafeArray.cpp
   kvcore/Stream.cpp

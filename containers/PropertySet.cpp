@@ -26,14 +26,9 @@ std::optional<std::vector<std::u16string_view>> NamesIn(const VARIANT& value) {
     if (!array || array->Dimensions() != 1) return {};
     std::vector<std::u16string_view> names;
     for (std::size_t i = 0; i < array->Count(); ++i) {
-        const VARIANT element = array->Element(i);
-        if (element.vt == VT_BSTR) {
-            names.push_back(kv::View(element.bstrVal));
-        } else if (element.vt == (VT_BYREF | VT_BSTR) && element.pbstrVal) {
-            names.push_back(kv::View(*element.pbstrVal));
-        } else {
-            return {};
-        }
+        const auto name = kv::TextIn(array->Element(i));
+        if (!name) return {};
+        names.push_back(*name);
     }
     return names;
 }
@@ -232,9 +227,9 @@ STDMETHODIMP PropertySet::Clone(IUnknown** copy) noexcept try {
     const auto clone = kv::Ptr<PropertySet>::Attach(Make());
     clone->properties_.ReserveMore(properties_.Count());
     for (std::size_t i = 0; i < properties_.Count(); ++i) {
-        kv::Variant value;
-        CopyOut(properties_.ValueAt(i), value.Put());
-        clone->properties_.Append(PropertyList::MakeEntry(properties_.NameAt(i), std::move(value)));
+        auto entry = PropertyList::MakeEntry(properties_.NameAt(i), {});
+        CopyOut(properties_.ValueAt(i), entry->value.Put());  // an object that is copied may change this set
+        clone->properties_.Append(std::move(entry));
     }
     *copy = clone.As<IUnknown>().Detach();
     return S_OK;

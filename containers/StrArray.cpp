@@ -1,7 +1,6 @@
 #include "containers/StrArray.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "containers/NameFold.h"
 #include "containers/SystemNames.h"
@@ -13,7 +12,6 @@ namespace {
 
 constexpr std::uint16_t recordVersion = 1;
 constexpr std::u16string_view itemElement = u"Item";
-constexpr std::size_t longestText = std::numeric_limits<std::int32_t>::max() / sizeof(char16_t);  // of a BSTR
 
 }  // namespace
 
@@ -116,7 +114,7 @@ STDMETHODIMP StrArray::Join(BSTR delimiter, BSTR* text) noexcept try {
     const auto between = kv::View(delimiter);
     std::size_t length = elements_.empty() ? 0 : between.size() * (elements_.size() - 1);
     for (const auto& element : elements_) length += element.size();
-    if (length > longestText) return Refuse(E_OUTOFMEMORY);
+    if (length > kv::BString::longest) return Refuse(E_OUTOFMEMORY);
     std::u16string joined;
     joined.reserve(length);
     for (const auto& element : elements_) {
@@ -137,13 +135,9 @@ STDMETHODIMP StrArray::put_Values(VARIANT values) noexcept try {
     for (std::size_t i = 0; i < array->Count(); ++i) {
         const VARIANT element = array->Element(i);
         const VARIANT* const value = kv::Referred(element);
-        if (value && value->vt == VT_BSTR) {
-            texts.emplace_back(kv::View(value->bstrVal));
-        } else if (value && value->vt == (VT_BYREF | VT_BSTR) && value->pbstrVal) {
-            texts.emplace_back(kv::View(*value->pbstrVal));
-        } else {
-            return refuse();
-        }
+        const auto text = value ? kv::TextIn(*value) : std::nullopt;
+        if (!text) return refuse();
+        texts.emplace_back(*text);
     }
     elements_.swap(texts);
     SetDirty();

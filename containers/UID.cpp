@@ -1,12 +1,11 @@
 #include "containers/UID.h"
 
 #include <array>
-#include <atomic>
-#include <limits>
 #include <optional>
 #include <string>
 
 #include "kvcore/Guid.h"
+#include "kvcore/NumberText.h"
 #include "kvcore/TrelCore.h"
 #include "kvcore/Variant.h"
 #include "xml/XmlValues.h"
@@ -23,18 +22,6 @@ constexpr std::size_t longestKeyName = 2048;
 
 constexpr auto noValue = u"The value is neither a text nor an identifier object.";
 constexpr auto badSubtype = u"The subtype must be a whole number from 0 to 2,147,483,647.";
-
-/// A subtype in decimal digits, nothing else around them.
-std::optional<LONG> SubtypeIn(std::u16string_view text) noexcept {
-    if (text.empty()) return {};
-    std::int64_t number = 0;
-    for (const char16_t c : text) {
-        if (c < u'0' || c > u'9') return {};
-        number = number * 10 + (c - u'0');
-        if (number > std::numeric_limits<LONG>::max()) return {};
-    }
-    return static_cast<LONG>(number);
-}
 
 /// A name from its first point on, which is what its class is called in whichever library; empty without a point.
 std::u16string_view BehindLibrary(std::u16string_view name) noexcept {
@@ -102,30 +89,16 @@ std::optional<Identifier> IdentifierIn(IUnknown* object) noexcept {
     return held;
 }
 
-/// Whether the user lets the registry be searched, as it was when it was first asked: constant data, for the guard of a
-/// static in a function would outlive the module.
-bool SearchesRegistry() {
-    enum class Found { notYet, yes, no };
-    static constinit std::atomic<Found> first = Found::notYet;
-    Found found = first.load(std::memory_order_relaxed);
-    if (found == Found::notYet) {
-        const Found now = TrelCore::GetRegFreeFlag() ? Found::no : Found::yes;
-        found = first.compare_exchange_strong(found, now) ? now : found;
-    }
-    return found == Found::yes;
-}
+constinit TrelCore::LastingAnswer registrationFree(TrelCore::GetRegFreeFlag);
 
 }  // namespace
 
 STDMETHODIMP UID::put_Value(VARIANT value) noexcept try {
-    const bool searchesRegistry = SearchesRegistry();
+    const bool searchesRegistry = !registrationFree.Get();
     const VARIANT* held = kv::Referred(value);
     if (!held || ((held->vt & VT_BYREF) && !held->byref)) return Refuse<IUID>(E_INVALIDARG, noValue);
+    if (const auto text = kv::TextIn(*held)) return PutText(*text, searchesRegistry);
     switch (held->vt) {
-        case VT_BSTR:
-            return PutText(kv::View(held->bstrVal), searchesRegistry);
-        case VT_BYREF | VT_BSTR:
-            return PutText(kv::View(*held->pbstrVal), searchesRegistry);
         case VT_UNKNOWN:
         case VT_DISPATCH:
             return PutObject(held->punkVal);
@@ -243,7 +216,7 @@ HRESULT UID::PutObject(IUnknown* object) noexcept {
 HRESULT UID::PutText(std::u16string_view text, bool searchesRegistry) {
     auto subtype = std::optional(subtype_);
     if (const auto colon = text.find(u':'); colon != std::u16string_view::npos) {
-        subtype = SubtypeIn(text.substr(colon + 1));
+        subtype = kv::ReadNatural(text.substr(colon + 1));
         text = text.substr(0, colon);
     }
     if (!subtype) return Refuse<IUID>(E_INVALIDARG, badSubtype);

@@ -8,8 +8,8 @@
 #include "fuzz/Documents.h"
 #include "fuzz/Input.h"
 #include "json/Unescape.h"
-#include "json/Utf8.h"
 #include "kvcore/Utf.h"
+#include "kvcore/Utf8.h"
 
 namespace {
 
@@ -114,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto bytes = fuzz::Text(data + 1, size - 1);
 
     const std::unique_ptr<char16_t[]> units(new char16_t[bytes.size() + 1]);  // exactly: the sanitizer sees more
-    const auto narrow = json::DecodeUtf8(std::as_bytes(std::span(bytes)), units.get());
+    const auto narrow = kv::DecodeUtf8(std::as_bytes(std::span(bytes)), units.get());
     if (narrow) fuzz::Require(kv::Utf16(bytes) == std::u16string_view(units.get(), *narrow), "both decoders agree");
     fuzz::Require(narrow.has_value() == (kv::Utf8(kv::Utf16(bytes)) == bytes), "valid is what comes back");
 

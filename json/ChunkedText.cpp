@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "json/Space.h"
-#include "json/Utf8.h"
+#include "kvcore/Utf8.h"
 
 namespace json {
 namespace {
@@ -111,7 +111,7 @@ void ChunkedText::DecodeUtf16(TextBuffer& text) {
 bool ChunkedText::DecodeAsUtf8(TextBuffer& text, bool isLast) {
     std::span<const std::byte> bytes(bytes_ + decoded_, held_ - decoded_);
     if (!isLast) bytes = bytes.first(bytes.size() - LastCharacter(bytes));
-    const auto units = DecodeUtf8(bytes, text.Room(bytes.size(), textLimit_));
+    const auto units = kv::DecodeUtf8(bytes, text.Room(bytes.size(), textLimit_));
     if (!units) return false;
     text.Add(*units);
     decoded_ += bytes.size();

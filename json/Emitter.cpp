@@ -1,6 +1,5 @@
 #include "json/Emitter.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <new>

@@ -47,11 +47,8 @@ STDMETHODIMP JSONConverter::FromJSONString(BSTR text, IPropertySet* options, VAR
     const auto reader = kv::Ptr<IJSONReader4>::Attach(new JSONReader(nullptr));
     kv::Ptr<IUnknown> json;
     if (HRESULT status = reader->ParseText(text, json.Put()); FAILED(status)) return status;
-    VARIANT parsed{};
-    parsed.vt = VT_UNKNOWN;
-    parsed.punkVal = json.Get();
     kv::Variant value;
-    if (HRESULT status = Decode(parsed, options, value); FAILED(status)) return status;
+    if (HRESULT status = Decode(kv::ObjectValue(json.Get()), options, value); FAILED(status)) return status;
     *made = value.Detach();
     return S_OK;
 } catch (...) {
@@ -66,7 +63,7 @@ STDMETHODIMP JSONConverter::ToObject(BSTR type, IJSONObject* source, IPropertySe
     kv::Variant value;
     ValueDecoder decoder(FlagOption(options, u"UnknownAsJSONObject"));
     const HRESULT status = decoder.Decode(kv::View(type), kv::Ptr<IJSONObject>(source), value);
-    if (FAILED(status)) return Explain(status, decoder);
+    if (FAILED(status)) return decoder.Explain<IJSONConverter>(*this, status);
     if (value.Get().vt != VT_UNKNOWN)
         return Refuse<IJSONTranslator>(E_INVALIDARG, u"The JSON object stands for an array, which is no object.");
     *object = value.Detach().punkVal;
@@ -79,20 +76,14 @@ HRESULT JSONConverter::Encode(const VARIANT& source, kv::Variant& json) const {
     kv::Variant direct;
     if (HRESULT status = direct.Assign(source); FAILED(status)) return Refuse(status);
     ValueEncoder encoder;
-    const HRESULT status = encoder.Encode(direct.Get(), json);
-    return Explain(status, encoder);
+    return encoder.Explain<IJSONConverter>(*this, encoder.Encode(direct.Get(), json));
 }
 
 HRESULT JSONConverter::Decode(const VARIANT& json, IPropertySet* options, kv::Variant& made) const {
     kv::Variant direct;
     if (HRESULT status = direct.Assign(json); FAILED(status)) return Refuse(status);
     ValueDecoder decoder(FlagOption(options, u"UnknownAsJSONObject"));
-    const HRESULT status = decoder.Decode(direct.Get(), made);
-    return Explain(status, decoder);
-}
-
-HRESULT JSONConverter::Explain(HRESULT status, const ValueForms& forms) const {
-    return forms.Fault().empty() ? status : Refuse<IJSONConverter>(status, forms.Fault().c_str());
+    return decoder.Explain<IJSONConverter>(*this, decoder.Decode(direct.Get(), made));
 }
 
 }  // namespace mova

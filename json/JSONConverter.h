@@ -24,8 +24,6 @@ class JSONConverter final : public Component<JSONConverter, ::JSONConverter, IJS
  private:
     HRESULT Encode(const VARIANT& source, kv::Variant& json) const;
     HRESULT Decode(const VARIANT& json, IPropertySet* options, kv::Variant& made) const;
-    /// Says why a conversion failed, where it did.
-    HRESULT Explain(HRESULT status, const ValueForms& forms) const;
 };
 
 }  // namespace mova

@@ -6,20 +6,10 @@
 #include "containers/SystemNames.h"
 #include "json/JSONConverter.h"
 #include "json/TreeLoader.h"
+#include "kvcore/NumberText.h"
 
 namespace mova {
 namespace {
-
-/// The number that a path names an element by; -1 where it is none.
-LONG IndexIn(std::u16string_view text) noexcept {
-    LONGLONG index = 0;
-    for (const char16_t unit : text) {
-        if (unit < u'0' || unit > u'9') return -1;
-        index = index * 10 + (unit - u'0');
-        if (index > std::numeric_limits<LONG>::max()) return -1;
-    }
-    return text.empty() ? -1 : static_cast<LONG>(index);
-}
 
 /// A JSON object or array by its public interface, for walks that do not mind who made it.
 class Node {
@@ -47,22 +37,15 @@ class Node {
             return SUCCEEDED(status) && !found ? S_FALSE : status;
         }
         LONG count = 0;
-        const LONG index = IndexIn(step);
+        const auto index = kv::ReadNatural(step);
         if (HRESULT status = array_->GetCount(&count); FAILED(status)) return status;
-        return index >= 0 && index < count ? array_->GetValue(index, value.Put()) : S_FALSE;
+        return index && *index < count ? array_->GetValue(*index, value.Put()) : S_FALSE;
     }
 
  private:
     kv::Ptr<IJSONObject> object_;
     kv::Ptr<IJSONArray> array_;
 };
-
-VARIANT ObjectValue(IUnknown* object) noexcept {
-    VARIANT value{};
-    value.vt = VT_UNKNOWN;
-    value.punkVal = object;
-    return value;
-}
 
 }  // namespace
 
@@ -166,7 +149,7 @@ STDMETHODIMP JSONObject::GetValueByPath(BSTR path, VARIANT* value, VARIANT_BOOL*
     if (found) *found = VARIANT_FALSE;
     if (!value || !found) return Refuse(E_POINTER);
     kv::Variant reached;
-    if (HRESULT status = reached.Assign(ObjectValue(Controlling())); FAILED(status)) return Refuse(status);
+    if (HRESULT status = reached.Assign(kv::ObjectValue(Controlling())); FAILED(status)) return Refuse(status);
     std::u16string_view rest = kv::View(path);
     while (!rest.empty()) {
         const std::u16string_view step = rest.substr(0, rest.find(u'/'));
@@ -189,7 +172,7 @@ STDMETHODIMP JSONObject::Traverse(IJSONVisitor* visitor) noexcept try {
         LONG next;
     };
     std::vector<Place> open;
-    open.push_back({Node(ObjectValue(Controlling())), 0});
+    open.push_back({Node(kv::ObjectValue(Controlling())), 0});
     while (!open.empty()) {
         LONG count = 0;
         if (HRESULT status = open.back().node.GetCount(&count); FAILED(status)) return status;

@@ -2,7 +2,6 @@
 
 #include <movaJSON.h>
 
-#include <algorithm>
 #include <limits>
 #include <optional>
 

@@ -182,9 +182,7 @@ class WriterSink {
     }
     HRESULT PutForeign(const std::u16string_view* name, const kv::Ptr<IUnknown>& object) {
         const kv::BString held = name ? kv::BString(*name) : kv::BString();
-        VARIANT value{};
-        value.vt = VT_UNKNOWN;
-        value.punkVal = object.Get();
+        const VARIANT value = kv::ObjectValue(object.Get());
         return name ? writer_.WriteVariant(held.Get(), value) : writer_.WriteVariantElement(value);
     }
 
@@ -230,8 +228,7 @@ HRESULT JSONValues::CopyOut(std::uint32_t i, VARIANT* target) {
             if (HRESULT status = ReadStream(stream, object); FAILED(status)) return status;
         }
     }
-    target->vt = VT_UNKNOWN;
-    target->punkVal = object.Detach();
+    *target = kv::ObjectValue(object.Detach());
     return S_OK;
 }
 
@@ -317,12 +314,7 @@ HRESULT JSONValues::WriteText(IPropertySet* options, IUnknown* keeper, BSTR* tex
     if (sink.MetForeign())
         return WriteTextThroughWriter(read.formatted, read.indent, read.maximumDecimals, keeper, text);
     if (FAILED(status)) return Refuse(status);
-    const json::ByteChain& bytes = emitter.Bytes();
-    const std::size_t length = bytes.Utf16Length();
-    if (length > std::numeric_limits<INT>::max() / sizeof(char16_t)) throw std::bad_alloc();
-    *text = SysAllocStringLen(nullptr, static_cast<UINT>(length));
-    if (!*text) throw std::bad_alloc();
-    bytes.CopyTo(reinterpret_cast<char16_t*>(*text));
+    *text = TextOf(emitter.Bytes()).Detach();
     return S_OK;
 }
 

@@ -5,9 +5,9 @@
 #include <limits>
 
 #include "json/ValueForms.h"
-#include "kvcore/BString.h"
 #include "kvcore/JsTime.h"
 #include "kvcore/NumberText.h"
+#include "kvcore/NumberValue.h"
 #include "kvcore/SafeArray.h"
 #include "kvcore/Stream.h"
 #include "xml/XmlValues.h"
@@ -45,37 +45,9 @@ char* FormatWord(char* out, std::string_view word) noexcept {
     return std::copy(word.begin(), word.end(), out);
 }
 
-char* FormatDecimalValue(char* out, const DECIMAL& value) noexcept {
-    return kv::FormatDecimal(out, value.Hi32, value.Lo64, value.scale, value.sign != 0);
-}
-
-/// The integer that a value is, with its sign in the type; nothing for another value.
-std::optional<std::int64_t> IntegerOf(const VARIANT& value) noexcept {
-    switch (value.vt) {
-        case VT_I1:
-            return static_cast<signed char>(value.cVal);
-        case VT_UI1:
-            return value.bVal;
-        case VT_I2:
-            return value.iVal;
-        case VT_UI2:
-            return value.uiVal;
-        case VT_I4:
-        case VT_INT:
-            return value.lVal;
-        case VT_UI4:
-        case VT_UINT:
-            return value.ulVal;
-        case VT_I8:
-            return value.llVal;
-        default:
-            return {};
-    }
-}
-
 /// Writes a value that is neither an array nor an object. @return whether JSON has it
 bool PutScalar(json::Emitter& out, const VARIANT& value) {
-    if (const auto number = IntegerOf(value)) {
+    if (const auto number = kv::IntegerOf(value)) {
         out.Integer(*number);
         return true;
     }
@@ -112,7 +84,8 @@ bool PutScalar(json::Emitter& out, const VARIANT& value) {
             return true;
         case VT_DECIMAL:
             if (value.decVal.scale > kv::greatestScale) return false;
-            out.Formatted(value.decVal, FormatDecimalValue);
+            out.Formatted(value.decVal,
+                          [](char* text, const DECIMAL& number) { return kv::FormatDecimal(text, number); });
             return true;
         default:
             return false;
@@ -121,28 +94,23 @@ bool PutScalar(json::Emitter& out, const VARIANT& value) {
 
 /// The text of a value as XML Schema has it. @return its end; null where the value has none
 char* FormatValueText(char* out, const VARIANT& value) noexcept {
-    if (const auto number = IntegerOf(value)) return kv::FormatInt64(out, *number);
     switch (value.vt) {
         case VT_BOOL:
             return FormatWord(out, value.boolVal ? "true" : "false");
-        case VT_UI8:
-            return kv::FormatUInt64(out, value.ullVal);
-        case VT_R4:
-            return kv::FormatFloat(out, value.fltVal);
-        case VT_R8:
-            return kv::FormatShortest(out, value.dblVal);
         case VT_DATE:
             return xml::FormatDate(out, value.date);
-        case VT_CY:
-            return kv::FormatCurrency(out, value.cyVal.int64);
-        case VT_DECIMAL:
-            return FormatDecimalValue(out, value.decVal);
         default:
-            return nullptr;
+            return kv::FormatNumber(out, value);
     }
 }
 
 }  // namespace
+
+kv::BString TextOf(const json::ByteChain& bytes) {
+    auto text = kv::BString::OfLength(bytes.Utf16Length());
+    bytes.CopyTo(text.Units());
+    return text;
+}
 
 /// Undoes what was begun of a token, unless it is kept.
 class JSONWriter::Attempt {
@@ -282,9 +250,7 @@ STDMETHODIMP JSONWriter::GetMemoryBuffer(VARIANT* bytes) noexcept try {
     if (!bytes) return Refuse(E_POINTER);
     VariantInit(bytes);
     if (output_ != Output::Memory) return S_OK;
-    const std::size_t size = emitter_.Bytes().Size();
-    if (size > std::numeric_limits<ULONG>::max()) return Refuse(E_OUTOFMEMORY);
-    kv::ArrayBuilder copy(VT_UI1, size);
+    kv::ArrayBuilder copy(VT_UI1, emitter_.Bytes().Size());
     emitter_.Bytes().CopyTo(copy.Elements<char>());
     *bytes = copy.Finish().Detach();
     return S_OK;
@@ -459,17 +425,14 @@ STDMETHODIMP JSONWriter::WriteUInt64Element(ULONGLONG number) noexcept {
     return Element([&](json::Emitter& out) { out.Unsigned(number); });
 }
 
-STDMETHODIMP JSONWriter::GetText(BSTR* text) noexcept {
+STDMETHODIMP JSONWriter::GetText(BSTR* text) noexcept try {
     if (!text) return Refuse(E_POINTER);
     *text = nullptr;
     if (output_ != Output::Memory) return S_OK;
-    constexpr std::size_t longest = (std::numeric_limits<UINT>::max() - 64) / sizeof(wchar_t);
-    const std::size_t length = emitter_.Bytes().Utf16Length();
-    if (length > longest) return Refuse(E_OUTOFMEMORY);
-    *text = SysAllocStringLen(nullptr, static_cast<UINT>(length));
-    if (!*text) return Refuse(E_OUTOFMEMORY);
-    emitter_.Bytes().CopyTo(reinterpret_cast<char16_t*>(*text));
+    *text = TextOf(emitter_.Bytes()).Detach();
     return S_OK;
+} catch (...) {
+    return CaughtStatus();
 }
 
 STDMETHODIMP JSONWriter::WriteValueText(BSTR name, VARIANT value) noexcept try {
@@ -534,12 +497,9 @@ HRESULT JSONWriter::PutObject(BSTR name, bool isMember, IUnknown* object) {
     HRESULT status = S_OK;
     kv::Variant converted;
     if (held.As<IPropertySet>() || held.As<IIdentifierExchange>()) {
-        VARIANT value{};
-        value.vt = VT_UNKNOWN;
-        value.punkVal = object;
         ValueEncoder encoder;
-        status = encoder.Encode(value, converted);
-        if (FAILED(status)) return Refuse<IJSONWriter>(status, encoder.Fault().c_str());
+        status = encoder.Encode(kv::ObjectValue(object), converted);
+        if (FAILED(status)) return encoder.Explain<IJSONWriter>(*this, status);
         held = kv::Ptr<IUnknown>(converted.Get().punkVal);
     }
     if (const auto jsonObject = held.As<IJSONObject>()) {

@@ -2,6 +2,7 @@
 
 #include <movaSystem.h>
 #include "json/Emitter.h"
+#include "kvcore/BString.h"
 #include "kvcore/Ptr.h"
 #include "server/Component.h"
 
@@ -106,5 +107,8 @@ class JSONWriter final
     bool limitsDecimals_ = false;
     SHORT maximumDecimals_ = 0;
 };
+
+/// What was written, as one text. @throw std::bad_alloc
+kv::BString TextOf(const json::ByteChain& bytes);
 
 }  // namespace mova

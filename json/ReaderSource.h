@@ -3,7 +3,6 @@
 #include <movaJSONReader.h>
 
 #include "json/TreeLoader.h"
-#include "kvcore/BString.h"
 
 namespace mova {
 

@@ -1,6 +1,7 @@
 #include "json/Scanner.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 #include <limits>

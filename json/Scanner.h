@@ -1,7 +1,6 @@
 // The tokens of JSON text, one after the other.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>

@@ -23,10 +23,9 @@ kv::BString TextOf(const Value& value) {
     if (value.tag.kind == Kind::NoText) return {};
     if (value.tag.kind == Kind::WideText) return kv::BString(value.payload.text->Wide());
     const std::string_view ascii = value.payload.text->Ascii();
-    auto* const text = SysAllocStringLen(nullptr, static_cast<UINT>(ascii.size()));
-    if (!text) throw std::bad_alloc();
-    json::Widen(ascii, reinterpret_cast<char16_t*>(text));
-    return kv::BString::Attach(text);
+    auto text = kv::BString::OfLength(ascii.size());
+    json::Widen(ascii, text.Units());
+    return text;
 }
 
 /// A value as a VARIANT for as long as this lives.
@@ -36,8 +35,7 @@ class Borrowed {
         if (value.tag.kind == Kind::Other) {
             shown_ = static_cast<const kv::Variant*>(value.payload.held)->Get();
         } else if (value.tag.kind == Kind::Held) {
-            shown_.vt = VT_UNKNOWN;
-            shown_.punkVal = static_cast<IUnknown*>(value.payload.held);
+            shown_ = kv::ObjectValue(static_cast<IUnknown*>(value.payload.held));
         } else {
             CopyValue(value, owned_.Put());
             shown_ = owned_.Get();

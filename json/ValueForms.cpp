@@ -11,7 +11,6 @@
 #include "kvcore/Guid.h"
 #include "kvcore/SafeArray.h"
 #include "kvcore/Status.h"
-#include "server/Refusal.h"
 
 namespace mova {
 namespace {
@@ -34,11 +33,8 @@ constexpr int deepest = json::maxDepth / 2;
 /// The greatest whole number up to which a double holds all.
 constexpr LONGLONG exactInDouble = LONGLONG{1} << 53;
 
-kv::Variant ObjectValue(kv::Ptr<IUnknown> object) noexcept {
-    VARIANT value{};
-    value.vt = VT_UNKNOWN;
-    value.punkVal = object.Detach();
-    return kv::Variant::Attach(value);
+kv::Variant ValueOf(kv::Ptr<IUnknown> object) noexcept {
+    return kv::Variant::Attach(kv::ObjectValue(object.Detach()));
 }
 
 /// Adds a text to a new object of ours. @throw std::bad_alloc, for what else could refuse it
@@ -132,6 +128,7 @@ HRESULT ValueForms::Fail(HRESULT status, std::u16string_view name, std::u16strin
 }
 
 HRESULT ValueEncoder::Encode(const VARIANT& value, kv::Variant& json) {
+    Begin();
     return Finish(EncodeValue({}, value, 1, json), [this](const Level& level) { return EncodeProperties(level); });
 }
 
@@ -146,7 +143,7 @@ HRESULT ValueEncoder::EncodeValue(std::u16string_view name, const VARIANT& value
 HRESULT ValueEncoder::EncodeObject(std::u16string_view name, IUnknown& object, int depth, kv::Variant& json) {
     const kv::Ptr<IUnknown> held(&object);
     if (held.As<IJSONObject>() || held.As<IJSONArray>()) {
-        json = ObjectValue(held);
+        json = ValueOf(held);
         return S_OK;
     }
     if (const auto identifier = held.As<IIdentifierExchange>()) return EncodeIdentifier(*identifier.Get(), json);
@@ -157,7 +154,7 @@ HRESULT ValueEncoder::EncodeObject(std::u16string_view name, IUnknown& object, i
     if (HRESULT status = made->CreateJSONObject(kv::BString(itemsKey).Get(), items.Put()); FAILED(status))
         return status;
     if (HRESULT status = Postpone(std::move(set), std::move(items), depth); FAILED(status)) return status;
-    json = ObjectValue(AsUnknown(made));
+    json = ValueOf(AsUnknown(made));
     return S_OK;
 }
 
@@ -171,7 +168,7 @@ HRESULT ValueEncoder::EncodeIdentifier(IIdentifierExchange& identifier, kv::Vari
     if (subtype != 0) {
         if (HRESULT status = made->AddLong(kv::BString(subtypeKey).Get(), subtype); FAILED(status)) return status;
     }
-    json = ObjectValue(AsUnknown(made));
+    json = ValueOf(AsUnknown(made));
     return S_OK;
 }
 
@@ -189,7 +186,7 @@ HRESULT ValueEncoder::EncodeArray(std::u16string_view name, const VARIANT& array
         status = element.vt == VT_BSTR ? elements->AddString(element.bstrVal ? element.bstrVal : kv::BString(u"").Get())
                                        : elements->AddVariant(element);
     }
-    if (SUCCEEDED(status)) json = ObjectValue(AsUnknown(made));
+    if (SUCCEEDED(status)) json = ValueOf(AsUnknown(made));
     return status;
 }
 
@@ -215,10 +212,12 @@ HRESULT ValueEncoder::EncodeProperties(const Level& level) {
 }
 
 HRESULT ValueDecoder::Decode(const VARIANT& json, kv::Variant& value) {
+    Begin();
     return Finish(DecodeValue({}, json, 1, value));
 }
 
 HRESULT ValueDecoder::Decode(std::u16string_view type, const kv::Ptr<IJSONObject>& json, kv::Variant& value) {
+    Begin();
     return Finish(DecodeObject({}, type, json, 1, value));
 }
 
@@ -235,7 +234,7 @@ HRESULT ValueDecoder::DecodeValue(std::u16string_view name, const VARIANT& json,
         return DecodeObject(name, TextOf(*object.Get(), typeKey).View(), object, depth, value);
     if (!held.As<IJSONArray>()) return Fail(E_INVALIDARG, name, u"is neither a scalar nor JSON.");
     if (!keepsUnknown_) return Fail(E_INVALIDARG, name, u"is an array that does not say what it is of.");
-    value = ObjectValue(held);
+    value = ValueOf(held);
     return S_OK;
 }
 
@@ -245,7 +244,7 @@ HRESULT ValueDecoder::DecodeObject(std::u16string_view name, std::u16string_view
     if (SameAsciiName(type, identifierType)) return DecodeIdentifier(name, *object.Get(), value);
     if (!SameAsciiName(type, setType)) {
         if (!keepsUnknown_) return Fail(E_INVALIDARG, name, u"is an object of a type that is not known.");
-        value = ObjectValue(AsUnknown(object));
+        value = ValueOf(AsUnknown(object));
         return S_OK;
     }
     kv::Ptr<IJSONObject> items;
@@ -261,7 +260,7 @@ HRESULT ValueDecoder::DecodeObject(std::u16string_view name, std::u16string_view
     if (found) {
         if (HRESULT status = Postpone(set, std::move(items), depth); FAILED(status)) return status;
     }
-    value = ObjectValue(kv::Ptr<IUnknown>(set.Get()));
+    value = ValueOf(kv::Ptr<IUnknown>(set.Get()));
     return S_OK;
 }
 
@@ -274,7 +273,7 @@ HRESULT ValueDecoder::DecodeIdentifier(std::u16string_view name, IJSONObject& ob
     const GUID identifier = id ? std::bit_cast<GUID>(*id) : GUID{};
     if (!id || !kv::Succeeded(made->SetIdentifier(&identifier, subtype)))
         return Fail(E_INVALIDARG, name, u"is no identifier: it needs a GUID under \"value\".");
-    value = ObjectValue(kv::Ptr<IUnknown>(static_cast<IUID*>(made.Get())));
+    value = ValueOf(kv::Ptr<IUnknown>(static_cast<IUID*>(made.Get())));
     return S_OK;
 }
 

@@ -9,14 +9,18 @@
 
 #include "kvcore/Ptr.h"
 #include "kvcore/Variant.h"
+#include "server/Refusal.h"
 
 namespace mova {
 
 /// Property sets that are still to be converted, so that their nesting takes no stack, and why one could not be.
 class ValueForms {
  public:
-    /// Why the last conversion failed; empty where the status says all.
-    const std::u16string& Fault() const noexcept { return fault_; }
+    /// Says why the conversion failed, unless the object that made it fail has said so itself. @return the status
+    template <class Interface>
+    HRESULT Explain(const Unknown& reporter, HRESULT status) const noexcept {
+        return fault_.empty() ? status : ReportError(reporter, status, 0, fault_.c_str(), __uuidof(Interface));
+    }
 
  protected:
     /// A property set, and the JSON object of its properties.
@@ -26,6 +30,8 @@ class ValueForms {
         int depth;  ///< from 1
     };
 
+    /// Makes room for what the objects of a conversion say of their failures: nothing older is to explain those.
+    static void Begin() noexcept { SetErrorInfo(0, nullptr); }
     /// Converts its properties later. @return E_FAIL where it lies too deep
     HRESULT Postpone(kv::Ptr<IPropertySet> set, kv::Ptr<IJSONObject> items, int depth);
     /// Converts what is postponed, and what that postpones. @param status of the value itself

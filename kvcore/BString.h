@@ -12,19 +12,13 @@ namespace kv {
 /// Owns a length-prefixed wide string; null stands for the empty one.
 class BString {
  public:
+    static constexpr std::size_t longest = std::numeric_limits<std::int32_t>::max() / sizeof(char16_t);  ///< in units
+
     BString() noexcept = default;
     /// A copy. @throw std::bad_alloc where there is no memory for it.
-    explicit BString(std::u16string_view text)
-        : text_(SysAllocStringLen(Wide(text.data()), static_cast<UINT>(text.size()))) {
-        if (!text_) throw std::bad_alloc();
-    }
+    explicit BString(std::u16string_view text) : text_(Allocate(text.data(), text.size())) {}
     /// A text of so many units, yet to be filled in. @throw std::bad_alloc where there is no memory for it.
-    static BString OfLength(std::size_t units) {
-        constexpr std::size_t longest = std::numeric_limits<std::int32_t>::max() / sizeof(char16_t);
-        BString made = Attach(units <= longest ? SysAllocStringLen(nullptr, static_cast<UINT>(units)) : nullptr);
-        if (!made.text_) throw std::bad_alloc();
-        return made;
-    }
+    static BString OfLength(std::size_t units) { return Attach(Allocate(nullptr, units)); }
     BString(BString&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
     BString& operator=(BString&& other) noexcept {
         std::swap(text_, other.text_);
@@ -50,6 +44,11 @@ class BString {
     std::u16string_view View() const noexcept { return kv::View(text_); }
 
  private:
+    static BSTR Allocate(const char16_t* units, std::size_t count) {
+        const BSTR made = count <= longest ? SysAllocStringLen(Wide(units), static_cast<UINT>(count)) : nullptr;
+        return made ? made : throw std::bad_alloc();
+    }
+
     BSTR text_ = nullptr;
 };
 

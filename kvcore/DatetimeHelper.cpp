@@ -1,7 +1,5 @@
 #include "kvcore/DatetimeHelper.h"
 
-#include <cmath>
-
 #include "kvcore/CivilDay.h"
 #include "kvcore/JsTime.h"
 

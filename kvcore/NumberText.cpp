@@ -545,6 +545,16 @@ DigitSpan PutSixteenDigits(char* out, std::uint64_t number) noexcept {
     return {digits.first, digits.end};
 }
 
+std::optional<std::int32_t> ReadNatural(std::u16string_view text) noexcept {
+    std::int64_t number = 0;
+    for (const char16_t unit : text) {
+        if (unit < u'0' || unit > u'9') return {};
+        number = number * 10 + (unit - u'0');
+        if (number > std::numeric_limits<std::int32_t>::max()) return {};
+    }
+    return text.empty() ? std::nullopt : std::optional(static_cast<std::int32_t>(number));
+}
+
 std::int64_t ReadInt64(std::u16string_view text) noexcept {
     constexpr std::uint64_t greatest = std::numeric_limits<std::int64_t>::max();
     bool isNegative = false;

@@ -41,6 +41,9 @@ struct DigitSpan {
 /// Writes sixteen digits, zeros in front among them. @param number below 10^16
 DigitSpan PutSixteenDigits(char* out, std::uint64_t number) noexcept;
 
+/// Reads a whole number in decimal digits, with nothing around them. @return nothing where the text is none, or lies
+/// beyond the greatest one of 32 bits with a sign
+std::optional<std::int32_t> ReadNatural(std::u16string_view text) noexcept;
 /// Reads blanks, a sign and digits up to where they end; without digits it is 0. Beyond the range it is the greatest
 /// or the least number.
 std::int64_t ReadInt64(std::u16string_view text) noexcept;

@@ -1,6 +1,7 @@
 #include "kvcore/SafeArray.h"
 
 #include <cstring>
+#include <limits>
 #include <span>
 #include <utility>
 
@@ -111,7 +112,9 @@ void DestroyArray(SAFEARRAY* array) noexcept {
 }
 
 ArrayBuilder::ArrayBuilder(VARTYPE type, std::size_t count)
-    : array_(SafeArrayCreateVector(type, 0, static_cast<ULONG>(count))), type_(type) {
+    : array_(count <= std::numeric_limits<LONG>::max() ? SafeArrayCreateVector(type, 0, static_cast<ULONG>(count))
+                                                       : nullptr),
+      type_(type) {
     if (!array_) throw std::bad_alloc();
 }
 

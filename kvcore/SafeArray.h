@@ -45,7 +45,7 @@ void DestroyArray(SAFEARRAY* array) noexcept;
 /// A new one-dimensional array from index 0, all elements empty.
 class ArrayBuilder {
  public:
-    /// @throw std::bad_alloc where there is no memory.
+    /// @throw std::bad_alloc where there is no memory, or where there are more elements than indexes.
     ArrayBuilder(VARTYPE type, std::size_t count);
     ~ArrayBuilder() { DestroyArray(array_); }
     ArrayBuilder(const ArrayBuilder&) = delete;

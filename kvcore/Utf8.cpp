@@ -1,11 +1,11 @@
-#include "json/Utf8.h"
+#include "kvcore/Utf8.h"
 
 #include <emmintrin.h>
 
 #include <bit>
 #include <cstdint>
 
-namespace json {
+namespace kv {
 namespace {
 
 constexpr bool Continues(std::uint8_t byte) noexcept {
@@ -70,4 +70,4 @@ std::optional<std::size_t> DecodeUtf8(std::span<const std::byte> bytes, char16_t
     return static_cast<std::size_t>(out - begin);
 }
 
-}  // namespace json
+}  // namespace kv

@@ -4,7 +4,7 @@
 #include <optional>
 #include <span>
 
-namespace json {
+namespace kv {
 
 /// UTF-8 as UTF-16, where all of it is valid: no byte that begins no character, no character cut short or in a longer
 /// form than need be, no surrogates, nothing beyond U+10FFFF. ASCII goes sixteen bytes at a time.
@@ -12,4 +12,4 @@ namespace json {
 /// @return how many units it is; nothing where it is invalid
 std::optional<std::size_t> DecodeUtf8(std::span<const std::byte> bytes, char16_t* out) noexcept;
 
-}  // namespace json
+}  // namespace kv

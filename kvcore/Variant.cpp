@@ -215,6 +215,12 @@ const VARIANT* Referred(const VARIANT& value) noexcept {
     return referred && referred->vt != (VT_BYREF | VT_VARIANT) ? referred : nullptr;
 }
 
+std::optional<std::u16string_view> TextIn(const VARIANT& value) noexcept {
+    if (value.vt == VT_BSTR) return View(value.bstrVal);
+    if (value.vt == (VT_BYREF | VT_BSTR) && value.pbstrVal) return View(*value.pbstrVal);
+    return {};
+}
+
 bool SameValue(const VARIANT& left, const VARIANT& right) {
     std::vector<std::pair<VARIANT, VARIANT>> arrays;  // wait here: their nesting takes no stack
     const auto maySame = [&](const VARIANT& a, const VARIANT& b) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "kvcore/BString.h"
 
 namespace kv {
@@ -75,6 +77,17 @@ bool IsComplete(const DISPPARAMS& parameters) noexcept;
 /// A value that is not a VARIANT reference: what the VT_BYREF | VT_VARIANT of an argument refers to, else the value.
 /// Null for a reference to nothing or to another such reference.
 const VARIANT* Referred(const VARIANT& value) noexcept;
+
+/// The text that a value holds, directly or by reference; nothing where it is no text.
+std::optional<std::u16string_view> TextIn(const VARIANT& value) noexcept;
+
+/// An object as a value, which has the reference that it is handed.
+inline VARIANT ObjectValue(IUnknown* object) noexcept {
+    VARIANT value{};
+    value.vt = VT_UNKNOWN;
+    value.punkVal = object;
+    return value;
+}
 
 /// Whether two values are of one type and hold the same: texts, arrays by bounds and elements, objects by identity;
 /// not-a-number equals itself. References are never the same. @throw std::bad_alloc

@@ -3,6 +3,7 @@
 #include <oledberr.h>
 
 #include <algorithm>
+#include <memory>
 #include <stdexcept>
 
 #include "kvcore/Guid.h"
@@ -25,9 +26,8 @@ CLSID LookupServiceOf(const CLSID& classId) {
 kv::BString ProgIdOf(const CLSID& classId) {
     wchar_t* text = nullptr;
     if (FAILED(ProgIDFromCLSID(classId, &text))) return {};
-    kv::BString progId{std::u16string_view(kv::Narrow16(text))};
-    CoTaskMemFree(text);
-    return progId;
+    const std::unique_ptr<wchar_t, decltype(&CoTaskMemFree)> owned(text, &CoTaskMemFree);
+    return kv::BString(std::u16string_view(kv::Narrow16(text)));
 }
 
 }  // namespace

@@ -18,8 +18,8 @@ extern "C" IMAGE_DOS_HEADER __ImageBase;  // NOLINT: the linker's name for where
 namespace mova {
 namespace {
 
-kv::KvCriticalSection initialisationLock;
-// A pointer, so that a client that is unloaded after this module at the end of the process still finds it.
+// Neither has a destructor: a client that is unloaded after this module, at the end of the process, still finds both.
+constinit kv::StaticLock initialisationLock;
 constinit std::atomic<const ClassDirectory<ClassEntry>*> directory{nullptr};
 
 const ClassDirectory<ClassEntry>& BuildDirectory() {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "kvcore/CriticalSection.h"
 #include "kvcore/Variant.h"
 #include "server/Census.h"
 #include "server/Component.h"
@@ -31,6 +32,8 @@ constexpr int placeShift = 24;
 constexpr DISPID placeMask = 0x0F000000;
 constexpr std::size_t mostPlaces = 16;
 
+constinit kv::StaticLock typeLock;  // of all tear-offs: each takes it once
+
 /// The place of a member's interface; 0 for the first that is fit for automation.
 std::size_t PlaceOf(DISPID member) noexcept {
     return (member & numberedMask) == numbered ? static_cast<std::size_t>((member & placeMask) >> placeShift) : 0;
@@ -49,13 +52,17 @@ TearOff::~TearOff() {
 }
 
 void TearOff::LookForType() noexcept try {
-    for (const InterfaceRow& row : owner_.Interfaces()) {
-        type_ = FindAutomationType(row.id);
-        if (!type_) continue;
-        target_ = row.pointer(&owner_);
-        break;
-    }
-    lookedForType_ = true;
+    const auto interfaces = owner_.Interfaces();
+    kv::Ptr<ITypeInfo> type;
+    const auto found = std::find_if(interfaces.begin(), interfaces.end(), [&](const InterfaceRow& row) {
+        type = FindAutomationType(row.id);
+        return static_cast<bool>(type);
+    });
+    const kv::KvAutoLock lock(typeLock);  // more than one thread may ask an object for its interfaces
+    if (lookedForType_) return;
+    if (type) target_ = found->pointer(&owner_);
+    type_ = std::move(type);
+    lookedForType_.store(true, std::memory_order_release);
 } catch (...) {
     return;  // for lack of memory; the next one who asks tries again
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include <movaServer.h>
 #include "kvcore/Ptr.h"
 #include "server/Unknown.h"
@@ -49,7 +51,7 @@ class TearOff final : public ISupportErrorInfo, public IClassID, public IDispatc
  private:
     /// Whether automation can call the owner, which the type library is asked for once.
     bool HasType() noexcept {
-        if (!lookedForType_) [[unlikely]]
+        if (!lookedForType_.load(std::memory_order_acquire)) [[unlikely]]
             LookForType();
         return static_cast<bool>(type_);
     }
@@ -57,9 +59,9 @@ class TearOff final : public ISupportErrorInfo, public IClassID, public IDispatc
 
     Unknown& owner_;
     const bool reportsErrors_;
-    bool lookedForType_ = false;
-    kv::Ptr<ITypeInfo> type_;  ///< of the first interface that is fit for automation
-    void* target_ = nullptr;   ///< that interface, in the owner
+    std::atomic<bool> lookedForType_ = false;  ///< what follows is set before it is, and then never again
+    kv::Ptr<ITypeInfo> type_;                  ///< of the first interface that is fit for automation
+    void* target_ = nullptr;                   ///< that interface, in the owner
 };
 
 }  // namespace mova

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
-#include <string_view>
 
 #include "kvcore/BString.h"
 #include "kvcore/Stream.h"

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 
 #include "kvcore/BlockPool.h"
 #include "kvcore/Platform.h"

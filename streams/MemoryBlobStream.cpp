@@ -17,7 +17,6 @@ STDMETHODIMP MemoryBlobStream::get_Bytes(VARIANT* bytes) noexcept try {
     if (!bytes) return Refuse(E_POINTER);
     VariantInit(bytes);
     const std::span<std::byte> content = content_.Bytes();
-    if (content.size() > std::numeric_limits<ULONG>::max()) return Refuse(E_OUTOFMEMORY);
     kv::ArrayBuilder copy(VT_UI1, content.size());
     std::copy(content.begin(), content.end(), copy.Elements<std::byte>());
     *bytes = copy.Finish().Detach();

@@ -1,11 +1,9 @@
 #include "time/Time.h"
 
 #include <array>
-#include <atomic>
 #include <bit>
 
 #include "kvcore/DatetimeHelper.h"
-#include "kvcore/RegistryKey.h"
 #include "kvcore/TrelCore.h"
 #include "time/IsoText.h"
 #include "time/TimeRefusals.h"
@@ -43,27 +41,7 @@ constexpr std::array<Field, 6> shortFields = {{
     {u"Second", &DateTime::second},
 }};
 
-/// The reader of XML texts that the user wants. @throw std::bad_alloc
-calendar::IsoReader* WantedReader() {
-    constexpr auto settingName = u"UseOldSetFromXMLTimeString";
-    const auto settings = kv::RegistryKey::Open(HKEY_CURRENT_USER, TrelCore::settingsKey);
-    const bool wantsOlder = settings && settings.Number(settingName).value_or(0) != 0;
-    return wantsOlder ? &calendar::ScanIsoText : &calendar::MatchIsoText;
-}
-
-/// The reader that all threads use: what the first one found. What the language has for this leaves a thread-local
-/// index behind in a module that is unloaded.
-constinit std::atomic<calendar::IsoReader*> chosenReader = nullptr;
-
-/// @throw std::bad_alloc, and the next time it is tried again
-calendar::IsoReader& ChosenReader() {
-    calendar::IsoReader* chosen = chosenReader;
-    if (!chosen) {
-        calendar::IsoReader* const wanted = WantedReader();
-        if (chosenReader.compare_exchange_strong(chosen, wanted)) chosen = wanted;
-    }
-    return *chosen;
-}
+constinit TrelCore::LastingAnswer usesOlderReader(TrelCore::WantsOlderTimeReader);
 
 }  // namespace
 
@@ -134,7 +112,8 @@ STDMETHODIMP Time::QueryXMLTimeString(ITimeReference* reference, BSTR* text) noe
 
 STDMETHODIMP Time::SetFromXMLTimeString(BSTR text, LONG* offset) noexcept try {
     if (offset) *offset = 0;
-    const auto parts = ChosenReader()(kv::View(text));
+    calendar::IsoReader& read = usesOlderReader.Get() ? calendar::ScanIsoText : calendar::MatchIsoText;
+    const auto parts = read(kv::View(text));
     if (!parts) return Refuse<ITime>(E_INVALIDARG, u"The text is not an ISO 8601 date and time.");
     const auto fields = calendar::TimeOf(*parts);
     if (!fields) return Refuse<ITime>(E_INVALIDARG, noTime);

@@ -112,11 +112,10 @@ class DocumentReader : public Component<Self, Coclass, Main, IReadsNodes> {
         if (IsBusy()) return RefuseBusy();
         if (Type() != xml::NodeType::startElement)
             return Base::template Refuse<IXMLReader>(E_UNEXPECTED, u"The reader is not on a start tag.");
-        constexpr std::size_t most = std::numeric_limits<LONG>::max() / sizeof(char16_t);
         std::u16string gathered;
         const HRESULT status = MoveToEnd([&](const xml::PullParser& parser) {
             if (parser.Type() != xml::NodeType::text && parser.Type() != xml::NodeType::cdata) return;
-            if (parser.Text().size() > most - gathered.size()) throw std::bad_alloc();
+            if (parser.Text().size() > kv::BString::longest - gathered.size()) throw std::bad_alloc();
             gathered += parser.Text();
         });
         if (SUCCEEDED(status)) *text = kv::BString(gathered).Detach();

@@ -4,8 +4,8 @@
 #include <bit>
 #include <cstring>
 
-#include "json/Utf8.h"
 #include "kvcore/Utf.h"
+#include "kvcore/Utf8.h"
 #include "xml/XmlValues.h"
 
 namespace xml {
@@ -65,7 +65,7 @@ std::optional<std::u16string> FromUtf16(std::span<const std::byte> bytes, bool i
 
 std::optional<std::u16string> FromUtf8(std::span<const std::byte> bytes) {
     std::u16string text(bytes.size(), u'\0');
-    const auto units = json::DecodeUtf8(bytes, text.data());
+    const auto units = kv::DecodeUtf8(bytes, text.data());
     if (!units) return {};
     text.resize(*units);
     return text;

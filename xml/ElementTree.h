@@ -70,7 +70,6 @@ class ElementTree {
         open_.resize(openCount);
     }
     std::size_t OpenCount() const noexcept { return open_.size(); }
-    Index Innermost() const noexcept { return open_.back(); }
 
     /// Room for so many characters, for as long as the tree lives. @throw std::bad_alloc
     char16_t* Take(std::size_t length);

@@ -1,14 +1,14 @@
 #include "xml/GraphReader.h"
 
-#include <algorithm>
-#include <array>
 #include <cstring>
 #include <limits>
 
 #include "kvcore/Guid.h"
+#include "kvcore/NumberValue.h"
 #include "kvcore/SafeArray.h"
 #include "server/HoldsObjects.h"
 #include "xml/Base64.h"
+#include "xml/ByteArrays.h"
 #include "xml/ReaderNodes.h"
 #include "xml/SerializeData.h"
 #include "xml/ValueTypes.h"
@@ -46,13 +46,6 @@ bool Take(const std::optional<Number>& read, auto& number) noexcept {
     return read.has_value();
 }
 
-bool DecodeBase64(std::u16string_view text, std::vector<std::byte>& bytes) {
-    bytes.resize(xml::BytesOfBase64(text));
-    const auto size = xml::ReadBase64(bytes.data(), text);
-    bytes.resize(size.value_or(0));
-    return size.has_value();
-}
-
 /// Takes what there is up to white space from the front of a text.
 std::u16string_view TakeWord(std::u16string_view& text) noexcept {
     text = xml::WithoutBlanks(text);
@@ -64,10 +57,7 @@ std::u16string_view TakeWord(std::u16string_view& text) noexcept {
 bool TakeDecimal(std::u16string_view text, DECIMAL& number) noexcept {
     const auto read = xml::ReadDecimal(text);
     if (!read) return false;
-    number.Hi32 = read->high;
-    number.Lo64 = read->low;
-    number.scale = static_cast<BYTE>(read->scale);
-    number.sign = read->isNegative ? DECIMAL_NEG : 0;
+    kv::SetDecimal(number, read->high, read->low, read->scale, read->isNegative);
     return true;
 }
 
@@ -141,9 +131,9 @@ HRESULT GraphReader::ReadNewObject(Index element, kv::Ptr<IUnknown>& object) {
     if (!serialized) return data_->Explain(E_FAIL, notXml);
     const GraphDepth depth(depth_);
     if (depth.IsTooDeep()) return data_->Explain(E_FAIL, tooDeep);
+    const SerializeData::Turn turn(*data_.Get(), *this, element);
     Identified* const known =
         tree_[element].id.empty() ? nullptr : &identified_.insert({element, {made, S_OK}}).first->second;
-    const SerializeData::Turn turn(*data_.Get(), *this, element);
     if (HRESULT status = serialized->Deserialize(data_.Get()); FAILED(status)) {
         if (known) known->status = status;
         return status;
@@ -178,8 +168,7 @@ HRESULT GraphReader::ReadValue(Index element, kv::Variant& value) {
         made.vt = VT_DISPATCH;
         made.pdispVal = dispatch.Detach();
     } else {
-        made.vt = VT_UNKNOWN;
-        made.punkVal = object.Detach();
+        made = kv::ObjectValue(object.Detach());
     }
     value = kv::Variant::Attach(made);
     return S_OK;
@@ -263,22 +252,21 @@ HRESULT GraphReader::ReadText(Index element, kv::BString& text) {
         text = kv::BString(read.text);
         return S_OK;
     }
-    std::vector<std::byte> bytes;
-    if (!DecodeBase64(read.text, bytes)) return data_->Explain(E_INVALIDARG, noValue);
-    if (bytes.size() > std::numeric_limits<INT>::max()) throw std::bad_alloc();
+    std::vector<std::byte> bytes(xml::BytesOfBase64(read.text));
+    const auto size = xml::ReadBase64(bytes.data(), read.text);
+    if (!size) return data_->Explain(E_INVALIDARG, noValue);
+    if (*size > std::numeric_limits<INT>::max()) throw std::bad_alloc();
     text = kv::BString::Attach(
-        SysAllocStringByteLen(reinterpret_cast<const char*>(bytes.data()), static_cast<UINT>(bytes.size())));
+        SysAllocStringByteLen(reinterpret_cast<const char*>(bytes.data()), static_cast<UINT>(*size)));
     if (!text.Get()) throw std::bad_alloc();
     return S_OK;
 }
 
 HRESULT GraphReader::ReadBytes(Index element, kv::Variant& bytes) {
     const std::u16string_view text = tree_[element].text;
-    std::vector<std::byte> decoded;
-    if (!DecodeBase64(text, decoded)) return data_->Explain(E_INVALIDARG, noValue);
-    kv::ArrayBuilder array(VT_UI1, decoded.size());
-    std::copy(decoded.begin(), decoded.end(), array.Elements<std::byte>());
-    bytes = array.Finish();
+    auto made = mova::ReadBytes(text, xml::BytesOfBase64(text), xml::ReadBase64);
+    if (!made) return data_->Explain(E_INVALIDARG, noValue);
+    bytes = *std::move(made);
     return S_OK;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "kvcore/BString.h"
+#include "kvcore/NumberValue.h"
 #include "xml/Base64.h"
 #include "xml/SerializeData.h"
 #include "xml/TreeWriter.h"
@@ -143,45 +144,16 @@ void GraphWriter::SetType(Index element, std::u16string_view name, bool isOwn) n
 }
 
 HRESULT GraphWriter::FillPlain(Index element, const VARIANT& value) {
-    const auto fillInteger = [&](std::int64_t number) {
-        return FillFormatted(element, [&](char* out) { return kv::FormatInt64(out, number); });
-    };
     switch (value.vt) {
+        case VT_EMPTY:
+        case VT_UNKNOWN:  // no object
+        case VT_DISPATCH:
+            return S_OK;
         case VT_BOOL:
             tree_[element].text = value.boolVal ? u"true" : u"false";
             return S_OK;
-        case VT_I1:
-            return fillInteger(value.cVal);
-        case VT_UI1:
-            return fillInteger(value.bVal);
-        case VT_I2:
-            return fillInteger(value.iVal);
-        case VT_UI2:
-            return fillInteger(value.uiVal);
-        case VT_I4:
-        case VT_INT:
         case VT_ERROR:
-            return fillInteger(value.lVal);
-        case VT_UI4:
-        case VT_UINT:
-            return fillInteger(value.ulVal);
-        case VT_I8:
-            return fillInteger(value.llVal);
-        case VT_UI8:
-            return FillFormatted(element, [&](char* out) { return kv::FormatUInt64(out, value.ullVal); });
-        case VT_R4:
-            return FillFormatted(element, [&](char* out) { return kv::FormatFloat(out, value.fltVal); });
-        case VT_R8:
-            return FillFormatted(element, [&](char* out) { return kv::FormatShortest(out, value.dblVal); });
-        case VT_CY:
-            return FillFormatted(element, [&](char* out) { return kv::FormatCurrency(out, value.cyVal.int64); });
-        case VT_DECIMAL: {
-            const HRESULT status = FillFormatted(element, [&](char* out) {
-                const DECIMAL& number = value.decVal;
-                return kv::FormatDecimal(out, number.Hi32, number.Lo64, number.scale, number.sign != 0);
-            });
-            return SUCCEEDED(status) ? status : data_->Explain(status, unwritable);
-        }
+            return FillFormatted(element, [&](char* out) { return kv::FormatInt64(out, value.scode); });
         case VT_DATE:
             if (SUCCEEDED(FillFormatted(element, [&](char* out) { return FormatExactDate(out, value.date); })))
                 return S_OK;
@@ -194,8 +166,10 @@ HRESULT GraphWriter::FillPlain(Index element, const VARIANT& value) {
                 FillEncodedText(element, value.bstrVal, SysStringByteLen(value.bstrVal));
             }
             return S_OK;
-        default:
-            return S_OK;
+        default: {
+            const HRESULT status = FillFormatted(element, [&](char* out) { return kv::FormatNumber(out, value); });
+            return SUCCEEDED(status) ? status : data_->Explain(status, unwritable);
+        }
     }
 }
 

@@ -37,8 +37,13 @@ SerializeData::Turn::Turn(SerializeData& data, GraphReader& reader, Index elemen
       firstChild_(data.firstChild_) {
     const xml::ElementTree& tree = reader.Tree();
     const std::size_t first = data.children_.size();
-    for (Index i = xml::ElementTree::FirstIn(element); i < tree[element].end; i = tree[i].end)
-        data.children_.push_back(i);
+    try {
+        for (Index i = xml::ElementTree::FirstIn(element); i < tree[element].end; i = tree[i].end)
+            data.children_.push_back(i);
+    } catch (...) {
+        data.children_.resize(first);
+        throw;
+    }
     data.firstChild_ = first;
     data.writer_ = nullptr;
     data.reader_ = &reader;

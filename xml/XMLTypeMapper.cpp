@@ -8,6 +8,7 @@
 #include "kvcore/BString.h"
 #include "kvcore/Guid.h"
 #include "kvcore/NumberText.h"
+#include "kvcore/NumberValue.h"
 #include "xml/Base64.h"
 #include "xml/ByteArrays.h"
 #include "xml/XmlNames.h"
@@ -192,11 +193,7 @@ STDMETHODIMP XMLTypeMapper::TextToDecimal(BSTR text, DECIMAL* number) noexcept {
     if (!number) return Refuse(E_POINTER);
     const auto read = xml::ReadDecimal(kv::View(text));
     const xml::Decimal decimal = read.value_or(xml::Decimal{});
-    // The reserved word stays: in a VARIANT it is the type.
-    number->scale = static_cast<BYTE>(decimal.scale);
-    number->sign = decimal.isNegative ? DECIMAL_NEG : 0;
-    number->Hi32 = decimal.high;
-    number->Lo64 = decimal.low;
+    kv::SetDecimal(*number, decimal.high, decimal.low, decimal.scale, decimal.isNegative);
     return read ? S_OK : Refuse<IXMLTypeMapper2>(E_INVALIDARG, noDecimal);
 }
 
@@ -205,9 +202,7 @@ STDMETHODIMP XMLTypeMapper::DecimalToText(DECIMAL number, BSTR* text) noexcept {
     *text = nullptr;
     if (number.scale > kv::greatestScale || (number.sign & ~DECIMAL_NEG) != 0)
         return Refuse<IXMLTypeMapper2>(E_INVALIDARG, badDecimal);
-    return HandOutText(text, [&](char* out) {
-        return kv::FormatDecimal(out, number.Hi32, number.Lo64, number.scale, number.sign != 0);
-    });
+    return HandOutText(text, [&](char* out) { return kv::FormatDecimal(out, number); });
 }
 
 template <class Read>
@@ -215,17 +210,9 @@ HRESULT XMLTypeMapper::HandOutBytes(std::u16string_view text, std::size_t most, 
                                     const char16_t* reason) const noexcept try {
     if (!bytes) return Refuse(E_POINTER);
     VariantInit(bytes);
-    kv::ArrayBuilder room(VT_UI1, most);
-    auto* const begin = room.Elements<std::byte>();
-    const std::optional<std::size_t> count = read(begin, text);
-    if (!count) return Refuse<IXMLTypeMapper2>(E_INVALIDARG, reason);
-    if (*count == most) {
-        *bytes = room.Finish().Detach();
-    } else {
-        kv::ArrayBuilder fewer(VT_UI1, *count);
-        std::copy_n(begin, *count, fewer.Elements<std::byte>());
-        *bytes = fewer.Finish().Detach();
-    }
+    auto made = ReadBytes(text, most, read);
+    if (!made) return Refuse<IXMLTypeMapper2>(E_INVALIDARG, reason);
+    *bytes = made->Detach();
     return S_OK;
 } catch (...) {
     return CaughtStatus();

@@ -1,7 +1,6 @@
 #include "xml/XmlValues.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 
 #include "kvcore/CivilDay.h"

@@ -6,7 +6,7 @@
 
 #include <movaJSON.h>
 #include "json/Space.h"
-#include "json/Utf8.h"
+#include "kvcore/Utf8.h"
 #include "tests/windows/StreamSupport.h"
 
 namespace mova::test {
@@ -595,7 +595,7 @@ TEST(JSONReader, TakesWhiteSpaceAndUtf8AsThePlatformDoes) {
         if (bytes.empty()) continue;
         std::u16string units(bytes.size(), u'\0');
         std::u16string expected(bytes.size(), u'\0');
-        const auto decoded = json::DecodeUtf8(std::as_bytes(std::span(bytes)), units.data());
+        const auto decoded = kv::DecodeUtf8(std::as_bytes(std::span(bytes)), units.data());
         const int length =
             MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), static_cast<int>(bytes.size()),
                                 kv::Wide(expected.data()), static_cast<int>(expected.size()));

@@ -59,11 +59,11 @@ class Sparse {
     std::array<Operation, 50> operations_;
 };
 
-/// An identifier that calls a writer when it is written.
+/// An identifier that calls another object when it is written.
 struct Identifier final : Local<IIdentifierExchange> {
-    STDMETHODIMP GetIdentifier(GUID*, LONG*) noexcept override { return call(), S_OK; }
+    STDMETHODIMP GetIdentifier(GUID*, LONG*) noexcept override { return call(); }
     STDMETHODIMP SetIdentifier(const GUID*, LONG) noexcept override { return E_NOTIMPL; }
-    std::function<void()> call;
+    std::function<HRESULT()> call;
 };
 
 /// An object of a client's own that does the same when it is written and when it is read.
@@ -283,9 +283,13 @@ TEST(Refusals, OfJSONReadersAndWriters) {
     const auto writer = New<IJSONWriter4>(u"JSONWriter"), object = New<IJSONWriter4>(u"JSONWriter");
     LONG number = 0;
     HRESULT answer = S_OK;
-    Identifier resetting, starting;
-    resetting.call = [&] { answer = writer->Reset(); };
-    starting.call = [&] { EXPECT_EQ(writer->StartArray(nullptr), S_OK); };
+    Identifier resetting, starting, telling, silent;
+    resetting.call = [&] { return answer = writer->Reset(), S_OK; };
+    starting.call = [&] { return writer->StartArray(nullptr); };
+    telling.call = [&] { return object->StartObject(nullptr); };
+    silent.call = [] { return E_FAIL; };
+    const auto converter = New<IJSONConverter>(u"JSONConverter");
+    kv::Variant made;
     for (const auto& reader : {letter, shorter}) EXPECT_EQ(reader->ReadNext(), S_OK);
     EXPECT_EQ(shorter->SaveBookmark(nullptr), S_OK);
     EXPECT_EQ(shorter->ReadFromString(Bstr(u"[]")), S_OK);
@@ -312,6 +316,11 @@ TEST(Refusals, OfJSONReadersAndWriters) {
          [&] { return writer->StartArray(nullptr), writer->WriteVariantElement(Value(&resetting).Get()), answer; }},
         {U, writers("The object did not end what it began."),
          [&] { return writer->WriteVariantElement(Value(&starting).Get()); }},
+        {U, writers("A member must have a name."), [&] { return writer->WriteVariantElement(Value(&telling).Get()); }},
+        {F, "", [&] { return writer->WriteVariantElement(Value(&silent).Get()); }},
+        {U, writers("A member must have a name."),
+         [&] { return converter->ValueToJSON(Value(&telling).Get(), made.Put()); }},
+        {F, "", [&] { return converter->ValueToJSON(Value(&silent).Get(), made.Put()); }},
     });
 }
 

@@ -1,7 +1,6 @@
 #include "tools/reference/TypeReader.h"
 
 #include <algorithm>
-#include <memory>
 #include <stdexcept>
 
 #include "kvcore/BString.h"
