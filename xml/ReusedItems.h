@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string>
+#include <string_view>
 #include <vector>
+
+#include "kvcore/MoveBytes.h"
 
 namespace xml {
 
@@ -35,5 +39,14 @@ class ReusedItems {
     std::vector<Item> items_;
     std::size_t count_ = 0;
 };
+
+/// Gives a text that is filled in again and again its next units, which often are as many as those before.
+inline void Refill(std::u16string& text, std::u16string_view units) {
+    if (text.size() == units.size()) {
+        kv::MoveBytes(text.data(), units.data(), units.size() * sizeof(char16_t));
+    } else {
+        text = units;
+    }
+}
 
 }  // namespace xml

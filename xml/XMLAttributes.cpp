@@ -47,9 +47,9 @@ STDMETHODIMP XMLAttributes::AddAttribute(BSTR namespaceURI, BSTR localName, BSTR
     if (name.empty()) return Refuse<IXMLAttributes>(E_INVALIDARG, nameless);
     if (IndexOf(uri, name) >= 0) return Refuse<IXMLAttributes>(E_INVALIDARG, comesAgain);
     Item& item = items_.Next();
-    item.uri = uri;
-    item.name = name;
-    item.value = kv::View(attributeValue);
+    xml::Refill(item.uri, uri);
+    xml::Refill(item.name, name);
+    xml::Refill(item.value, kv::View(attributeValue));
     items_.Keep();
     return S_OK;
 } catch (...) {

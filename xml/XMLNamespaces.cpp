@@ -40,8 +40,8 @@ STDMETHODIMP XMLNamespaces::AddNamespace(BSTR prefix, BSTR namespaceURI) noexcep
     if (IndexOfFirst(items_, [&](const Item& item) { return item.prefix == name; }) >= 0)
         return Refuse<IXMLNamespaces>(E_INVALIDARG, comesAgain);
     Item& item = items_.Next();
-    item.prefix = name;
-    item.uri = uri;
+    xml::Refill(item.prefix, name);
+    xml::Refill(item.uri, uri);
     items_.Keep();
     return S_OK;
 } catch (...) {

@@ -85,14 +85,10 @@ STDMETHODIMP XMLWriter::get_OutputStream(IStream** stream) noexcept {
 
 // Elements
 
-/// Takes what a collection holds: all at once where it is one of ours, else text by text.
-template <class Own, class Collection, class Part, class... Getters>
-HRESULT XMLWriter::Gather(Collection& collection, std::vector<Part>& parts, Getters... getters) {
+/// Takes what a collection of another maker holds, text by text.
+template <class Collection, class Part, class... Getters>
+HRESULT XMLWriter::GatherForeign(Collection& collection, std::vector<Part>& parts, Getters... getters) {
     const kv::Ptr<Collection> held(&collection);
-    if (const auto own = held.template As<Own>()) {
-        own->AppendTo(parts);
-        return S_OK;
-    }
     LONG count = 0;
     if (HRESULT status = collection.get_Count(&count); FAILED(status)) return status;
     for (LONG i = 0; i < count; ++i) {
@@ -130,23 +126,21 @@ STDMETHODIMP XMLWriter::StartElement(BSTR name, BSTR namespaceURI, IXMLAttribute
         declarations_.clear();
         texts_.clear();
         if (kv::View(name).empty()) return StatusOf(xml::Refusal::Nameless);
-        const auto gatherAttributes = [&] {
-            return Gather<IHoldsAttributes>(*attributes, attributes_, &IXMLAttributes::GetNamespaceURI,
-                                            &IXMLAttributes::GetLocalName, &IXMLAttributes::GetValue);
-        };
-        // Those of another make come first: while they are called, they may change ours.
-        const bool areForeign = attributes && !kv::Ptr<IXMLAttributes>(attributes).As<IHoldsAttributes>();
-        if (areForeign) {
-            if (HRESULT status = gatherAttributes(); FAILED(status)) return status;
-        }
-        if (namespaces) {
-            const HRESULT status = Gather<IHoldsNamespaces>(*namespaces, declarations_, &IXMLNamespaces::GetPrefix,
-                                                            &IXMLNamespaces::GetURI);
+        // Those of other makers come first: while they are called, they may change ours.
+        const auto ownAttributes = kv::Ptr<IXMLAttributes>(attributes).As<IHoldsAttributes>();
+        const auto ownNamespaces = kv::Ptr<IXMLNamespaces>(namespaces).As<IHoldsNamespaces>();
+        if (attributes && !ownAttributes) {
+            const HRESULT status = GatherForeign(*attributes, attributes_, &IXMLAttributes::GetNamespaceURI,
+                                                 &IXMLAttributes::GetLocalName, &IXMLAttributes::GetValue);
             if (FAILED(status)) return status;
         }
-        if (attributes && !areForeign) {
-            if (HRESULT status = gatherAttributes(); FAILED(status)) return status;
+        if (namespaces && !ownNamespaces) {
+            const HRESULT status =
+                GatherForeign(*namespaces, declarations_, &IXMLNamespaces::GetPrefix, &IXMLNamespaces::GetURI);
+            if (FAILED(status)) return status;
         }
+        if (ownNamespaces) ownNamespaces->AppendTo(declarations_);
+        if (ownAttributes) ownAttributes->AppendTo(attributes_);
         return StatusOf(emitter_.StartElement(kv::View(name), kv::View(namespaceURI), attributes_, declarations_,
                                               empty != VARIANT_FALSE));
     });

@@ -59,8 +59,8 @@ class XMLWriter final : public Component<XMLWriter, ::XMLWriter, Generations<IXM
     /// Writes a value's text. @param format char*(char*), which writes at most kv::numberTextSize characters
     template <class Format>
     HRESULT WriteValue(Format format) noexcept;
-    template <class Own, class Collection, class Part, class... Getters>
-    HRESULT Gather(Collection& collection, std::vector<Part>& parts, Getters... getters);
+    template <class Collection, class Part, class... Getters>
+    HRESULT GatherForeign(Collection& collection, std::vector<Part>& parts, Getters... getters);
     HRESULT StatusOf(xml::Refusal refusal) const noexcept;
 
     xml::Emitter emitter_{*this};
