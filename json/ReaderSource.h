@@ -13,6 +13,7 @@ class ReaderSource {
 
     json::Token Current() noexcept;
     bool Advance() noexcept { return Went(reader_.ReadNext()); }
+    bool Enter(json::TreeBuilder&) noexcept { return Advance(); }
     bool TakeName(json::TreeBuilder& builder);
     bool TakeScalar(json::TreeBuilder& builder, json::Value& value);
 

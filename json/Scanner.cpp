@@ -6,17 +6,12 @@
 #include <cstring>
 #include <limits>
 
-#include "json/Space.h"
-#include "json/Units.h"
 #include "kvcore/NumberText.h"
 
 namespace json {
 namespace {
 
 constexpr auto states = static_cast<std::size_t>(State::EndOfArray) + 1;
-
-/// Where so much text follows, a delimiter and two blocks of units behind it are in it.
-constexpr std::ptrdiff_t farFromEnd = 2 * Units::count + 2;
 
 /// What the first character of a token says.
 enum class Kind : std::uint8_t {
@@ -84,10 +79,6 @@ constexpr bool IsWaiting(State state) noexcept {
            state == State::InArrayValueDelimiter;
 }
 
-constexpr bool EndsScalar(char16_t unit) noexcept {
-    return unit == u',' || unit == u']' || unit == u'}' || IsSpace(unit);
-}
-
 constexpr bool IsDigit(char16_t unit) noexcept {
     return unit >= u'0' && unit <= u'9';
 }
@@ -129,24 +120,6 @@ Word WordOf(std::u16string_view text) noexcept {
     if (text.size() == 5) return four == FourUnits(u"fals") && isLetter(4, u'e') ? Word::isFalse : Word::none;
     if (four == FourUnits(u"true")) return Word::isTrue;
     return four == FourUnits(u"null") ? Word::isNull : Word::none;
-}
-
-/// The length of a plain number that is shorter than two blocks of units, which must be there: digits, perhaps a minus
-/// in front and a point between them. 0 where it is none, or something else than a delimiter follows.
-inline std::ptrdiff_t PlainNumberLength(const char16_t* text) noexcept {
-    const unsigned minus = *text == u'-' ? 1 : 0;
-    unsigned others = ~(Units(text).Digits() | Units(text + Units::count).Digits() << Units::count) & ~minus;
-    if (others == 0) return 0;
-    const auto whole = static_cast<unsigned>(std::countr_zero(others));
-    if (whole == minus || (text[minus] == u'0' && whole != minus + 1)) return 0;
-    unsigned length = whole;
-    if (text[whole] == u'.') {
-        others &= others - 1;
-        if (others == 0) return 0;
-        length = static_cast<unsigned>(std::countr_zero(others));
-        if (length == whole + 1) return 0;
-    }
-    return EndsScalar(text[length]) ? static_cast<std::ptrdiff_t>(length) : 0;
 }
 
 /// The length of a keyword in its usual spelling; 0 where it is none, or something else than a delimiter follows. Eight
@@ -245,9 +218,10 @@ inline Scanner::Met Scanner::Recognise(const char16_t* p, State state, Place& at
     Token token = Token::Number;
     if (static_cast<char16_t>(unit - u'-') <= u'9' - u'-') {
         state = afterScalar[static_cast<std::size_t>(state)];
-        const std::ptrdiff_t length = PlainNumberLength(p);
-        if (state == State::Empty || length == 0) return Met::other;
-        next = p + length;
+        const NumberShape shape = ShapeOf(p);
+        if (state == State::Empty || shape.length == 0) return Met::other;
+        shape_ = shape;
+        next = p + shape.length;
     } else if (unit == u'"') {
         state = afterString[static_cast<std::size_t>(state)];
         if (state == State::Empty) return Met::other;
@@ -487,6 +461,7 @@ Outcome Scanner::ScanString(const char16_t* p, char16_t quote) {
 template <Scanner::Mode mode>
 Outcome Scanner::ScanScalar(const char16_t* p) {
     tokenStart_ = p;
+    shape_ = {};
     for (;;) {
         for (; p < end_; ++p) {
             if (end_ - p >= Units::count) {
@@ -645,6 +620,7 @@ bool Scanner::GoTo(const Bookmark& bookmark) {
     tokenStart_ = begin_ + bookmark.tokenStart;
     scan_ = bookmark.pastEnd ? end_ : begin_ + bookmark.scan;
     token_ = bookmark.token;
+    shape_ = {};
     state_ = bookmark.state;
     pastEnd_ = bookmark.pastEnd;
     hasEscapes_ = bookmark.hasEscapes;

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "json/BitStack.h"
 #include "json/LineCounter.h"
+#include "json/PlainNumber.h"
 #include "json/TextBuffer.h"
 
 namespace json {
@@ -143,8 +145,34 @@ class Scanner {
         const auto text = Text();
         return text.size() < 2 ? std::u16string_view() : text.substr(1, text.size() - 2);
     }
-    /// How much of the text lies in memory up to the current token's end.
-    std::size_t UnitsUpToTokenEnd() const noexcept { return static_cast<std::size_t>(scan_ - begin_); }
+    /// The value of a token that is a number, where it is written plainly and in sight as a whole.
+    std::optional<PlainNumber> Plain() const noexcept {
+        if (!IsReadAtOnce(shape_, scan_)) return {};
+        return TakeApart(tokenStart_, shape_);
+    }
+    /// Goes on in an array to its next element where that is such a number; else nothing is changed.
+    std::optional<PlainNumber> NextNumber() noexcept {
+        const char16_t* p = scan_;
+        if (end_ - p < farFromEnd) return {};
+        if (state_ == State::InArrayValue) {
+            if (*p++ != u',') return {};
+        } else if (state_ != State::StartOfArray) {
+            return {};
+        }
+        const NumberShape shape = ShapeOf(p);
+        const char16_t* const next = p + shape.length;
+        if (!IsReadAtOnce(shape, next)) return {};
+        Leave({p, next, State::InArrayValue, Token::Number});
+        shape_ = shape;
+        return TakeApart(p, shape);
+    }
+    /// Goes on from an element of an array to its end where that follows; else nothing is changed.
+    bool EndArray() noexcept {
+        if (state_ != State::InArrayValue || *scan_ != u']') return false;
+        containers_.Pop();
+        Leave({scan_, scan_ + 1, State::EndOfArray, Token::EndOfArray});
+        return true;
+    }
     /// Whether a string has escapes.
     bool HasEscapes() const noexcept { return hasEscapes_; }
     /// The value of a token that is a number, a boolean or null, which counts as not-a-number; else 0. Computed when
@@ -194,6 +222,9 @@ class Scanner {
         longString,  ///< the beginning of a string in double quotes
         other
     };
+    bool IsReadAtOnce(NumberShape shape, const char16_t* end) const noexcept {
+        return shape.length != 0 && shape.digits <= mostDigits && end - begin_ >= unitsForValue;
+    }
     Place Here() const noexcept { return {tokenStart_, scan_, state_, token_}; }
     void Leave(const Place& at) noexcept {
         tokenStart_ = at.start;
@@ -233,6 +264,7 @@ class Scanner {
     bool pastEnd_ = false;
     bool hasEscapes_ = false;
     Token token_ = Token::None;
+    NumberShape shape_;    ///< of a token that is a number
     BitStack containers_;  ///< set bits are arrays
 
     const char16_t* begin_ = &noText;
@@ -245,6 +277,8 @@ class Scanner {
     mutable LineCounter lines_;  ///< at the place that was asked for last
 
     static constexpr char16_t noText = u'\0';
+    /// Where so much text follows, a delimiter and what is looked at behind it are in it.
+    static constexpr std::ptrdiff_t farFromEnd = 1 + unitsForShape;
 };
 
 }  // namespace json

@@ -4,6 +4,7 @@
 
 #include "json/Scanner.h"
 #include "json/TreeLoader.h"
+#include "kvcore/NumberText.h"
 
 namespace json {
 
@@ -16,6 +17,17 @@ struct Number {
 /// The number that a scanner stands on.
 Number NumberAt(const Scanner& scanner) noexcept;
 
+/// A whole number as a value: of 32 bits where it fits.
+inline Value Integer(std::int64_t number) noexcept {
+    const bool isShort = number == static_cast<std::int32_t>(number);
+    return Value::Of(number, isShort ? Kind::Int32 : Kind::Int64);
+}
+inline Value ValueOf(const PlainNumber& plain) noexcept {
+    if (plain.decimals < 0) return Integer(plain.isNegative ? -plain.digits : plain.digits);
+    const double number = kv::MakeDouble(static_cast<std::uint64_t>(plain.digits), plain.decimals, plain.isNegative);
+    return Value::Of(number, Kind::Double, static_cast<std::int8_t>(plain.decimals + 1));
+}
+
 /// Loads a document from a scanner that stands on its start.
 class ScannerSource {
  public:
@@ -23,6 +35,12 @@ class ScannerSource {
 
     Token Current() const noexcept { return scanner_.token(); }
     bool Advance() { return scanner_.Next() != Outcome::Failed; }
+    bool Enter(TreeBuilder& builder) {
+        const auto plain = scanner_.NextNumber();
+        if (!plain) return Advance();
+        Value value = ValueOf(*plain);
+        return TakeNumbers(builder, value) && builder.Add(value);
+    }
     bool TakeName(TreeBuilder& builder) {
         const auto between = scanner_.Between();
         lacksName_ = scanner_.state() != State::InPropertyName || between.empty();
@@ -37,7 +55,7 @@ class ScannerSource {
                 break;
             case Token::Number:
                 value = NumberAt(scanner_).value;
-                break;
+                return TakeNumbers(builder, value);
             case Token::Boolean:
                 value = Value::Of(scanner_.Int64() != 0);
                 break;
@@ -57,16 +75,25 @@ class ScannerSource {
     bool LacksName() const noexcept { return lacksName_; }
 
  private:
+    /// Goes through the numbers that follow one another in an array, adds all but the last one, and reads on.
+    bool TakeNumbers(TreeBuilder& builder, Value& value) {
+        while (const auto plain = scanner_.NextNumber()) {
+            builder.Add(value);
+            value = ValueOf(*plain);
+        }
+        return scanner_.EndArray() || Advance();
+    }
     /// The text between the quotes; the next one overwrites it.
-    std::u16string_view Unescaped(std::u16string_view between);
+    std::u16string_view Unescaped(std::u16string_view between) {
+        return scanner_.HasEscapes() ? Resolved(between) : between;
+    }
+    std::u16string_view Resolved(std::u16string_view between);
 
     Scanner& scanner_;
     std::vector<char16_t> unescaped_;
     bool lacksName_ = false;
 };
 
-/// A whole number as a value: of 32 bits where it fits.
-Value Integer(std::int64_t number) noexcept;
 /// A count of decimals as a tag keeps it.
 std::int8_t TaggedDecimals(std::int64_t decimals) noexcept;
 

@@ -9,4 +9,9 @@ constexpr bool IsSpace(char16_t unit) noexcept {
            unit == 0x202F || unit == 0x205F || unit == 0x3000;
 }
 
+/// Whether a unit ends a number or a word.
+constexpr bool EndsScalar(char16_t unit) noexcept {
+    return unit == u',' || unit == u']' || unit == u'}' || IsSpace(unit);
+}
+
 }  // namespace json

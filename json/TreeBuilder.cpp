@@ -69,11 +69,14 @@ Entries* TreeBuilder::LayDown(std::size_t first, std::size_t last, bool named) {
     auto* const entries = ::new (arena_.Take(Entries::Size(count, named)))
         Entries{static_cast<std::uint32_t>(count), static_cast<std::uint32_t>(count)};
     const Slot* const slots = count == 0 ? nullptr : &slots_[first];
-    for (std::size_t i = 0; i < count; ++i) entries->Payloads()[i] = slots[i].payload;
+    Payload* const payloads = entries->Payloads();
+    Tag* const tags = entries->Tags(named);
+    for (std::size_t i = 0; i < count; ++i) {
+        payloads[i] = slots[i].payload;
+        tags[i] = slots[i].tag;
+    }
     if (named)
         for (std::size_t i = 0; i < count; ++i) entries->Names()[i] = NameRef(slots[i].name, false);
-    Tag* const tags = entries->Tags(named);
-    for (std::size_t i = 0; i < count; ++i) tags[i] = slots[i].tag;
     return entries;
 }
 

@@ -19,14 +19,16 @@ enum class Loaded : std::uint8_t {
 
 /// Loads an object or array from a source that stands on its start, and reads on behind its end. What was complete
 /// before a failure is in the builder. The depth of the document costs no stack.
-/// @tparam Source has Current(), the token; Advance(), false where that fails; TakeName(builder), which names the next
-///     value and reads on; TakeScalar(builder, value), which makes a value and reads on.
+/// @tparam Source has Current(), the token; Advance(), false where that fails; Enter(builder), the
+///     same at the start of an object or array; TakeName(builder), which names the next
+///     value and reads on; TakeScalar(builder, value), which makes a value and reads on, having added those in front
+///     of it by itself where several of an array's are read at once.
 /// @param depth how many are around it. @throw std::bad_alloc
 template <class Source>
 Loaded LoadTree(Source& source, TreeBuilder& builder, bool named, std::int32_t depth) {
     const auto begin = [&](bool isObject) {
         builder.Begin(isObject);
-        return source.Advance() ? Loaded::All : Loaded::SourceFailed;
+        return source.Enter(builder) ? Loaded::All : Loaded::SourceFailed;
     };
     const auto add = [&](const Value& value) { return builder.Add(value) ? Loaded::All : Loaded::NameComesAgain; };
     if (source.Current() != (named ? Token::StartOfObject : Token::StartOfArray)) return Loaded::WrongToken;

@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "json/MemorySource.h"
+#include "json/ScannerSource.h"
+#include "kvcore/NumberText.h"
 #include "kvcore/Utf.h"
 
 namespace json {
@@ -252,6 +254,55 @@ TEST(Scanner, ComputesValuesWhenAsked) {
         EXPECT_EQ(scanner.Int64(), row.integer) << kv::Utf8(row.token);
         EXPECT_EQ(scanner.UInt64(), row.natural) << kv::Utf8(row.token);
     }
+}
+
+/// Loads an array that a text holds. @return its values
+std::vector<Value> ArrayIn(const std::u16string& text, kv::ArenaPtr& arena) {
+    Scanner scanner;
+    scanner.OpenText(text);
+    arena = kv::ArenaPtr::Attach(kv::Arena::Make());
+    TreeBuilder builder(
+        *arena.Get(), [](std::u16string_view) noexcept { return 0u; }, false, 0);
+    ScannerSource source(scanner);
+    EXPECT_EQ(scanner.Next(), Outcome::Token);
+    EXPECT_EQ(LoadTree(source, builder, false, 0), Loaded::All) << kv::Utf8(text);
+    const Entries& entries = *builder.Finish();
+    std::vector<Value> values;
+    for (std::size_t i = 0; i < entries.count; ++i) values.push_back(entries.At(i, false));
+    return values;
+}
+
+TEST(Scanner, ReadsNumbersOfEveryLength) {
+    const std::u16string digits = u"9182736450918273645091827";
+    const std::u16string far(40, u' ');
+    for (std::size_t length = 1; length <= digits.size(); ++length)
+        for (std::size_t whole = 1; whole <= length; ++whole)
+            for (const auto* sign : {u"", u"-"}) {
+                std::u16string number = sign + digits.substr(0, whole);
+                if (whole < length) number += u'.' + digits.substr(whole, length - whole);
+                // Alone near both ends, first, in a row, behind something else, and last.
+                for (const auto& text : {u'[' + number + u']', far + u'[' + number + u',' + number + u']' + far,
+                                         u"[null," + number + u',' + number + u"\t," + number + u']' + far}) {
+                    kv::ArenaPtr arena;
+                    for (const Value& value : ArrayIn(text, arena)) {
+                        if (value.tag.kind == Kind::Empty) continue;
+                        EXPECT_EQ(value.tag.kind == Kind::Double, whole < length) << kv::Utf8(text);
+                        if (whole < length) {
+                            EXPECT_EQ(value.payload.number, *kv::ReadDouble(number)) << kv::Utf8(text);
+                            EXPECT_EQ(value.tag.detail, static_cast<int>(length - whole) + 1) << kv::Utf8(text);
+                        } else {
+                            EXPECT_EQ(value.payload.integer, kv::ReadInt64(number)) << kv::Utf8(text);
+                            EXPECT_EQ(value.tag.kind == Kind::Int32, length <= 9) << kv::Utf8(text);
+                        }
+                    }
+                }
+            }
+    kv::ArenaPtr arena;
+    const auto values = ArrayIn(u"[-0.0,0.30000000000000004,1e3,1.0]" + far, arena);
+    EXPECT_TRUE(std::signbit(values[0].payload.number));
+    EXPECT_EQ(values[1].payload.number, 0.30000000000000004);
+    EXPECT_EQ(values[2].payload.number, 1000);
+    EXPECT_EQ(values[3].tag.detail, 2);
 }
 
 /// A walk as it is laid down: by recursion, one token after the other.
