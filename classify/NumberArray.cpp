@@ -6,6 +6,8 @@
 #include <optional>
 #include <type_traits>
 
+#include "kvcore/NumberValue.h"
+
 namespace mova {
 namespace {
 
@@ -19,23 +21,8 @@ constexpr VARTYPE typeOf = std::is_same_v<Number, double> ? VT_R8 : VT_I4;
 std::optional<double> NumberIn(const VARIANT& element) noexcept {
     constexpr double currencyUnit = 10'000;
     double number = 0;
+    if (const auto integer = kv::IntegerOf(element)) return static_cast<double>(*integer);
     switch (element.vt) {
-        case VT_I1:
-            return static_cast<signed char>(element.cVal);
-        case VT_UI1:
-            return element.bVal;
-        case VT_I2:
-            return element.iVal;
-        case VT_UI2:
-            return element.uiVal;
-        case VT_I4:
-        case VT_INT:
-            return element.lVal;
-        case VT_UI4:
-        case VT_UINT:
-            return element.ulVal;
-        case VT_I8:
-            return static_cast<double>(element.llVal);
         case VT_UI8:
             return static_cast<double>(element.ullVal);
         case VT_R4:

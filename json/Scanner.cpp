@@ -545,6 +545,7 @@ Outcome Scanner::ReportEnd() noexcept {
 Outcome Scanner::Fail(Fault fault, const char16_t* tokenStart, const char16_t* scan) noexcept {
     tokenStart_ = tokenStart;
     scan_ = scan;
+    shape_ = {};
     failure_ = {fault};
     failurePosition_ = TokenPosition();
     return Outcome::Failed;
@@ -573,7 +574,15 @@ Outcome Scanner::Skip(State end, bool advance, NameSearch* search) {
             }
         }
         const Met met = Recognise(at.next, at.state, at);
-        if (met == Met::token) continue;
+        if (met == Met::token) {
+            if (at.token != Token::Number) continue;
+            const char16_t* p = at.next;
+            for (NumberShape shape; (shape = ShapeOfNext(p, at.state)).length != 0; p = at.next) {
+                at = {p, p + shape.length, at.state, at.token};
+                shape_ = shape;
+            }
+            continue;
+        }
         Leave(at);
         const Outcome outcome = met == Met::longString ? ScanString(at.start, u'"')
                                 : looks                ? ScanOn<Mode::reading>()

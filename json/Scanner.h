@@ -147,19 +147,13 @@ class Scanner {
     }
     /// The value of a token that is a number, where it is written plainly and in sight as a whole.
     std::optional<PlainNumber> Plain() const noexcept {
-        if (!IsReadAtOnce(shape_, scan_)) return {};
+        if (scan_ != tokenStart_ + shape_.length || !IsReadAtOnce(shape_, scan_)) return {};
         return TakeApart(tokenStart_, shape_);
     }
     /// Goes on in an array to its next element where that is such a number; else nothing is changed.
     std::optional<PlainNumber> NextNumber() noexcept {
         const char16_t* p = scan_;
-        if (end_ - p < farFromEnd) return {};
-        if (state_ == State::InArrayValue) {
-            if (*p++ != u',') return {};
-        } else if (state_ != State::StartOfArray) {
-            return {};
-        }
-        const NumberShape shape = ShapeOf(p);
+        const NumberShape shape = ShapeOfNext(p, state_);
         const char16_t* const next = p + shape.length;
         if (!IsReadAtOnce(shape, next)) return {};
         Leave({p, next, State::InArrayValue, Token::Number});
@@ -222,6 +216,17 @@ class Scanner {
         longString,  ///< the beginning of a string in double quotes
         other
     };
+    /// The shape of the number that is the next element of an array; none where there is none.
+    /// @param p behind an element or the start, from where it is moved to the number
+    NumberShape ShapeOfNext(const char16_t*& p, State state) const noexcept {
+        if (end_ - p < farFromEnd) return {};
+        if (state == State::InArrayValue) {
+            if (*p++ != u',') return {};
+        } else if (state != State::StartOfArray) {
+            return {};
+        }
+        return ShapeOf(p);
+    }
     bool IsReadAtOnce(NumberShape shape, const char16_t* end) const noexcept {
         return shape.length != 0 && shape.digits <= mostDigits && end - begin_ >= unitsForValue;
     }

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "kvcore/BlockPool.h"
+#include "kvcore/MoveBytes.h"
 
 namespace json {
 namespace {
@@ -92,7 +93,7 @@ void Widen(std::string_view ascii, char16_t* units) noexcept {
 Value WriteText(void* memory, std::u16string_view text) noexcept {
     auto* const written = ::new (memory) Text{static_cast<std::uint32_t>(text.size())};
     const bool isAscii = Narrow(text, reinterpret_cast<char*>(written + 1));
-    if (!isAscii) std::memcpy(written + 1, text.data(), text.size() * sizeof(char16_t));
+    if (!isAscii) kv::MoveBytes(written + 1, text.data(), text.size() * sizeof(char16_t));
     Value value = Value::Of(isAscii ? Kind::AsciiText : Kind::WideText, 0);
     value.payload.text = written;
     return value;

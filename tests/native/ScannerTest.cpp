@@ -305,6 +305,20 @@ TEST(Scanner, ReadsNumbersOfEveryLength) {
     EXPECT_EQ(values[3].tag.detail, 2);
 }
 
+TEST(Scanner, KnowsNoNumberAfterAFailure) {
+    for (const auto* text : {u"[12345678, ]", u"[1, ]", u"[1.25 x]", u"[1,2"}) {
+        Scanner scanner;
+        scanner.OpenText(std::u16string(20, u' ') + text + std::u16string(40, u' '));
+        while (scanner.Next() == Outcome::Token) {
+        }
+        const Value value = NumberAt(scanner).value;
+        const double number =
+            value.tag.kind == Kind::Double ? value.payload.number : static_cast<double>(value.payload.integer);
+        EXPECT_TRUE(number == scanner.Double() || number == static_cast<double>(scanner.Int64()))
+            << kv::Utf8(text) << ": " << number;
+    }
+}
+
 /// A walk as it is laid down: by recursion, one token after the other.
 class PlainSkip {
  public:
