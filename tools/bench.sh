@@ -9,7 +9,8 @@ time_job() {
     [[ "$engine_bench_jobs" != *" $1 "* ]] || "$build/engine-bench/bin/engine-bench" "$1"
 }
 
-# Prints what of a job's figures is missing or falls short of bench/expected.tsv by more than noise: shortfalls JOB FIGURES
+# Prints what of a job's figures is missing, is not expected or falls short of bench/expected.tsv by more than noise:
+# shortfalls JOB FIGURES
 shortfalls() {
     awk -F '\t' -v job="$1" -v noise=0.15 '
         NR == FNR { if ($1 == job) expected[$2 " against " $3] = $4; next }
@@ -20,17 +21,24 @@ shortfalls() {
                 else if (found[line] < expected[line] * (1 - noise))
                     printf "%s: ratio %.2f, expected %.2f\n", line, found[line], expected[line]
             }
+            for (line in found)
+                if (!(line in expected)) printf "%s: ratio %.2f, without a row in bench/expected.tsv\n", line, found[line]
         }' "$root/bench/expected.tsv" "$2" | sort
 }
 
 # Times a job and, where something falls short, once more: only what falls short twice is more than a disturbance.
 check_job() {
-    local figures again short
+    local figures again short="the program of the job $1 failed"
     figures=$(mktemp) again=$(mktemp)
-    time_job "$1" | tee "$figures" && short=$(shortfalls "$1" "$figures")
-    if [ -n "$short" ]; then
-        time_job "$1" >"$again"
-        short=$(shortfalls "$1" <(sort -t $'\t' -k 1,1 -k 3,3 -k 5,5n "$figures" "$again"))
+    if time_job "$1" | tee "$figures"; then
+        short=$(shortfalls "$1" "$figures")
+        if [ -n "$short" ]; then
+            if time_job "$1" >"$again"; then
+                short=$(shortfalls "$1" <(sort -t $'\t' -k 1,1 -k 3,3 -k 5,5n "$figures" "$again"))
+            else
+                short="the program of the job $1 failed when it ran again"
+            fi
+        fi
     fi
     rm "$figures" "$again"
     [ -z "$short" ] || { echo "$short" >&2 && return 1; }
