@@ -1,7 +1,12 @@
 #include "tests/windows/Support.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <limits>
+#include <mutex>
+#include <regex>
+#include <set>
 #include <thread>
 
 #include "kvcore/SafeArray.h"
@@ -73,6 +78,18 @@ bool Equal(IPropertySet* left, IPropertySet* right) {
     return AnswerOf(left, &IPropertySet::IsEqual, right) == VARIANT_TRUE;
 }
 
+namespace {
+
+std::mutex refusalsLock;
+std::set<std::string> expectedRefusals, toldRefusals;
+
+std::string Noted(std::string refusal, std::set<std::string>& refusals) {
+    const std::lock_guard lock(refusalsLock);
+    return *refusals.insert(std::move(refusal)).first;
+}
+
+}  // namespace
+
 std::string TakeErrorInfo() {
     kv::Ptr<IErrorInfo> info;
     if (GetErrorInfo(0, info.Put()) != S_OK) return {};
@@ -81,7 +98,21 @@ std::string TakeErrorInfo() {
     info->GetSource(source.Put());
     info->GetDescription(description.Put());
     info->GetGUID(&iid);
-    return kv::Utf8(source.View()) + "|" + kv::Utf8(description.View()) + "|" + kv::Utf8(kv::GuidText(iid));
+    return Noted(kv::Utf8(source.View()) + "|" + kv::Utf8(description.View()) + "|" + kv::Utf8(kv::GuidText(iid)),
+                 toldRefusals);
+}
+
+std::string Refusal(std::string_view className, std::string_view description, REFIID iid) {
+    return Noted(
+        "movaSystem." + std::string(className) + "|" + std::string(description) + "|" + kv::Utf8(kv::GuidText(iid)),
+        expectedRefusals);
+}
+
+std::vector<std::string> HeldRefusals() {
+    std::vector<std::string> held;
+    std::set_intersection(expectedRefusals.begin(), expectedRefusals.end(), toldRefusals.begin(), toldRefusals.end(),
+                          std::back_inserter(held));
+    return held;
 }
 
 std::string Names(IPropertySet* set) {
@@ -106,6 +137,18 @@ std::u16string BinaryFolder() {
 std::string ReadSource(const std::string& path) {
     std::ifstream file(MOVA_SOURCES "/" + path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::map<std::string, std::string> ProductSources() {
+    const std::regex between("\"\\s*\\n\\s*u?\"");
+    std::map<std::string, std::string> sources;
+    for (const std::string folder :
+         {"classify", "containers", "formats", "idl", "json", "kvcore", "server", "services", "streams", "time", "xml"})
+        for (const auto& entry : std::filesystem::directory_iterator(MOVA_SOURCES "/" + folder)) {
+            const std::string path = folder + "/" + entry.path().filename().string();
+            sources[path] = std::regex_replace(ReadSource(path), between, "");
+        }
+    return sources;
 }
 
 ProcessResult RunProcess(std::u16string commandLine, std::string_view input) {

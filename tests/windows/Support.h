@@ -6,6 +6,7 @@
 
 #include <concepts>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -158,12 +159,14 @@ auto AnswerOf(const Object& object, HRESULT (STDMETHODCALLTYPE Interface::*ask)(
 
 /// The thread's error information, which reading takes off it: "SOURCE|DESCRIPTION|{IID}", or empty.
 std::string TakeErrorInfo();
+std::string Refusal(std::string_view className, std::string_view description, REFIID iid);
 /// What a refusal of an interface must have left on the thread.
 template <class I>
 std::string Refusal(std::string_view className, std::string_view description) {
-    return "movaSystem." + std::string(className) + "|" + std::string(description) + "|" +
-           kv::Utf8(kv::GuidText(__uuidof(I)));
+    return Refusal(className, description, __uuidof(I));
 }
+/// The refusals that the tests have expected so far and were told.
+std::vector<std::string> HeldRefusals();
 
 bool Equal(IPropertySet* left, IPropertySet* right);
 /// The names of a set's properties in their order, separated by blanks.
@@ -201,6 +204,8 @@ class Setting {
 
 /// A file of the project.
 std::string ReadSource(const std::string& path);
+/// The product's sources and interface definitions by their paths; literals that follow each other in them are one.
+std::map<std::string, std::string> ProductSources();
 
 struct ProcessResult {
     DWORD status;

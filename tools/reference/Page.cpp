@@ -36,7 +36,8 @@ dt i { font-style: normal; color: var(--quiet); }
 table { border-collapse: collapse; width: 100%; }
 td, th { text-align: left; vertical-align: top; padding: .3rem .8rem .3rem 0; border-bottom: 1px solid var(--line); }
 code { font: .9em ui-monospace, monospace; }
-@media (max-width: 50rem) { body { overflow-wrap: anywhere; } nav { position: static; width: auto; border: 0; } main { margin: 0; padding: 1rem; } }
+@media (max-width: 50rem) { body { overflow-wrap: anywhere; } nav { position: static; width: auto; border: 0; } main { margin: 0; padding: 1rem; }
+  tr[id] td { display: block; } tr[id] td:first-child { border: 0; padding-bottom: 0; } }
 )";
 
 std::string Escaped(const std::string& text) {
@@ -67,6 +68,7 @@ class Writer {
     Writer(std::ostream& page, const Library& library) : page_(page), library_(library) {
         for (const Interface& item : library.interfaces) known_.insert(item.name);
         for (const Enumeration& item : library.enumerations) known_.insert(item.name);
+        for (const Structure& item : library.structures) known_.insert(item.name);
         for (const StatusCode& code : statusCodes) known_.insert(code.name);
     }
 
@@ -88,6 +90,8 @@ class Writer {
         for (const Interface& item : library_.interfaces) Write(item);
         page_ << "<h2 id=\"enumerations\">Enumerations</h2>\n";
         for (const Enumeration& item : library_.enumerations) Write(item);
+        page_ << "<h2 id=\"structures\">Structures</h2>\n";
+        for (const Structure& item : library_.structures) Write(item);
         WriteStatusCodes();
         page_ << "</main>\n</body>\n</html>\n";
     }
@@ -103,12 +107,13 @@ class Writer {
         WriteLinks("Classes", library_.classes, "class-");
         WriteLinks("Interfaces", library_.interfaces);
         WriteLinks("Enumerations", library_.enumerations);
+        WriteLinks("Structures", library_.structures);
         page_ << "</nav>\n";
     }
 
     /// A text with a link on each name of the page in it.
     std::string Linked(const std::string& text) const {
-        static const std::regex word("[A-Za-z_][A-Za-z0-9_]*");
+        static const std::regex word("[A-Za-z0-9_]+");
         std::string linked;
         std::size_t end = 0;
         for (std::sregex_iterator match(text.begin(), text.end(), word), none; match != none; ++match) {
@@ -157,13 +162,16 @@ class Writer {
         page_ << ")</dt>\n<dd>" << Linked(operation.help) << "</dd>\n";
     }
 
-    void Write(const Enumeration& item) {
-        page_ << "<section id=\"" << item.name << "\">\n<h3>" << item.name << "</h3>\n<p>" << Linked(item.help)
-              << "</p>\n<table>\n";
-        for (const auto& [name, value] : item.values)
-            page_ << "<tr><td><code>" << name << "</code></td><td>" << value << "</td></tr>\n";
+    template <class First, class Second>
+    void WriteTable(const std::string& name, const std::string& help,
+                    const std::vector<std::pair<First, Second>>& rows) {
+        page_ << "<section id=\"" << name << "\">\n<h3>" << name << "</h3>\n<p>" << Linked(help) << "</p>\n<table>\n";
+        for (const auto& [first, second] : rows)
+            page_ << "<tr><td><code>" << first << "</code></td><td>" << second << "</td></tr>\n";
         page_ << "</table>\n</section>\n";
     }
+    void Write(const Enumeration& item) { WriteTable(item.name, item.help, item.values); }
+    void Write(const Structure& item) { WriteTable(item.name, item.help, item.fields); }
 
     /// Whether a text names a status code, and no longer name that it is a part of.
     static bool Names(const std::string& text, const std::string& code) {
@@ -176,12 +184,16 @@ class Writer {
     }
 
     void WriteStatusCodes() {
-        page_ << "<h2 id=\"status-codes\">Status codes</h2>\n<table>\n";
+        page_ << "<h2 id=\"status-codes\">Status codes</h2>\n"
+              << "<p>Where the system has another reason to fail, its error number comes as 0x8007 and four digits. "
+                 "Streams and objects of other makers, and the system's own operations, have codes of their own, which "
+                 "are passed on.</p>\n<table>\n";
         for (const StatusCode& code : statusCodes) {
             std::ostringstream value;
-            value << std::hex << std::uppercase << std::setw(8) << std::setfill('0') << code.value;
-            page_ << "<tr id=\"" << code.name << "\"><td><code>" << code.name << "</code><br><span class=\"id\">0x"
-                  << value.str() << "</span></td><td>" << code.meaning;
+            value << "0x" << std::hex << std::uppercase << std::setw(8) << std::setfill('0') << code.value;
+            page_ << "<tr id=\"" << code.name << "\"><td><code>" << code.name << "</code>";
+            if (code.name != value.str()) page_ << "<br><span class=\"id\">" << value.str() << "</span>";
+            page_ << "</td><td>" << code.meaning;
             std::string users;
             for (const Interface& owner : library_.interfaces)
                 for (const Operation& operation : owner.operations)

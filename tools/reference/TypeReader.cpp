@@ -155,6 +155,21 @@ Enumeration ReadEnumeration(ITypeInfo* info, const TYPEATTR& attributes) {
     return read;
 }
 
+Structure ReadStructure(ITypeInfo* info, const TYPEATTR& attributes) {
+    const auto [name, help] = TextsOf(info, MEMBERID_NIL);
+    Structure read{name, help, {}};
+    for (UINT i = 0; i < attributes.cVars; ++i) {
+        const auto variable = VariableOf(info, i);
+        read.fields.emplace_back(TypeName(info, variable->elemdescVar.tdesc), TextsOf(info, variable->memid).name);
+    }
+    return read;
+}
+
+/// Whether an interface is one of those of the platform that ours use, which are documented elsewhere.
+bool IsOfThePlatform(const GUID& iid) {
+    return iid == IID_IStream || iid == IID_ISequentialStream;
+}
+
 template <class Item>
 void SortByName(std::vector<Item>& items) {
     std::sort(items.begin(), items.end(), [](const Item& left, const Item& right) { return left.name < right.name; });
@@ -167,21 +182,24 @@ Library ReadLibrary(const std::u16string& file) {
     Check(LoadTypeLibEx(kv::Wide(file.c_str()), REGKIND_NONE, types.Put()));
     TLIBATTR* attributes = nullptr;
     Check(types->GetLibAttr(&attributes));
-    Library library{"movaSystem", kv::Utf8(kv::GuidText(attributes->guid)), {}, {}, {}};
+    Library library{"movaSystem", kv::Utf8(kv::GuidText(attributes->guid)), {}, {}, {}, {}};
     types->ReleaseTLibAttr(attributes);
     for (UINT i = 0; i < types->GetTypeInfoCount(); ++i) {
         kv::Ptr<ITypeInfo> info;
         Check(types->GetTypeInfo(i, info.Put()));
         const auto type = AttributesOf(info.Get());
-        // The platform's own interfaces are documented elsewhere, and have no help texts here.
-        if (type->typekind == TKIND_INTERFACE && !TextsOf(info.Get(), MEMBERID_NIL).help.empty())
+        if (type->typekind == TKIND_INTERFACE && !IsOfThePlatform(type->guid))
             library.interfaces.push_back(ReadInterface(info.Get(), *type));
         if (type->typekind == TKIND_COCLASS) library.classes.push_back(ReadClass(info.Get(), *type));
+        // The platform's structures have no identifiers.
+        if (type->typekind == TKIND_RECORD && type->guid != GUID_NULL)
+            library.structures.push_back(ReadStructure(info.Get(), *type));
         if (type->typekind == TKIND_ENUM) library.enumerations.push_back(ReadEnumeration(info.Get(), *type));
     }
     SortByName(library.classes);
     SortByName(library.interfaces);
     SortByName(library.enumerations);
+    SortByName(library.structures);
     return library;
 }
 

@@ -38,12 +38,18 @@ struct Enumeration {
     std::string help;
     std::vector<std::pair<std::string, long>> values;
 };
+struct Structure {
+    std::string name;
+    std::string help;
+    std::vector<std::pair<std::string, std::string>> fields;  ///< their types and names
+};
 struct Library {
     std::string name;
     std::string id;
     std::vector<Class> classes;
     std::vector<Interface> interfaces;
     std::vector<Enumeration> enumerations;
+    std::vector<Structure> structures;
 };
 
 /// Each list in the order of its names. @throw std::runtime_error where the file has no type library
