@@ -345,6 +345,7 @@ TEST(NumericFormat, WritesTheRecordOfTheDocument) {
         ASSERT_EQ(record.size(), isNew ? 32u : 24u) << document;
         EXPECT_EQ(record[0], isNew ? 2 : 1);
         EXPECT_EQ(record[1], 0);
+        if (!isNew) ExpectGolden(record, "numeric-format-1.bin");
         const auto other = FormatWith(Settings(0, 3), u"kept");
         EXPECT_EQ(other.As<IPersistStream>()->Load(StreamOf(record).Get()), S_OK);
         EXPECT_EQ(State(other.As<IUnknown>()), isNew ? oddState : "1 15 0 2147483647 7 -1 1 'kept'");

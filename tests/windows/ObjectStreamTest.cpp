@@ -392,7 +392,8 @@ TEST(ObjectStream, TakesObjectsThatPersistByValues) {
     const Bytes bytes = Saved(static_cast<IPersistStream*>(object.Get()));
     EXPECT_EQ(object->kept->Write(kv::Variant().Get()), E_FAIL) << "the stream of values ends with the call";
     object->kept = {};
-    const auto loaded = Loaded(bytes);
+    ExpectGolden(bytes, "by-values.bin");
+    const auto loaded = Loaded(ReadGolden("by-values.bin"));
     ASSERT_TRUE(loaded && created);
     EXPECT_EQ(kv::View(created->text.Get().bstrVal), u"by values");
     EXPECT_TRUE(created->refersToItself);
