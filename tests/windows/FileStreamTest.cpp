@@ -288,6 +288,19 @@ TEST(FileStreams, KnowWhatTheSystemsErrorsMean) {
     EXPECT_FALSE(OutcomeOf(ERROR_SUCCESS, FileAction::Read).Failed());
 }
 
+TEST(FileStream, TellsOfErrorsOfTheSystemThatHaveNoTextOfTheirOwn) {
+    const std::u16string path = u"\\\\.\\pipe\\mova-tests";
+    const HANDLE pipe =
+        CreateNamedPipeW(kv::Wide(path.c_str()), PIPE_ACCESS_DUPLEX, PIPE_TYPE_BYTE, 1, 100, 100, 0, nullptr);
+    const auto stream = OpenFile(u"FileStream", path, movaFileModeReadWrite);
+    EXPECT_EQ(New<IFileStream>(u"FileStream")->Open(Bstr(path), movaFileModeReadWrite),
+              HRESULT_FROM_WIN32(ERROR_PIPE_BUSY));
+    EXPECT_EQ(TakeErrorInfo(), FileRefusal(u"FileStream", path, "Unknown error."));
+    CloseHandle(pipe);
+    EXPECT_EQ(stream.As<IStream>()->Write("a", 1, nullptr), STG_E_WRITEFAULT);
+    EXPECT_EQ(TakeErrorInfo(), FileRefusal(u"FileStream", path, "Write error."));
+}
+
 TEST(BufferedFileStream, WritesWhatItHoldsBackWhenItMust) {
     const TemporaryFolder folder;
     const std::u16string path = folder / u"buffered";
