@@ -15,6 +15,7 @@ install(
   DESTINATION include
   FILES_MATCHING
   PATTERN "*.h")
+install(FILES ${CMAKE_BINARY_DIR}/bin/samples/first-client.exe.manifest DESTINATION samples)
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/idl ${CMAKE_SOURCE_DIR}/docs ${CMAKE_SOURCE_DIR}/samples DESTINATION .)
 install(FILES ${CMAKE_SOURCE_DIR}/README.md ${CMAKE_SOURCE_DIR}/CHANGELOG.md DESTINATION .)
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/movaSystemConfigVersion.cmake COMPATIBILITY SameMinorVersion)

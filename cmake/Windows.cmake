@@ -183,6 +183,8 @@ mova_separate_symbols(movaSystem)
 # What programs name in their own manifests to use it without registration.
 include(Manifest)
 mova_write_manifest(${CMAKE_BINARY_DIR}/bin/movaSystem.X.manifest)
+# The manifest of one such program, beside the samples, which are copied there.
+configure_file(cmake/first-client.exe.manifest.in ${CMAKE_BINARY_DIR}/bin/samples/first-client.exe.manifest @ONLY)
 
 # The client: public interfaces only, nothing of the server.
 add_executable(

@@ -19,25 +19,43 @@ line_of() {
     x86_64-w64-mingw32-addr2line -e "$2" "$address"
 }
 
-# Unpacks the package elsewhere, builds the README's first client against it, and runs that where nothing is registered.
+# The line of the README that compiles the first client.
+readme_line() { sed -n '/^    x86_64-w64-mingw32-g++/,/[^\\]$/p' "$1"; }
+
+# Runs a client with the library, and the manifests that lead to it, beside it: run_beside_library CLIENT PACKAGE
+run_beside_library() {
+    local folder
+    folder=$(dirname "$1")
+    cp "$2/bin/movaSystem.dll" "$2/bin/movaSystem.X.manifest" "$2/samples/first-client.exe.manifest" "$folder"
+    wine64 "$1"
+}
+
+# Unpacks the package elsewhere, holds its files against the kept list, builds the README's first client against it, with
+# CMake and as the README says, and runs these where nothing is registered.
 test_package() {
-    local name elsewhere said line
+    local name elsewhere unpacked said line
     name=$(package_name)
     elsewhere=$(mktemp -d)
+    unpacked="$elsewhere/$name"
     (cd "$elsewhere" && cmake -E tar xf "$build/package/$name.zip")
+    (cd "$unpacked" && find . -type f | LC_ALL=C sort) | diff "$root/tests/package/files.txt" - >&2 ||
+        { say "the package has other files than tests/package/files.txt" && return 1; }
     cmake -S "$root/tests/package" -B "$elsewhere/build" --toolchain "$root/cmake/mingw-w64.cmake" \
-        -DmovaSystem_ROOT="$elsewhere/$name" >/dev/null
+        -DmovaSystem_ROOT="$unpacked" >/dev/null
     cmake --build "$elsewhere/build" >/dev/null
+    (cd "$unpacked" && bash -e <(readme_line README.md))
     said=$(export WINEPREFIX="$elsewhere/wine" && boot_prefix >/dev/null 2>&1 &&
-        wine64 "$elsewhere/build/first-client.exe" && wine64 "$elsewhere/$name/bin/mova.exe" help && wineserver -k)
-    line=$(line_of DllGetClassObject "$elsewhere/$name/bin/movaSystem.dll.debug")
+        wine64 "$elsewhere/build/first-client.exe" && run_beside_library "$unpacked/first-client.exe" "$unpacked" &&
+        wine64 "$unpacked/bin/mova.exe" help && wineserver -k) ||
+        { say "a client of the package fails: $said" && return 1; }
+    line=$(line_of DllGetClassObject "$unpacked/bin/movaSystem.dll.debug")
     rm -rf "$elsewhere"
     case "$line" in
         /movaSystem/server/Exports.cpp:[0-9]*) ;;
         *) say "the package's symbols say: $line" && return 1 ;;
     esac
     case "$said" in
-        "Port is 5151"*"mova"*) say "the package serves a client where nothing is registered" ;;
-        *) say "the package's client says: $said" && return 1 ;;
+        "Port is 5151"*"Port is 5151"*"mova"*) say "the package serves clients where nothing is registered" ;;
+        *) say "the package's clients say: $said" && return 1 ;;
     esac
 }
