@@ -265,6 +265,10 @@ if(CMAKE_BUILD_TYPE STREQUAL "Debug")
 endif()
 # Wine takes the user's locale from the environment.
 foreach(locale ar_SA de_CH de_DE fr_FR hi_IN tr_TR)
-  add_test(NAME windows-tests-${locale} COMMAND windows-tests --gtest_filter=JSONLocales.*:NumericFormatLocales.*)
+  set(tests NumericFormatLocales.*)
+  if(locale MATCHES "de_DE|tr_TR")  # which the tests of JSON know
+    string(APPEND tests ":JSONLocales.*")
+  endif()
+  add_test(NAME windows-tests-${locale} COMMAND windows-tests --gtest_filter=${tests})
   set_tests_properties(windows-tests-${locale} PROPERTIES ENVIRONMENT LC_ALL=${locale}.UTF-8)
 endforeach()

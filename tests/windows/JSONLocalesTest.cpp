@@ -87,7 +87,7 @@ TEST(JSONLocales, ValuesByType) {
     std::printf("user's locale: %s\n", kv::Utf8(locale).c_str());
     const bool isTurkish = locale == u"tr-TR";
     const bool isGerman = locale == u"de-DE";
-    if (!isTurkish && !isGerman && locale != u"en-US") GTEST_SKIP() << "nothing is known of this locale";
+    ASSERT_TRUE(isTurkish || isGerman || locale == u"en-US") << "nothing is known of this locale";
     for (const auto& row : rows) {
         std::string_view expected = row.english;
         if ((isGerman || isTurkish) && !row.german.empty()) expected = row.german;
