@@ -227,25 +227,6 @@ TEST(Module, KeepsASingletonAThreadUntilThatThreadAsksToUnload) {
     EXPECT_EQ(canUnload(), S_OK) << "a singleton that was refused its interface is not kept";
 }
 
-TEST(Module, EightThreadsLeaveTheCountAtZero) {
-    std::vector<std::thread> threads;
-    threads.reserve(8);
-    for (int t = 0; t < 8; ++t)
-        threads.emplace_back([] {
-            CoInitialize(nullptr);
-            kv::Ptr<IClassFactory> factories[] = {FactoryOf(CLSID_PropertySet), FactoryOf(CLSID_MessageLogger)};
-            for (int i = 0; i < 40'000; ++i) {
-                kv::Ptr<IUnknown> object;
-                EXPECT_EQ(factories[i & 1]->CreateInstance(nullptr, __uuidof(IUnknown), object.PutVoid()), S_OK);
-                if (const auto set = object.As<IPropertySet>()) set->SetProperty(Bstr(u"Name"), Value(i).Get());
-            }
-            Export<CanUnload>("DllCanUnloadNow")();
-            CoUninitialize();
-        });
-    for (auto& thread : threads) thread.join();
-    EXPECT_EQ(Export<CanUnload>("DllCanUnloadNow")(), S_OK);
-}
-
 TEST(Module, MarshalsToTheMultithreadedApartment) {
     std::thread([] {
         CoInitializeEx(nullptr, COINIT_MULTITHREADED);
