@@ -25,6 +25,20 @@ class TemporaryFolder {
     std::u16string path_;
 };
 
+/// A folder of its own for what makes files of relative names.
+class WorkingFolder {
+ public:
+    WorkingFolder() : before_(MAX_PATH, u'\0') {
+        before_.resize(GetCurrentDirectoryW(MAX_PATH, kv::Wide(before_.data())));
+        EXPECT_TRUE(SetCurrentDirectoryW(kv::Wide(folder_.Path().c_str())));
+    }
+    ~WorkingFolder() { SetCurrentDirectoryW(kv::Wide(before_.c_str())); }
+
+ private:
+    TemporaryFolder folder_;
+    std::u16string before_;
+};
+
 /// The bytes of a file, as the system reads them.
 std::string ReadFileBytes(const std::u16string& path);
 void WriteFileBytes(const std::u16string& path, std::string_view bytes);
