@@ -145,9 +145,21 @@ void ForEveryDamage(const Bytes& good, const std::function<void(const Bytes& dam
     }
 }
 
+bool Trickle::Fails(ULONG& size) noexcept {
+    ++calls;
+    size = isAtEnd_ ? 0 : std::min(size, atOnce_);
+    const bool isNow = callsLeft >= 0 && callsLeft-- == 0;
+    if (isNow && isCut) {
+        isAtEnd_ = true;
+        size /= 2;
+    }
+    return isNow && !isCut;
+}
+
 STDMETHODIMP Trickle::Read(void* target, ULONG size, ULONG* read) noexcept {
-    if (Fails()) return STG_E_MEDIUMFULL;
-    const auto came = std::min({static_cast<std::size_t>(size), bytes.size() - position, std::size_t{atOnce_}});
+    ULONG given = size;
+    if (Fails(given)) return STG_E_MEDIUMFULL;
+    const auto came = std::min(static_cast<std::size_t>(given), bytes.size() - position);
     std::memcpy(target, bytes.data() + position, came);
     position += came;
     if (read) *read = static_cast<ULONG>(came);
@@ -155,12 +167,11 @@ STDMETHODIMP Trickle::Read(void* target, ULONG size, ULONG* read) noexcept {
 }
 
 STDMETHODIMP Trickle::Write(const void* source, ULONG size, ULONG* written) noexcept {
-    if (Fails()) return STG_E_MEDIUMFULL;
+    if (Fails(size)) return STG_E_MEDIUMFULL;
     if (const auto once = std::exchange(visit, {})) once();
-    const ULONG went = std::min(size, atOnce_);
     const auto* from = static_cast<const std::uint8_t*>(source);
-    bytes.insert(bytes.end(), from, from + went);
-    if (written) *written = went;
+    bytes.insert(bytes.end(), from, from + size);
+    if (written) *written = size;
     return S_OK;
 }
 

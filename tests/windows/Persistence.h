@@ -54,13 +54,16 @@ class Trickle final : public LocalStream {
     Bytes bytes;
     std::size_t position = 0;
     int callsLeft = -1;  ///< so many reads or writes succeed, the next one is STG_E_MEDIUMFULL; below 0: all
+    bool isCut = false;  ///< the next one gives or takes half of the bytes instead, and those behind it none
     int calls = 0;
     std::function<void()> visit;  ///< done once, when it is written to and has not yet taken the bytes
 
  private:
-    bool Fails() noexcept { return ++calls, callsLeft >= 0 && callsLeft-- == 0; }
+    /// Whether a call fails; else how many bytes it may give or take.
+    bool Fails(ULONG& size) noexcept;
 
     ULONG atOnce_;
+    bool isAtEnd_ = false;
 };
 
 /// An object of another maker that a test describes: it is created through a class of its own for as long as the test
