@@ -15,3 +15,9 @@ try {
 } catch (error) {
     WScript.Echo((error.number >>> 0).toString(16) + " " + error.description);
 }
+
+// Prints:
+// true true
+// 6
+// true 12.5
+// 8000ffff Unexpected single or double quote; state : inPropertyValue; buffer : 5 "felt":[

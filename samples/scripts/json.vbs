@@ -25,3 +25,11 @@ WScript.Echo writer.GetText
 On Error Resume Next
 event_.FromJSONString "{""place"":"
 WScript.Echo Hex(Err.Number) & " " & Err.Source & ": " & Err.Description
+
+' Prints:
+' 2 True False
+' Kyoto
+' {"place":{"name":"Kyoto","depth":10},"magnitude":5.1}
+' {"type":"PropertySet","propertySetItems":{"Server":"gis.example"}}
+' [1,"two"]
+' 8000FFFF movaSystem.JSONReader: Unexpected end of file; state : inPropertyNameDelimiter; buffer : 

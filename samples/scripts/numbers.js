@@ -27,3 +27,11 @@ try {
 } catch (error) {
     WScript.Echo((error.number >>> 0).toString(16) + " " + error.description);
 }
+
+// Prints:
+// 1,234,567.50 km
+// -0.13
+// 2024/02/29 00:00:00.0 4
+// P1DT0H0M0S
+// 4 12
+// 80070057 There is no such date or time of day.

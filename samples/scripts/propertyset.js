@@ -17,3 +17,9 @@ try {
 } catch (error) {
     WScript.Echo((error.number >>> 0).toString(16) + " " + error.description);
 }
+
+// Prints:
+// 2 gis.example true
+// 1 0
+// 80004005 No property is named "Port".
+// 80070057 The capacity must be from 1 to 1,000,000 messages.

@@ -28,3 +28,13 @@ WScript.Echo Hex(Err.Number) & " " & Err.Source & ": " & Err.Description
 Err.Clear
 properties.SetProperties 1, 2
 WScript.Echo Hex(Err.Number) & " " & Err.Source & ": " & Err.Description
+
+' Prints:
+' 3 gis2.example 5151
+' Server=gis2.example
+' Port=5151
+' User=sa
+' False sa
+' 1 Key 2.5
+' 80004005 movaSystem.PropertySet: No property is named "Server".
+' 80070057 movaSystem.PropertySet: Names and values must be two arrays.

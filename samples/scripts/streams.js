@@ -37,3 +37,12 @@ plain.Close();
 WScript.Echo(refusal(function () { plain.Close(); }));
 numbers.Stream = null;
 files.DeleteFile(path);
+
+// Prints:
+// true true
+// 10 4
+// false
+// 80030050 File already exist.
+// 66051
+// 1
+// 80030006 File not opened.

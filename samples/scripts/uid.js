@@ -9,3 +9,7 @@ try {
 } catch (error) {
     WScript.Echo((error.number >>> 0).toString(16) + " " + error.description + " " + other.SubType);
 }
+
+// Prints:
+// {00112233-4455-6677-8899-AABBCCDDEEFF} 9 true
+// 80070057 The value is neither a text nor an identifier object. 9

@@ -15,3 +15,10 @@ WScript.Echo CStr(one.Compare(other))
 On Error Resume Next
 one.Value = "movaSystem.Nonsense"
 WScript.Echo Hex(Err.Number) & " " & Err.Source & ": " & Err.Description
+
+' Prints:
+' True 0
+' {78FF7FA1-FB2F-11D1-94A2-080009EEBECB} 3 False
+' True
+' False
+' 80070057 movaSystem.UID: The text is no GUID, and no class is known by it.

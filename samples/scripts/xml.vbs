@@ -30,3 +30,14 @@ reader.Read
 reader.Read
 reader.Read
 WScript.Echo Hex(Err.Number) & " " & Err.Source & ": " & Err.Description
+
+' Prints:
+' <event id='a&lt;b'>5 &amp; more</event>
+' 1 event  a<b
+' 3  5 & more 
+' 2 event  
+' gis.example True
+' 80004005 movaSystem.XMLTextReader: Xml Parsing failed.
+' Reason:expected end of tag 'b' (column 9)
+' Linepos:1
+' Source:text.
