@@ -476,7 +476,9 @@ TEST(Automation, LosesNothingWhereMemoryRunsOut) {
             answers = tried.answers;
             made = tried.State();
         }
-        ++called;
+        // What objects are saved as XML through lies within a serializer, and cannot be handed in.
+        const std::string operation = NameOf(info, function);
+        called += operation != "Serialize" && operation != "Deserialize";
         succeeded += SUCCEEDED(unhampered);
         bool isFelt = true;
         for (long granted = 0; isFelt; ++granted) {

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t page = 4096;
 constexpr std::size_t alignment = 16;
 constexpr std::size_t spaceSize = std::size_t{64} << 30;  // of addresses; only what is used takes memory
-constexpr std::size_t mostBlocks = 12'000;
+constexpr std::size_t mostBlocks = 12'000;                // alive at once: freed ones take no mapping of their own
 constexpr std::byte filler{0xFD};
 
 constexpr std::size_t RoundUp(std::size_t size, std::size_t unit) noexcept {
@@ -43,14 +43,13 @@ std::byte* GuardedHeap::Space() {
 
 void* GuardedHeap::Take(std::size_t size) {
     std::byte* const space = Space();
-    if (!space || size > spaceSize / 2 || taken_ >= mostBlocks) return nullptr;
+    if (!space || size > spaceSize / 2 || alive_ >= mostBlocks) return nullptr;
     const std::size_t pages = PagesFor(size);
     const std::size_t offset = used_.fetch_add(pages + page);
     if (offset + pages + page > spaceSize) return nullptr;
     std::byte* const first = space + offset;
     if (!VirtualAlloc(first, pages, MEM_COMMIT, PAGE_READWRITE)) return nullptr;
     std::byte* const block = first + pages - RoundUp(size, alignment);
-    ++taken_;
     ++alive_;
     std::memcpy(first, &size, sizeof size);
     std::fill(block + size, first + pages, filler);
@@ -83,7 +82,6 @@ void GuardedHeap::Restart() noexcept {
     if (alive_ != 0) return;
     VirtualFree(space_.exchange(nullptr), 0, MEM_RELEASE);
     used_ = 0;
-    taken_ = 0;
 }
 
 }  // namespace mova::test

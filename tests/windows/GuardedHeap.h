@@ -10,8 +10,8 @@ namespace mova::test {
 /// used again.
 class GuardedHeap {
  public:
-    /// A block; null where there is no memory or no address left, or after so many blocks that the system's table of
-    /// mappings would be full.
+    /// A block; null where there is no memory or no address left, or while so many blocks are alive that the system's
+    /// table of mappings would be full.
     void* Take(std::size_t size);
     /// Whether a block is one of these.
     bool Owns(const void* block) const noexcept;
@@ -26,7 +26,6 @@ class GuardedHeap {
 
     std::atomic<std::byte*> space_ = nullptr;
     std::atomic<std::size_t> used_ = 0;
-    std::atomic<std::size_t> taken_ = 0;
     std::atomic<std::size_t> alive_ = 0;
 };
 

@@ -20,6 +20,7 @@ long grantedLeft;
 bool felt;
 GuardedHeap guarded;
 bool isGuarding;
+std::atomic<long> unguarded;
 
 /// Whether a call for memory is granted; counts it.
 bool IsGranted() {
@@ -44,6 +45,7 @@ void WatchedFree(void* block) {
 void* WatchedMalloc(std::size_t size) {
     if (!IsGranted()) return nullptr;
     void* const block = isGuarding ? guarded.Take(size) : nullptr;
+    if (isGuarding && !block) ++unguarded;
     return Counted(block ? block : std::malloc(size));
 }
 
@@ -157,6 +159,10 @@ void WatchMemory() {
 void GuardMemory() {
     guarded.Restart();
     isGuarding = GetEnvironmentVariableW(L"MOVA_GUARD_MEMORY", nullptr, 0) != 0;
+}
+
+long UnguardedBlocks() {
+    return unguarded;
 }
 
 long LiveBlocks() {

@@ -12,6 +12,9 @@ void WatchMemory();
 /// MOVA_GUARD_MEMORY (GuardedHeap.h).
 void GuardMemory();
 
+/// How many of the library's blocks could not be guarded when they were to be.
+long UnguardedBlocks();
+
 /// How many watched blocks are alive, counted from when watching began: the library's own, and those of the platform's
 /// memory, of which the platform keeps some for itself where threads and proxies come and go.
 long LiveBlocks();
