@@ -52,25 +52,19 @@ TEST(Duration, IsWrittenWithAllParts) {
 }
 
 TEST(Duration, IsReadAsItIsWrittenAndInShorterForms) {
+    // clang-format off
     const struct {
         std::string_view text;
         std::string read;
     } rows[] = {
-        {"P0DT0H0M0S", "P0DT0H0M0S"},
-        {"-P0DT0H0M0S", "-P0DT0H0M0S"},
-        {"-P1DT2H3M4.5S", "-P1DT2H3M4.5S"},
-        {"P2D", "P2DT0H0M0S"},
-        {"PT36H", "P0DT36H0M0S"},
-        {"PT1H1S", "P0DT1H0M1S"},
-        {"PT0.0000000004S", "P0DT0H0M0S"},
-        {"PT0.0000000005S", "P0DT0H0M0.000000001S"},
-        {"PT59.9999999999S", "P0DT0H0M60S"},
-        {"PT2147483647.9S", "P0DT0H0M2147483647.9S"},
-        {"P3W", "P21DT0H0M0S"},
-        {"-P1W", "-P7DT0H0M0S"},
-        {"P306783378W", "P2147483646DT0H0M0S"},
-        {"P2147483647D", "P2147483647DT0H0M0S"},
-    };
+        {"P0DT0H0M0S", "P0DT0H0M0S"},           {"-P0DT0H0M0S", "-P0DT0H0M0S"},
+        {"-P1DT2H3M4.5S", "-P1DT2H3M4.5S"},     {"P2D", "P2DT0H0M0S"},
+        {"PT36H", "P0DT36H0M0S"},               {"PT1H1S", "P0DT1H0M1S"},
+        {"PT0.0000000004S", "P0DT0H0M0S"},      {"PT0.0000000005S", "P0DT0H0M0.000000001S"},
+        {"PT59.9999999999S", "P0DT0H0M60S"},    {"PT2147483647.9S", "P0DT0H0M2147483647.9S"},
+        {"P3W", "P21DT0H0M0S"},                 {"-P1W", "-P7DT0H0M0S"},
+        {"P306783378W", "P2147483646DT0H0M0S"}, {"P2147483647D", "P2147483647DT0H0M0S"}};
+    // clang-format on
     for (const auto& row : rows) EXPECT_EQ(Read(row.text), row.read) << row.text;
     // clang-format off
     const std::string_view refused[] = {

@@ -78,58 +78,38 @@ TEST(NumberFmt, ReadsNumbers) {
     const NumberFmt arabic = numberLocales[5].fmt;
     const NumberFmt blanks = numberLocales[6].fmt;
     const NumberFmt same = Rules(u",", u",", 3, u"-", 1, 1);
+    // clang-format off
     const struct {
         const NumberFmt& fmt;
         std::u16string_view text;
         double value;
         std::u16string_view unit = {};
     } rows[] = {
-        {english, u"1234.5", 1234.5},
-        {english, u" +1,234.5 ", 1234.5},
-        {english, u"-1,234,567", -1234567},
-        {english, u".5", 0.5},
-        {english, u"5.", 5},
-        {english, u"007", 7},
-        {english, u"1.5 km", 1.5},
-        {english, u"1.5 m\u00B2 (approx)", 1.5},
-        {english, u"(1.5)", -1.5},
-        {english, u"- 1.5", -1.5},
-        {english, u"1.5-", -1.5},
-        {english, u"1.5 - m", -1.5},
-        {english, u"\u22121.5", -1.5},
-        {english, u"9.007200e+15", 9.0072e15},
-        {english, u"1E-3", 1e-3},
-        {english, u"inf", infinity},
-        {english, u"-inf", -infinity},
-        {english, u"1e-999", 0},
+        {english, u"1234.5", 1234.5},           {english, u" +1,234.5 ", 1234.5},
+        {english, u"-1,234,567", -1234567},     {english, u".5", 0.5},
+        {english, u"5.", 5},                    {english, u"007", 7},
+        {english, u"1.5 km", 1.5},              {english, u"1.5 m\u00B2 (approx)", 1.5},
+        {english, u"(1.5)", -1.5},              {english, u"- 1.5", -1.5},
+        {english, u"1.5-", -1.5},               {english, u"1.5 - m", -1.5},
+        {english, u"\u22121.5", -1.5},          {english, u"9.007200e+15", 9.0072e15},
+        {english, u"1E-3", 1e-3},               {english, u"inf", infinity},
+        {english, u"-inf", -infinity},          {english, u"1e-999", 0},
         {english, u"0.1e1 m", 1},
         {english, u"123456789012345678901234567890", 123456789012345678901234567890.0},
         {english, u"0.1234567890123456789012345", 0.1234567890123456789012345},
-        {english, u"1 2", 1, u"2"},
-        {english, u"1 -", 1, u"-"},
-        {english, u"1 e5 m", 1},
-        {english, u"5 2 ", 5, u"2 "},
-        {german, u"1.234,5", 1234.5},
-        {german, u"1.234", 1234},
-        {german, u"1.5", 1.5},
-        {german, u"1,5", 1.5},
-        {german, u"1.234567e+16", 1.234567e16},
-        {german, u"1,5e3", 1500},
-        {french, u"1\u202F234,5", 1234.5},
-        {french, u"1\u00A0234,5", 1234.5},
-        {french, u"1 234,5 km", 1234.5},
-        {french, u"1 234", 1, u"234"},
-        {swiss, u"1\u2019234.5", 1234.5},
-        {swiss, u"1'234.5", 1234.5},
-        {hindi, u"12,34,567.5", 1234567.5},
-        {hindi, u"1,234,567", 1234567},
-        {arabic, u"12.5\u061C-", -12.5},
-        {arabic, u"12.5\u061C- m", -12.5},
-        {blanks, u"(1 234,5)", -1234.5},
-        {blanks, u"1 234 234", 1234, u"234"},
-        {same, u"1,234", 1.234},
-        {english, u"1 km", 1, u"m"},
-    };
+        {english, u"1 2", 1, u"2"},             {english, u"1 -", 1, u"-"},
+        {english, u"1 e5 m", 1},                {english, u"5 2 ", 5, u"2 "},
+        {german, u"1.234,5", 1234.5},           {german, u"1.234", 1234},
+        {german, u"1.5", 1.5},                  {german, u"1,5", 1.5},
+        {german, u"1.234567e+16", 1.234567e16}, {german, u"1,5e3", 1500},
+        {french, u"1\u202F234,5", 1234.5},      {french, u"1\u00A0234,5", 1234.5},
+        {french, u"1 234,5 km", 1234.5},        {french, u"1 234", 1, u"234"},
+        {swiss, u"1\u2019234.5", 1234.5},       {swiss, u"1'234.5", 1234.5},
+        {hindi, u"12,34,567.5", 1234567.5},     {hindi, u"1,234,567", 1234567},
+        {arabic, u"12.5\u061C-", -12.5},        {arabic, u"12.5\u061C- m", -12.5},
+        {blanks, u"(1 234,5)", -1234.5},        {blanks, u"1 234 234", 1234, u"234"},
+        {same, u"1,234", 1.234},                {english, u"1 km", 1, u"m"}};
+    // clang-format on
     for (const auto& row : rows) {
         SCOPED_TRACE(Utf8(row.text));
         EXPECT_EQ(StringToValue(row.text, row.fmt, row.unit), row.value);

@@ -79,22 +79,16 @@ TEST(XmlNames, NamesAndQualifiedNames) {
 }
 
 TEST(XmlNames, AnyTextIsAName) {
-    const std::pair<std::u16string_view, std::u16string_view> rows[] = {{u"", u"_x_"},
-                                                                        {u"_x_", u"_x005F_x_"},
-                                                                        {u"Name", u"Name"},
-                                                                        {u"a b", u"a_x0020_b"},
-                                                                        {u"a:b", u"a_x003A_b"},
-                                                                        {u"1a1", u"_x0031_a1"},
-                                                                        {u"-", u"_x002D_"},
-                                                                        {u"_", u"_"},
-                                                                        {u"_x0041_", u"_x005F_x0041_"},
-                                                                        {u"_x0041 ", u"_x005F_x0041_x0020_"},
-                                                                        {u"_xfACe_b", u"_x005F_xfACe_b"},
-                                                                        {u"_xfACg_b", u"_xfACg_b"},
-                                                                        {u"_X0041_", u"_X0041_"},
-                                                                        {u"_ ", u"__x0020_"},
-                                                                        {u"\U00010400", u"\U00010400"},
-                                                                        {u"\U0010FFFF", u"_xDBFF__xDFFF_"}};
+    // clang-format off
+    const std::pair<std::u16string_view, std::u16string_view> rows[] = {
+        {u"", u"_x_"},                    {u"_x_", u"_x005F_x_"},         {u"Name", u"Name"},
+        {u"a b", u"a_x0020_b"},           {u"a:b", u"a_x003A_b"},         {u"1a1", u"_x0031_a1"},
+        {u"-", u"_x002D_"},               {u"_", u"_"},                   {u"_x0041_", u"_x005F_x0041_"},
+        {u"_x0041 ", u"_x005F_x0041_x0020_"},
+        {u"_xfACe_b", u"_x005F_xfACe_b"}, {u"_xfACg_b", u"_xfACg_b"},     {u"_X0041_", u"_X0041_"},
+        {u"_ ", u"__x0020_"},             {u"\U00010400", u"\U00010400"},
+        {u"\U0010FFFF", u"_xDBFF__xDFFF_"}};
+    // clang-format on
     for (const auto& [text, name] : rows) {
         EXPECT_EQ(Encoded(text), name);
         EXPECT_EQ(Decoded(name), text);
