@@ -1,5 +1,8 @@
 #include "tests/windows/StreamSupport.h"
 
+#include <psapi.h>
+
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -137,6 +140,21 @@ std::string Take(IStream* stream, ULONG count) {
 std::string ContentOf(IStream* stream) {
     EXPECT_EQ(SeekTo(stream, 0), S_OK);
     return Take(stream, static_cast<ULONG>(SizeOf(stream)));
+}
+
+STDMETHODIMP SourceStream::Read(void* target, ULONG count, ULONG* read) noexcept {
+    *read = 0;
+    if (const HRESULT status = before ? before(reads++) : S_OK; FAILED(status)) return status;
+    *read = static_cast<ULONG>(std::min<std::size_t>({count, most, bytes.size()}));
+    std::copy_n(bytes.data(), *read, static_cast<char*>(target));
+    bytes.remove_prefix(*read);
+    return *read == count || (*read != 0 && FAILED(atEnd)) ? S_OK : atEnd;
+}
+
+std::size_t PrivateBytes() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return counters.PagefileUsage;
 }
 
 }  // namespace mova::test

@@ -73,6 +73,29 @@ std::string Take(IStream* stream, ULONG count);
 /// All bytes; the position moves to the end.
 std::string ContentOf(IStream* stream);
 
+/// A stream of another maker that is only read: as many bytes a call as a test says, and what a stream can do wrong.
+class SourceStream final : public LocalStream {
+ public:
+    explicit SourceStream(std::string_view text = {}) : bytes(text) {}
+    STDMETHODIMP Read(void* target, ULONG count, ULONG* read) noexcept override;
+    STDMETHODIMP Stat(STATSTG* target, DWORD) noexcept override {
+        *target = {};
+        target->cbSize.QuadPart = size;
+        return stat;
+    }
+
+    std::string_view bytes;  ///< those that have not been read
+    ULONG most = ~ULONG{0};  ///< bytes a call
+    HRESULT atEnd = S_OK;    ///< the answer to a call that gets fewer than it wants; a failure only where none are left
+    HRESULT stat = S_OK;
+    ULONGLONG size = 0;                  ///< as it is stated
+    std::function<HRESULT(int)> before;  ///< done before each call, which fails as it does; the first one is number 0
+    int reads = 0;
+};
+
+/// The memory that this process has for itself, in bytes.
+std::size_t PrivateBytes();
+
 /// Attributes of another maker that do no more than a test says.
 class LocalAttributes : public Local<IXMLAttributes> {
  public:

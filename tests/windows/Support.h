@@ -165,6 +165,12 @@ template <class I>
 std::string Refusal(std::string_view className, std::string_view description) {
     return Refusal(className, description, __uuidof(I));
 }
+/// What a call left on the thread that was to be refused with a status; what it answered instead, too, where it was
+/// not.
+inline std::string Refused(HRESULT answered, HRESULT expected) {
+    std::string told = TakeErrorInfo();
+    return answered == expected ? told : std::to_string(answered) + " in place of the status, " + told;
+}
 /// The refusals that the tests have expected so far and were told.
 std::vector<std::string> HeldRefusals();
 

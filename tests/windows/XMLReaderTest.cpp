@@ -1,6 +1,3 @@
-#include <windows.h>
-
-#include <psapi.h>
 #include <algorithm>
 #include <functional>
 #include <memory>
@@ -243,34 +240,16 @@ TEST(XMLReader, StaysWhereItIsWithoutAPlaceForTheAnswer) {
     EXPECT_EQ(TypeOf(reader.Get()), movaXMLStartElement);
 }
 
-/// A stream that makes its bytes, and does what a test wants before each reading.
-class MadeStream final : public LocalStream {
- public:
-    STDMETHODIMP Read(void* target, ULONG size, ULONG* read) noexcept override {
-        const HRESULT status = before ? before(reads++) : S_OK;
-        if (FAILED(status)) return status;
-        const auto count = static_cast<ULONG>(std::min<std::uint64_t>({size, most, document.size()}));
-        std::copy_n(document.data(), count, static_cast<char*>(target));
-        document.remove_prefix(count);
-        if (read) *read = count;
-        return count < size ? S_FALSE : S_OK;
-    }
-    std::string_view document;
-    ULONG most = ~0U;
-    std::function<HRESULT(int)> before;
-    int reads = 0;
-};
-
 TEST(XMLReader, ReadsFromStreamsThatGiveLittleOrFail) {
     for (const ULONG most : {1U, 3U, 1000U}) {
-        MadeStream stream;
-        stream.document = "<a>x<b/>y</a>";
+        SourceStream stream("<a>x<b/>y</a>");
+        stream.atEnd = S_FALSE;
         stream.most = most;
         EXPECT_EQ(Content(Open(&stream).Get()), "<a>x<b>/y/") << most;
     }
     for (int failing = 0; failing < 10; ++failing) {
-        MadeStream stream;
-        stream.document = "<a>x<b/>y</a>";
+        SourceStream stream("<a>x<b/>y</a>");
+        stream.atEnd = S_FALSE;
         stream.most = 3;
         stream.before = [&](int read) { return read == failing ? STG_E_ACCESSDENIED : S_OK; };
         const auto reader = Open(&stream);
@@ -288,8 +267,7 @@ TEST(XMLReader, ReadsFromStreamsThatGiveLittleOrFail) {
 }
 
 TEST(XMLReader, TakesNoCallsFromItsStream) {
-    MadeStream stream;
-    stream.document = "<a>x</a>";
+    SourceStream stream("<a>x</a>");
     const auto reader = Open(&stream);
     int refused = 0;
     stream.before = [&](int) {
@@ -383,33 +361,29 @@ TEST(XMLReader, ReadsAGigabyteInLittleMemory) {
     const std::string start = "<a>";
     const std::string block(1 << 20, 'x');
     const std::string end = "</a>";
-    MadeStream stream;
+    SourceStream stream;
+    stream.atEnd = S_FALSE;
     std::uint64_t made = 0;
     stream.before = [&](int) {
-        if (!stream.document.empty()) return S_OK;
+        if (!stream.bytes.empty()) return S_OK;
         if (made == 0)
-            stream.document = start;
+            stream.bytes = start;
         else if (made <= gigabyte)
-            stream.document = block;
+            stream.bytes = block;
         else if (made < 2 * gigabyte)
-            stream.document = end, made = 2 * gigabyte;
-        made += stream.document.size();
+            stream.bytes = end, made = 2 * gigabyte;
+        made += stream.bytes.size();
         return S_OK;
     };
-    const auto memory = [] {
-        PROCESS_MEMORY_COUNTERS counters{};
-        K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-        return counters.PagefileUsage;
-    };
     const auto reader = Open(&stream);
-    const std::size_t before = memory();
+    const std::size_t before = PrivateBytes();
     std::size_t most = before;
     std::uint64_t characters = 0;
     bool found = true;
     while (Read(reader.Get(), &found) == S_OK && found) {
         const auto text = AnswerOf(reader, &IXMLReader::get_Value);
         characters += text.View().size();
-        most = std::max(most, memory());
+        most = std::max(most, PrivateBytes());
     }
     EXPECT_GE(characters, gigabyte);
     EXPECT_LT(most, before + (64U << 20));
