@@ -100,8 +100,7 @@ TEST(CompressedFileStream, KeepsWhatIsWrittenAtEveryLevel) {
 TEST(CompressedFileStream, RefusesLevelsThatAreNone) {
     const auto file = New<ICompressedFileStream>(u"CompressedFileStream");
     for (const LONG refused : {-1, 10, INT_MIN}) {
-        EXPECT_EQ(file->put_CompressionLevel(refused), E_INVALIDARG);
-        EXPECT_EQ(TakeErrorInfo(),
+        EXPECT_EQ(Refused(file->put_CompressionLevel(refused), E_INVALIDARG),
                   Refusal<ICompressedFileStream>("CompressedFileStream", "The compression level must be from 0 to 9."));
     }
     EXPECT_EQ(AnswerOf(file, &ICompressedFileStream::get_CompressionLevel), 6);
@@ -232,9 +231,9 @@ TEST(CompressedFileStream, TellsOfADamagedBlock) {
     const auto stream = Open(path, movaFileModeReadWrite).As<IStream>();
     std::string read(2 * block, '?');
     ULONG came = 0;
-    EXPECT_EQ(stream->Read(read.data(), static_cast<ULONG>(read.size()), &came), STG_E_READFAULT);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IFileStream>("CompressedFileStream",
-                                                    "Operation on file " + kv::Utf8(path) + " failed. Read error."));
+    EXPECT_EQ(
+        Refused(stream->Read(read.data(), static_cast<ULONG>(read.size()), &came), STG_E_READFAULT),
+        Refusal<IFileStream>("CompressedFileStream", "Operation on file " + kv::Utf8(path) + " failed. Read error."));
     EXPECT_EQ(came, block);
     EXPECT_TRUE(read.substr(0, block) == Noise(block, 4));
     EXPECT_EQ(PutAt(stream.Get(), block + 7, "x"), STG_E_READFAULT) << "the rest of the block is not known";

@@ -150,13 +150,11 @@ TEST(NumericFormat, KeepsItsSettings) {
     EXPECT_EQ(State(format.As<IUnknown>()), std::string(oddState) + "*");
     const auto numeric = format.As<INumericFormat>();
     for (const LONG digits : {16L, -1L, 2147483647L, -2147483647L - 1}) {
-        EXPECT_EQ(numeric->put_RoundingValue(digits), E_INVALIDARG);
-        EXPECT_EQ(TakeErrorInfo(),
+        EXPECT_EQ(Refused(numeric->put_RoundingValue(digits), E_INVALIDARG),
                   Refusal<INumericFormat>("NumericFormat", "The rounding value must be a whole number from 0 to 15."));
     }
     for (const LONG width : {-1L, -2147483647L - 1}) {
-        EXPECT_EQ(numeric->put_AlignmentWidth(width), E_INVALIDARG);
-        EXPECT_EQ(TakeErrorInfo(),
+        EXPECT_EQ(Refused(numeric->put_AlignmentWidth(width), E_INVALIDARG),
                   Refusal<INumericFormat>("NumericFormat", "The alignment width must not be negative."));
     }
     EXPECT_EQ(State(format.As<IUnknown>()), std::string(oddState) + "*");
@@ -179,8 +177,8 @@ TEST(NumericFormat, RefusesWhatIsNoNumberAndFieldsThatAreTooWide) {
     const auto format = NewFormat();
     for (const char16_t* text : {u"", u"abc", u"1..2", u"1 2", u"1e999", u"<null>", u"--1"}) {
         double value = 7;
-        EXPECT_EQ(format->StringToValue(Bstr(text), &value), E_INVALIDARG);
-        EXPECT_EQ(TakeErrorInfo(), Refusal<INumberFormat>("NumericFormat", "The text is not a number."));
+        EXPECT_EQ(Refused(format->StringToValue(Bstr(text), &value), E_INVALIDARG),
+                  Refusal<INumberFormat>("NumericFormat", "The text is not a number."));
         EXPECT_EQ(value, 0) << kv::Utf8(text);
     }
     double value = 7;
@@ -191,8 +189,7 @@ TEST(NumericFormat, RefusesWhatIsNoNumberAndFieldsThatAreTooWide) {
     wide.alignmentWidth = 32'768;
     const auto tooWide = FormatWith(wide, u"m");
     kv::BString text(u"before");
-    EXPECT_EQ(tooWide->ValueToString(1, text.Put()), E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(),
+    EXPECT_EQ(Refused(tooWide->ValueToString(1, text.Put()), E_INVALIDARG),
               Refusal<INumberFormat>("NumericFormat", "Numbers are aligned in fields of at most 32,767 characters."));
     EXPECT_EQ(text.Get(), nullptr);
     EXPECT_EQ(kv::Utf8(Show(tooWide, nan)), "<Null>") << "not aligned";
@@ -354,8 +351,7 @@ TEST(NumericFormat, WritesTheRecordOfTheDocument) {
         EXPECT_EQ(other.As<IPersistStream>()->Load(StreamOf(record).Get()), S_OK);
         record[0] = 3, record[1] = 0;
         const auto untouched = NewFormat();
-        EXPECT_EQ(untouched.As<IPersistStream>()->Load(StreamOf(record).Get()), E_FAIL);
-        EXPECT_EQ(TakeErrorInfo(),
+        EXPECT_EQ(Refused(untouched.As<IPersistStream>()->Load(StreamOf(record).Get()), E_FAIL),
                   Refusal<IPersistStream>("NumericFormat", "The stream was written by a newer version."));
         EXPECT_EQ(State(untouched.As<IUnknown>()), defaultState);
     }
@@ -373,10 +369,10 @@ TEST(NumericFormat, KeepsWhatWasReadBeforeTheStreamBroke) {
                   {24, "1 15 0 2147483647 7 -1 1 ''"}};
     for (std::size_t cut = 0; cut < record.size(); ++cut) {
         const auto format = NewFormat();
-        EXPECT_EQ(
-            format.As<IPersistStream>()->Load(StreamOf({record.begin(), record.begin() + static_cast<int>(cut)}).Get()),
-            E_FAIL);
-        EXPECT_EQ(TakeErrorInfo(), Refusal<IPersistStream>("NumericFormat", "The stream is cut short or damaged."));
+        EXPECT_EQ(Refused(format.As<IPersistStream>()->Load(
+                              StreamOf({record.begin(), record.begin() + static_cast<int>(cut)}).Get()),
+                          E_FAIL),
+                  Refusal<IPersistStream>("NumericFormat", "The stream is cut short or damaged."));
         std::string expected = defaultState;
         for (const auto& field : fields)
             if (field.end <= cut) expected = field.state + "*";

@@ -167,10 +167,9 @@ TEST(ObjectStream, RefusesWhatItCannotDo) {
     EXPECT_EQ(objects->Write(buffer, 4, &count), E_FAIL);
     EXPECT_EQ(objects->Commit(0), E_FAIL);
     EXPECT_EQ(objects->Stat(nullptr, 0), E_POINTER);
-    EXPECT_EQ(objects->SaveObject(set.Get()), E_FAIL);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IObjectStream>("ObjectStream", noStream));
-    EXPECT_EQ(objects->LoadObject(__uuidof(IUnknown), nullptr, loaded.PutVoid()), E_FAIL);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IObjectStream>("ObjectStream", noStream));
+    EXPECT_EQ(Refused(objects->SaveObject(set.Get()), E_FAIL), Refusal<IObjectStream>("ObjectStream", noStream));
+    EXPECT_EQ(Refused(objects->LoadObject(__uuidof(IUnknown), nullptr, loaded.PutVoid()), E_FAIL),
+              Refusal<IObjectStream>("ObjectStream", noStream));
     EXPECT_EQ(objects->LoadObject(__uuidof(IUnknown), nullptr, nullptr), E_POINTER);
     EXPECT_EQ(objects->get_Stream(nullptr), E_POINTER);
     EXPECT_EQ(objects->put_Stream(objects.Get()), E_INVALIDARG) << "it would go round for ever";
@@ -241,8 +240,7 @@ TEST(ObjectStream, BoundsHowDeepAndHowMuch) {
         std::memcpy(chain.data() + chain.size() - linkSize + 16, &i, sizeof i);
     }
     kv::Ptr<IUnknown> loaded;
-    EXPECT_EQ(Loader().Load(chain, loaded), E_FAIL);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IObjectStream>("ObjectStream", tooDeep));
+    EXPECT_EQ(Refused(Loader().Load(chain, loaded), E_FAIL), Refusal<IObjectStream>("ObjectStream", tooDeep));
 
     const auto limited = ObjectsOver(StreamOf(bytes).Get());
     EXPECT_EQ(limited->put_NestingLimit(999), S_OK);
@@ -301,10 +299,10 @@ TEST(ObjectStream, CreatesOnlyClassesThatAreAllowed) {
         return objects->LoadObject(__uuidof(IUnknown), nullptr, object.PutVoid());
     };
     EXPECT_EQ(load({&__uuidof(::PropertySetProperty), &__uuidof(::PropertySet)}, false), S_OK);
-    EXPECT_EQ(load({&__uuidof(::PropertySetProperty)}, false), E_ACCESSDENIED);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IObjectStream>("ObjectStream",
-                                                      "The class {588E5A11-D09B-11D1-AA7C-00C04FA33A15} may not be "
-                                                      "created from this stream."));
+    EXPECT_EQ(Refused(load({&__uuidof(::PropertySetProperty)}, false), E_ACCESSDENIED),
+              Refusal<IObjectStream>("ObjectStream",
+                                     "The class {588E5A11-D09B-11D1-AA7C-00C04FA33A15} may not be "
+                                     "created from this stream."));
     EXPECT_EQ(load({&__uuidof(::PropertySetProperty)}, true), S_OK);
     EXPECT_EQ(load({&foreignClass}, false), E_ACCESSDENIED);
 }
@@ -400,8 +398,8 @@ TEST(ObjectStream, TakesObjectsThatPersistByValues) {
 
     object->named = false;
     const auto stream = StreamOf({});
-    EXPECT_EQ(ObjectsOver(stream.Get())->SaveObject(static_cast<IPersistStream*>(object.Get())), E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IObjectStream>("ObjectStream", "An object does not name its class."));
+    EXPECT_EQ(Refused(ObjectsOver(stream.Get())->SaveObject(static_cast<IPersistStream*>(object.Get())), E_INVALIDARG),
+              Refusal<IObjectStream>("ObjectStream", "An object does not name its class."));
     EXPECT_TRUE(BytesOf(stream).empty());
 }
 
@@ -558,8 +556,7 @@ TEST(VariantStreamIO, KeepsEveryValue) {
     const auto stream = StreamOf({});
     const auto io = New<IVariantStreamIO>(u"VariantStreamIO");
     constexpr auto noStream = "There is no stream of bytes under the stream of values.";
-    EXPECT_EQ(io->Write(kv::Variant().Get()), E_FAIL);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IVariantStream>("VariantStreamIO", noStream));
+    EXPECT_EQ(Refused(io->Write(kv::Variant().Get()), E_FAIL), Refusal<IVariantStream>("VariantStreamIO", noStream));
     EXPECT_EQ(io->put_Stream(stream.Get()), S_OK);
     const auto values = EveryValue();
     for (const auto& value : values) EXPECT_EQ(io->Write(value.Get()), S_OK) << value.Get().vt;
@@ -590,8 +587,7 @@ TEST(VariantStreamIO, KeepsEveryValue) {
     const kv::Variant references = odd.Finish();
     nested = Nested(kv::maxNesting + 1);
     for (const VARIANT& value : {references.Get(), Raw(VT_BYREF | VT_I4), Raw(0x777), nested.Get()}) {
-        EXPECT_EQ(io->Write(value), DISP_E_BADVARTYPE);
-        EXPECT_EQ(TakeErrorInfo(),
+        EXPECT_EQ(Refused(io->Write(value), DISP_E_BADVARTYPE),
                   Refusal<IVariantStream>("VariantStreamIO", "A value is of a kind that cannot be saved."));
     }
 }

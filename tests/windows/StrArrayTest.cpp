@@ -60,9 +60,7 @@ TEST(StrArray, SplitsAndJoins) {
     for (const auto& row : rows) {
         const auto texts = Split(row.text, row.delimiter);
         EXPECT_EQ(ElementsOf(texts), row.elements) << kv::Utf8(row.text);
-        kv::BString joined;
-        EXPECT_EQ(texts->Join(Bstr(row.delimiter), joined.Put()), S_OK);
-        EXPECT_EQ(joined.View(), row.text);
+        EXPECT_EQ(AnswerOf(texts, &IStringArray::Join, Bstr(row.delimiter)).View(), row.text);
     }
 }
 

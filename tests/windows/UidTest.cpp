@@ -314,10 +314,9 @@ TEST(Uid, ExchangesAndKeepsSubtypes) {
     const auto uid = NewHolder();
     const auto exchange = uid.As<IIdentifierExchange>();
     for (const LONG below : {-1L, -2147483647L - 1}) {
-        EXPECT_EQ(uid->put_SubType(below), E_INVALIDARG);
-        EXPECT_EQ(TakeErrorInfo(), Refusal<IUID>("UID", badSubtype));
-        EXPECT_EQ(exchange->SetIdentifier(&probe, below), E_INVALIDARG);
-        EXPECT_EQ(TakeErrorInfo(), Refusal<IIdentifierExchange>("UID", badSubtype));
+        EXPECT_EQ(Refused(uid->put_SubType(below), E_INVALIDARG), Refusal<IUID>("UID", badSubtype));
+        EXPECT_EQ(Refused(exchange->SetIdentifier(&probe, below), E_INVALIDARG),
+                  Refusal<IIdentifierExchange>("UID", badSubtype));
     }
     EXPECT_EQ(uid->put_SubType(5), S_OK);
     EXPECT_EQ(exchange->SetIdentifier(nullptr, 5), S_OK);
@@ -362,8 +361,8 @@ TEST(Uid, ComparesBothHalvesAndTheSubtype) {
     const auto stranger = New<IUnknown>(u"PropertySet");
     // Whatever the pointer is to, it is asked for the interface that counts.
     for (IUnknown* none : {static_cast<IUnknown*>(nullptr), stranger.Get(), static_cast<IUnknown*>(&failing)}) {
-        EXPECT_EQ(uid->Compare(reinterpret_cast<IUID*>(none), &equal), E_INVALIDARG);
-        EXPECT_EQ(TakeErrorInfo(), Refusal<IUID>("UID", "There is no identifier object to compare with."));
+        EXPECT_EQ(Refused(uid->Compare(reinterpret_cast<IUID*>(none), &equal), E_INVALIDARG),
+                  Refusal<IUID>("UID", "There is no identifier object to compare with."));
         EXPECT_EQ(equal, VARIANT_FALSE);
     }
     EXPECT_EQ(AnswerOf(uid, &IUID::Compare, reinterpret_cast<IUID*>(&foreign)), VARIANT_TRUE);

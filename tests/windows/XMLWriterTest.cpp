@@ -51,14 +51,12 @@ std::string PrefixOf(const Document& document, const char16_t* uri) {
 
 TEST(XMLWriter, RefusesWhatHasNoText) {
     Document document;
-    EXPECT_EQ(document->WriteDate(1e9), E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(), WriterRefusal("The date is outside the years 100 to 9999."));
-    EXPECT_EQ(document->WriteBase64(Array(VT_I2, {{3, 0}}).Get()), E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLWriter2>("XMLWriter", "The value is not an array of bytes."));
-    EXPECT_EQ(Start(document, u""), E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(), WriterRefusal("An element must have a name."));
-    EXPECT_EQ(document->EndElement(), E_UNEXPECTED);
-    EXPECT_EQ(TakeErrorInfo(), WriterRefusal("No element is open."));
+    EXPECT_EQ(Refused(document->WriteDate(1e9), E_INVALIDARG),
+              WriterRefusal("The date is outside the years 100 to 9999."));
+    EXPECT_EQ(Refused(document->WriteBase64(Array(VT_I2, {{3, 0}}).Get()), E_INVALIDARG),
+              Refusal<IXMLWriter2>("XMLWriter", "The value is not an array of bytes."));
+    EXPECT_EQ(Refused(Start(document, u""), E_INVALIDARG), WriterRefusal("An element must have a name."));
+    EXPECT_EQ(Refused(document->EndElement(), E_UNEXPECTED), WriterRefusal("No element is open."));
     EXPECT_EQ(document.Take(), "");
 }
 
@@ -132,8 +130,9 @@ TEST(XMLWriter, NamespacesEndWithTheirElement) {
 
 TEST(XMLWriter, NamespacesThatAreNotDeclaredAreRefused) {
     Document document;
-    EXPECT_EQ(Start(document, u"e", u"u", Attributes({{u"", u"a", u"1"}}), Namespaces({{u"p", u"v"}})), E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(), WriterRefusal("The namespace of the element is not declared."));
+    EXPECT_EQ(
+        Refused(Start(document, u"e", u"u", Attributes({{u"", u"a", u"1"}}), Namespaces({{u"p", u"v"}})), E_INVALIDARG),
+        WriterRefusal("The namespace of the element is not declared."));
     EXPECT_EQ(document.Take(), "");
     EXPECT_EQ(PrefixOf(document, u"v"), "none");
     EXPECT_EQ(document->EndElement(), E_UNEXPECTED);
@@ -141,9 +140,9 @@ TEST(XMLWriter, NamespacesThatAreNotDeclaredAreRefused) {
     // One of an attribute leaves what was written before it, and the element open with what it declares. Without a
     // prefix an attribute would be in no namespace.
     const auto attributes = Attributes({{u"", u"a", u"1"}, {u"d", u"b", u"2"}, {u"", u"c", u"3"}});
-    EXPECT_EQ(Start(document, u"e", u"d", attributes, Namespaces({{u"", u"d"}, {u"p", u"v"}}), VARIANT_TRUE),
-              E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(), WriterRefusal("The namespace of an attribute is not declared with a prefix."));
+    EXPECT_EQ(Refused(Start(document, u"e", u"d", attributes, Namespaces({{u"", u"d"}, {u"p", u"v"}}), VARIANT_TRUE),
+                      E_INVALIDARG),
+              WriterRefusal("The namespace of an attribute is not declared with a prefix."));
     EXPECT_EQ(document.Take(), "<e a='1' ");
     EXPECT_EQ(PrefixOf(document, u"v"), "'p'");
     EXPECT_EQ(document->EndElement(), S_OK);
@@ -231,10 +230,10 @@ TEST(XMLAttributes, AreFoundReplacedAndRemoved) {
         }
         return text;
     };
-    EXPECT_EQ(attributes->AddAttribute(Bstr(u"u"), Bstr(u"a"), Bstr(u"4")), E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLAttributes>("XMLAttributes", "There is an attribute of that name already."));
-    EXPECT_EQ(attributes->AddAttribute(nullptr, nullptr, nullptr), E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLAttributes>("XMLAttributes", "An attribute must have a name."));
+    EXPECT_EQ(Refused(attributes->AddAttribute(Bstr(u"u"), Bstr(u"a"), Bstr(u"4")), E_INVALIDARG),
+              Refusal<IXMLAttributes>("XMLAttributes", "There is an attribute of that name already."));
+    EXPECT_EQ(Refused(attributes->AddAttribute(nullptr, nullptr, nullptr), E_INVALIDARG),
+              Refusal<IXMLAttributes>("XMLAttributes", "An attribute must have a name."));
     EXPECT_EQ(attributes->SetValue(1, Bstr(u"22")), S_OK);
     EXPECT_EQ(shown(), "{}a=1 {u}a=22 {}b=3 ");
     EXPECT_EQ(AnswerOf(attributes, &IXMLAttributes::FindAttribute, Bstr(u"u"), Bstr(u"a")), 1);
@@ -268,10 +267,10 @@ TEST(XMLNamespaces, AreFoundAndRemoved) {
         }
         return text;
     };
-    EXPECT_EQ(namespaces->AddNamespace(Bstr(u"q"), Bstr(u"x")), E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLNamespaces>("XMLNamespaces", "The prefix is declared already."));
-    EXPECT_EQ(namespaces->AddNamespace(Bstr(u"r"), nullptr), E_INVALIDARG);
-    EXPECT_EQ(TakeErrorInfo(), Refusal<IXMLNamespaces>("XMLNamespaces", "A prefix must stand for a namespace."));
+    EXPECT_EQ(Refused(namespaces->AddNamespace(Bstr(u"q"), Bstr(u"x")), E_INVALIDARG),
+              Refusal<IXMLNamespaces>("XMLNamespaces", "The prefix is declared already."));
+    EXPECT_EQ(Refused(namespaces->AddNamespace(Bstr(u"r"), nullptr), E_INVALIDARG),
+              Refusal<IXMLNamespaces>("XMLNamespaces", "A prefix must stand for a namespace."));
     EXPECT_EQ(shown(), "=d p=u q=u ");
     EXPECT_EQ(AnswerOf(namespaces, &IXMLNamespaces::FindPrefix, Bstr(u"q")), 2);
     EXPECT_EQ(AnswerOf(namespaces, &IXMLNamespaces::FindURI, Bstr(u"u")), 1);
