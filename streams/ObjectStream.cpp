@@ -16,14 +16,15 @@ constexpr auto noStream = u"The object stream has no stream of bytes under it.";
 constexpr auto tooDeep = u"The objects nest too deeply.";
 constexpr LONG largestNestingLimit = 100'000;
 
-/// The class that an object persisting by values names through its identifier; nothing where it names none.
-std::optional<CLSID> NamedClass(IPersistVariant& object) noexcept {
+/// The class that an object persisting by values names through its identifier; CLSID_NULL where it names none.
+/// @return E_OUTOFMEMORY where that is why
+HRESULT NameClass(IPersistVariant& object, CLSID& clsid) noexcept {
     kv::Ptr<IUnknown> identifier;
-    CLSID clsid{};
-    if (FAILED(object.get_ID(identifier.Put()))) return {};
-    const auto exchange = identifier.As<IIdentifierExchange>();
-    if (!exchange || FAILED(exchange->GetIdentifier(&clsid, nullptr)) || clsid == CLSID_NULL) return {};
-    return clsid;
+    HRESULT status = object.get_ID(identifier.Put());
+    const auto exchange = SUCCEEDED(status) ? identifier.As<IIdentifierExchange>() : kv::Ptr<IIdentifierExchange>();
+    if (exchange) status = exchange->GetIdentifier(&clsid, nullptr);
+    if (FAILED(status)) clsid = CLSID_NULL;
+    return status == E_OUTOFMEMORY ? status : S_OK;
 }
 
 }  // namespace
@@ -170,16 +171,10 @@ HRESULT ObjectStream::SaveNew(kv::Ptr<IUnknown> object, kv::Ptr<IUnknown> origin
     const auto byValues = object.As<IPersistVariant>();
     const auto byBytes = byValues ? kv::Ptr<IPersistStream>() : object.As<IPersistStream>();
     CLSID clsid{};
-    if (byValues) {
-        const auto named = NamedClass(*byValues.Get());
-        if (!named) return Refuse<IObjectStream>(E_INVALIDARG, u"An object does not name its class.");
-        clsid = *named;
-    } else if (byBytes) {
-        if (HRESULT status = byBytes->GetClassID(&clsid); FAILED(status)) return status;
-        if (clsid == CLSID_NULL) return Refuse<IObjectStream>(E_INVALIDARG, u"An object does not name its class.");
-    } else {
-        return SaveNull();
-    }
+    if (!byValues && !byBytes) return SaveNull();
+    const HRESULT named = byValues ? NameClass(*byValues.Get(), clsid) : byBytes->GetClassID(&clsid);
+    if (FAILED(named)) return named;
+    if (clsid == CLSID_NULL) return Refuse<IObjectStream>(E_INVALIDARG, u"An object does not name its class.");
     // Whoever was asked may have saved it meanwhile.
     if (const auto saved = saved_.Find(object.Get())) return SaveRepeated(*saved);
     const Nesting nesting(*this);
@@ -406,8 +401,12 @@ STDMETHODIMP ObjectStream::get_SizeLimit(LONGLONG* limit) noexcept {
 
 STDMETHODIMP ObjectStream::AllowClass(REFCLSID clsid) noexcept try {
     if (kv::IsNull(&clsid)) return Refuse(E_INVALIDARG);
-    if (!allowed_) allowed_ = std::make_unique<std::set<kv::IdBits>>();
-    allowed_->insert(kv::BitsOf(clsid));
+    const kv::IdBits bits = kv::BitsOf(clsid);
+    if (allowed_) {
+        allowed_->insert(bits);
+    } else {
+        allowed_ = std::make_unique<std::set<kv::IdBits>>(std::set{bits});
+    }
     return S_OK;
 } catch (...) {
     return CaughtStatus();

@@ -80,6 +80,12 @@ HRESULT First(std::initializer_list<std::function<HRESULT()>> steps) {
     return S_OK;
 }
 
+bool IsCommitted(const void* address) {
+    MEMORY_BASIC_INFORMATION memory{};
+    VirtualQuery(address, &memory, sizeof memory);
+    return memory.State == MEM_COMMIT;
+}
+
 }  // namespace
 
 TEST(GuardedHeap, LetsNobodyTouchWhatLiesBehindABlockOrWasFreed) {
@@ -90,17 +96,25 @@ TEST(GuardedHeap, LetsNobodyTouchWhatLiesBehindABlockOrWasFreed) {
         EXPECT_TRUE(heap.Owns(block));
         EXPECT_EQ(heap.SizeOf(block), size);
         std::fill(block, block + size, std::byte{1});
-        const auto isCommitted = [](const void* address) {
-            MEMORY_BASIC_INFORMATION memory{};
-            VirtualQuery(address, &memory, sizeof memory);
-            return memory.State == MEM_COMMIT;
-        };
-        EXPECT_TRUE(size == 0 || isCommitted(block + size - 1));
-        EXPECT_FALSE(isCommitted(block + (size + 15) / 16 * 16)) << size;
+        EXPECT_TRUE(size == 0 || IsCommitted(block + size - 1));
+        EXPECT_FALSE(IsCommitted(block + (size + 15) / 16 * 16)) << size;
         heap.Give(block);
-        EXPECT_FALSE(isCommitted(block)) << size;
+        EXPECT_FALSE(IsCommitted(block)) << size;
     }
     heap.Restart();
+}
+
+TEST(GuardedHeap, HoldsThePlatformsTextsWhereMemoryIsGuarded) {
+    BSTR text = SysAllocString(L"seven");
+    ASSERT_TRUE(text);
+    const BSTR former = text;
+    EXPECT_TRUE(SysReAllocStringLen(&text, nullptr, 3000));
+    EXPECT_EQ(std::u16string_view(kv::View(text)).substr(0, 5), u"seven");
+    SysFreeString(text);
+    if (GetEnvironmentVariableW(L"MOVA_GUARD_MEMORY", nullptr, 0) != 0) {
+        EXPECT_FALSE(IsCommitted(former));
+        EXPECT_FALSE(IsCommitted(text));
+    }
 }
 
 TEST(Samples, HaveSomethingInThemThatReadingDoesNotChange) {
@@ -218,6 +232,51 @@ TEST(MemoryShortage, LeavesWhatIsSavedAndLoaded) {
     }
 }
 
+TEST(MemoryShortage, LeavesWhatPersistsByValues) {
+    struct ByValues final : ForeignWith<IPersistVariant> {
+        STDMETHODIMP get_ID(IUnknown** identifier) noexcept override { return uid->QueryInterface(identifier); }
+        STDMETHODIMP Save(IVariantStream* values) noexcept override { return values->Write(text.Get()); }
+        STDMETHODIMP Load(IVariantStream* values) noexcept override { return values->Read(text.Put()); }
+        using Foreign::Load;
+        using Foreign::Save;
+        kv::Ptr<IUID> uid;
+        kv::Variant text;
+    };
+    constexpr CLSID ownId{0x3B8D6E52, 0x1C47, 0x4A0B, {0x9E, 0x15, 0x60, 0x7D, 0x2F, 0x84, 0xC3, 0xA9}};
+    const auto own = kv::Ptr<ByValues>::Attach(new ByValues);
+    own->uid = New<IUID>(u"UID");
+    EXPECT_EQ(own->uid->put_Value(Value(kv::GuidText(ownId)).Get()), S_OK);
+    own->text = Value(u"by values");
+    IPersistStream* const object = own.Get();
+    kv::Ptr<ByValues> made;
+    const Served served(ownId, [&] {
+        made = kv::Ptr<ByValues>::Attach(new ByValues);
+        return kv::Ptr<IPersistStream>(made.Get()).Detach();
+    });
+    SurvivesShortages("saved", [=] {
+        const auto stream = StreamOf({});
+        const auto objects = ObjectsOver(stream.Get());
+        const auto act = [=] {
+            return First({[&] { return objects->ForgetReferences(); }, [&] { return stream->SetSize(Size(0)); },
+                          [&] { return SeekTo(stream.Get(), 0); }, [&] { return objects->SaveObject(object); }});
+        };
+        return Trial{act, {stream.As<IUnknown>()}, false};
+    });
+    const Bytes bytes = Saved(object);
+    SurvivesShortages("loaded", [&] {
+        const auto stream = StreamOf(bytes);
+        const auto objects = ObjectsOver(stream.Get());
+        const auto found = New<IPropertySetProperty>(u"PropertySetProperty");
+        const auto act = [=, &made] {
+            kv::Ptr<IUnknown> loaded;
+            return First({[&] { return objects->ForgetReferences(); }, [&] { return SeekTo(stream.Get(), 0); },
+                          [&] { return objects->LoadObject(__uuidof(IUnknown), nullptr, loaded.PutVoid()); },
+                          [&] { return found->put_Value(std::exchange(made, {})->text.Get()); }});
+        };
+        return Trial{act, {found.As<IUnknown>()}};
+    });
+}
+
 TEST(MemoryShortage, LeavesStreamsUsable) {
     Samples samples;
     const std::string much(200'000, 'm');
@@ -294,6 +353,21 @@ TEST(MemoryShortage, LeavesTheOtherClassesUsable) {
                           [&] { return converter->FromJSONString(written.Get(), nullptr, kv::Variant().Put()); }});
         };
         return Trial{act, {converter.As<IUnknown>()}};
+    });
+    const Bytes saved = Saved(set.Get());
+    SurvivesShortages("the first class that is allowed", [&] {
+        const auto stream = StreamOf(saved);
+        const auto objects = ObjectsOver(stream.Get());
+        const auto act = [=] {
+            const HRESULT status = objects->AllowClass(CLSID_UID);
+            kv::Ptr<IUnknown> loaded;
+            if (FAILED(status)) {
+                EXPECT_EQ(objects->LoadObject(__uuidof(IUnknown), nullptr, loaded.PutVoid()), S_OK);
+            }
+            SeekTo(stream.Get(), 0);
+            return status;
+        };
+        return Trial{act, {objects.As<IUnknown>()}};
     });
     SurvivesShortages("records of errors", [] {
         const auto records = New<IErrorRecords>(u"MOVAExtendedErrorInfo");
