@@ -56,6 +56,9 @@ inline NumberShape ShapeOf(const char16_t* text) noexcept {
             static_cast<std::uint8_t>(length - minus - point)};
 }
 
+/// Sixteen bytes at once.
+namespace detail {
+
 /// Bytes that are zero but for the last so many: what is loaded from some place before the middle.
 inline constexpr auto lastBytes = [] {
     std::array<std::uint8_t, 2 * unitsForValue> bytes{};
@@ -84,6 +87,8 @@ inline std::int64_t Together(__m128i digits) noexcept {
     return (both & 0xFFFF'FFFF) * 100'000'000 + (both >> 32);
 }
 
+}  // namespace detail
+
 /// Reads a number of that shape, which has no more than mostDigits of them.
 inline PlainNumber TakeApart(const char16_t* text, NumberShape shape) noexcept {
     constexpr int width = unitsForValue;
@@ -92,16 +97,16 @@ inline PlainNumber TakeApart(const char16_t* text, NumberShape shape) noexcept {
     const bool hasPoint = shape.whole != length;
     const int decimals = hasPoint ? length - shape.whole - 1 : -1;
     const char16_t* const end = text + length;
-    const __m128i units = _mm_packus_epi16(Load(end - width), Load(end - width / 2));
+    const __m128i units = _mm_packus_epi16(detail::Load(end - width), detail::Load(end - width / 2));
     __m128i digits = _mm_sub_epi8(units, _mm_set1_epi8('0'));
     int count = std::min(length, width) - (isNegative && length <= width ? 1 : 0);
     const bool pointInSight = hasPoint && decimals < width;
     if (pointInSight) {
-        const __m128i fraction = LastBytes(decimals);
+        const __m128i fraction = detail::LastBytes(decimals);
         digits = _mm_or_si128(_mm_and_si128(fraction, digits), _mm_andnot_si128(fraction, _mm_slli_si128(digits, 1)));
         --count;
     }
-    std::int64_t number = Together(_mm_and_si128(digits, LastBytes(count)));
+    std::int64_t number = detail::Together(_mm_and_si128(digits, detail::LastBytes(count)));
     if (length > width) {  // the few digits in front of what was in sight
         std::int64_t front = 0;
         for (int i = isNegative ? 1 : 0; i < length - width; ++i)
