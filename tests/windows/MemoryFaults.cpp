@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <unordered_map>
 #include <utility>
 
 #include "tests/windows/GuardedHeap.h"
@@ -42,10 +43,16 @@ void WatchedFree(void* block) {
     }
 }
 
-void* WatchedMalloc(std::size_t size) {
-    if (!IsGranted()) return nullptr;
+/// A block that is guarded; null where none is to be or can be.
+void* GuardedBlock(std::size_t size) {
     void* const block = isGuarding ? guarded.Take(size) : nullptr;
     if (isGuarding && !block) ++unguarded;
+    return block;
+}
+
+void* WatchedMalloc(std::size_t size) {
+    if (!IsGranted()) return nullptr;
+    void* const block = GuardedBlock(size);
     return Counted(block ? block : std::malloc(size));
 }
 
@@ -72,36 +79,77 @@ void* WINAPI WatchedVirtualAlloc(void* address, SIZE_T size, DWORD type, DWORD p
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    return VirtualAlloc(address, size, type, protection);
+    void* const pages = VirtualAlloc(address, size, type, protection);
+    if ((type & MEM_RESERVE) != 0) Counted(pages);
+    return pages;
 }
 
-/// The platform's memory.
+BOOL WINAPI WatchedVirtualFree(void* address, SIZE_T size, DWORD type) {
+    if (type == MEM_RELEASE) --live;
+    return VirtualFree(address, size, type);
+}
+
+/// The platform's memory. It stands behind the guarded blocks, which are handed out in its place, and calls here one at
+/// a time.
 class Spy final : public Local<IMallocSpy> {
  public:
-    STDMETHODIMP_(SIZE_T) PreAlloc(SIZE_T size) noexcept override { return IsGranted() ? size : 0; }
-    STDMETHODIMP_(void*) PostAlloc(void* block) noexcept override { return Counted(block, liveOfPlatform); }
+    STDMETHODIMP_(SIZE_T) PreAlloc(SIZE_T size) noexcept override {
+        size_ = size;
+        return IsGranted() ? size : 0;
+    }
+    STDMETHODIMP_(void*) PostAlloc(void* block) noexcept override { return Counted(Guarded(block), liveOfPlatform); }
     STDMETHODIMP_(void*) PreFree(void* block, BOOL) noexcept override {
         if (block) --liveOfPlatform;
-        return block;
+        return GiveBack(block);
     }
     STDMETHODIMP_(void) PostFree(BOOL) noexcept override {}
-    STDMETHODIMP_(SIZE_T) PreRealloc(void* block, SIZE_T size, void** moved, BOOL) noexcept override {
-        *moved = block;
-        isNew_ = !block;
-        return size == 0 || IsGranted() ? size : 0;
+    STDMETHODIMP_(SIZE_T) PreRealloc(void* block, SIZE_T size, void** behind, BOOL) noexcept override {
+        size_ = size;
+        resized_ = block;
+        *behind = Behind(block);
+        if (*behind != block) std::memcpy(*behind, block, guarded.SizeOf(block));
+        return IsGranted() ? size : 0;
     }
     STDMETHODIMP_(void*) PostRealloc(void* block, BOOL) noexcept override {
-        return isNew_ ? Counted(block, liveOfPlatform) : block;
+        if (!resized_) return PostAlloc(block);
+        if (!block) return nullptr;
+        GiveBack(resized_);
+        void* const moved = Guarded(block);
+        if (moved != block) std::memcpy(moved, block, size_);
+        return moved;
     }
-    STDMETHODIMP_(void*) PreGetSize(void* block, BOOL) noexcept override { return block; }
+    STDMETHODIMP_(void*) PreGetSize(void* block, BOOL) noexcept override { return Behind(block); }
     STDMETHODIMP_(SIZE_T) PostGetSize(SIZE_T size, BOOL) noexcept override { return size; }
-    STDMETHODIMP_(void*) PreDidAlloc(void* block, BOOL) noexcept override { return block; }
+    STDMETHODIMP_(void*) PreDidAlloc(void* block, BOOL) noexcept override { return Behind(block); }
     STDMETHODIMP_(int) PostDidAlloc(void*, BOOL, int answer) noexcept override { return answer; }
     STDMETHODIMP_(void) PreHeapMinimize() noexcept override {}
     STDMETHODIMP_(void) PostHeapMinimize() noexcept override {}
 
  private:
-    bool isNew_ = false;  // the platform holds its lock from the one call to the other
+    /// What is handed out for a block of the platform's.
+    void* Guarded(void* block) {
+        void* const handedOut = block ? GuardedBlock(size_) : nullptr;
+        if (!handedOut) return block;
+        behind_[handedOut] = block;
+        return handedOut;
+    }
+    void* Behind(void* handedOut) const {
+        if (!guarded.Owns(handedOut)) return handedOut;
+        const auto found = behind_.find(handedOut);
+        if (found != behind_.end()) return found->second;
+        ADD_FAILURE() << "a text, an array or task memory that is freed already, or none";
+        __builtin_trap();
+    }
+    void* GiveBack(void* handedOut) {
+        void* const behind = Behind(handedOut);
+        if (behind_.erase(handedOut) != 0) guarded.Give(handedOut);
+        return behind;
+    }
+
+    // From the call before an operation of the platform's to the one after it.
+    SIZE_T size_ = 0;
+    void* resized_ = nullptr;
+    std::unordered_map<void*, void*> behind_;
 };
 
 template <class Function>
@@ -118,7 +166,8 @@ void ReplaceImports() {
                         {"calloc", Address(&WatchedCalloc)},
                         {"realloc", Address(&WatchedRealloc)},
                         {"free", Address(&WatchedFree)},
-                        {"VirtualAlloc", Address(&WatchedVirtualAlloc)}};
+                        {"VirtualAlloc", Address(&WatchedVirtualAlloc)},
+                        {"VirtualFree", Address(&WatchedVirtualFree)}};
     auto* const base = reinterpret_cast<std::byte*>(GetModuleHandleW(L"movaSystem.dll"));
     const auto at = [&]<class T>(const T*, ULONGLONG offset) { return reinterpret_cast<T*>(base + offset); };
     const auto& header = at(static_cast<IMAGE_NT_HEADERS64*>(nullptr),
@@ -158,6 +207,7 @@ void WatchMemory() {
 
 void GuardMemory() {
     guarded.Restart();
+    unguarded = 0;
     isGuarding = GetEnvironmentVariableW(L"MOVA_GUARD_MEMORY", nullptr, 0) != 0;
 }
 

@@ -8,11 +8,11 @@ namespace mova::test {
 /// cache off.
 void WatchMemory();
 
-/// Guards the library's blocks from then on, in place of those guarded before, where the environment has
-/// MOVA_GUARD_MEMORY (GuardedHeap.h).
+/// Guards the blocks from then on, in place of those guarded before, where the environment has MOVA_GUARD_MEMORY
+/// (GuardedHeap.h).
 void GuardMemory();
 
-/// How many of the library's blocks could not be guarded when they were to be.
+/// How many blocks could not be guarded since, when they were to be.
 long UnguardedBlocks();
 
 /// How many watched blocks are alive, counted from when watching began: the library's own, and those of the platform's
