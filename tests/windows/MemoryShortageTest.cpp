@@ -234,18 +234,23 @@ TEST(MemoryShortage, LeavesWhatIsSavedAndLoaded) {
 
 TEST(MemoryShortage, LeavesWhatPersistsByValues) {
     struct ByValues final : ForeignWith<IPersistVariant> {
-        STDMETHODIMP get_ID(IUnknown** identifier) noexcept override { return uid->QueryInterface(identifier); }
+        STDMETHODIMP get_ID(IUnknown** identifier) noexcept override {
+            const HRESULT status =
+                uids->CreateInstance(nullptr, __uuidof(IUnknown), reinterpret_cast<void**>(identifier));
+            return FAILED(status) ? status : kv::Ptr<IUnknown>(*identifier).As<IUID>()->put_Value(id.Get());
+        }
         STDMETHODIMP Save(IVariantStream* values) noexcept override { return values->Write(text.Get()); }
         STDMETHODIMP Load(IVariantStream* values) noexcept override { return values->Read(text.Put()); }
         using Foreign::Load;
         using Foreign::Save;
-        kv::Ptr<IUID> uid;
+        kv::Ptr<IClassFactory> uids;
+        kv::Variant id;
         kv::Variant text;
     };
     constexpr CLSID ownId{0x3B8D6E52, 0x1C47, 0x4A0B, {0x9E, 0x15, 0x60, 0x7D, 0x2F, 0x84, 0xC3, 0xA9}};
     const auto own = kv::Ptr<ByValues>::Attach(new ByValues);
-    own->uid = New<IUID>(u"UID");
-    EXPECT_EQ(own->uid->put_Value(Value(kv::GuidText(ownId)).Get()), S_OK);
+    own->uids = FactoryOf(CLSID_UID);
+    own->id = Value(kv::GuidText(ownId));
     own->text = Value(u"by values");
     IPersistStream* const object = own.Get();
     kv::Ptr<ByValues> made;
