@@ -7,9 +7,12 @@
 #include "tests/windows/MemoryFaults.h"
 #include "tests/windows/Samples.h"
 #include "tools/reference/StatusCodes.h"
+#include "tools/reference/TypeInfo.h"
 
 namespace mova::test {
 namespace {
+
+using namespace reference;
 
 /// A parameter as automation sees it.
 struct Type {
@@ -28,16 +31,12 @@ Type TypeOf(ITypeInfo* info, const TYPEDESC& description) {
     }
     if (description.vt == VT_UNKNOWN) return {VT_UNKNOWN, 1, __uuidof(IUnknown)};
     if (description.vt != VT_USERDEFINED) return {description.vt, 0, IID_NULL};
-    kv::Ptr<ITypeInfo> referred;
-    TYPEATTR* attributes = nullptr;
-    EXPECT_EQ(info->GetRefTypeInfo(description.hreftype, referred.Put()), S_OK);
-    EXPECT_EQ(referred->GetTypeAttr(&attributes), S_OK);
-    Type type;
-    if (attributes->typekind == TKIND_ENUM) type = {VT_I4, 0, IID_NULL};
-    if (attributes->typekind == TKIND_ALIAS) type = TypeOf(referred.Get(), attributes->tdescAlias);
-    if (attributes->typekind == TKIND_INTERFACE) type = {VT_UNKNOWN, 0, attributes->guid};
-    referred->ReleaseTypeAttr(attributes);
-    return type;
+    const auto referred = Referred(info, description.hreftype);
+    const auto attributes = AttributesOf(referred.Get());
+    if (attributes->typekind == TKIND_ENUM) return {VT_I4, 0, IID_NULL};
+    if (attributes->typekind == TKIND_ALIAS) return TypeOf(referred.Get(), attributes->tdescAlias);
+    if (attributes->typekind == TKIND_INTERFACE) return {VT_UNKNOWN, 0, attributes->guid};
+    return {};
 }
 
 /// What is handed in.
@@ -272,56 +271,35 @@ const Success& SuccessOf(std::string_view operation) {
 
 /// Whether the manual names a status code.
 bool IsListed(HRESULT status) {
-    return std::any_of(std::begin(reference::statusCodes), std::end(reference::statusCodes),
+    return std::any_of(std::begin(statusCodes), std::end(statusCodes),
                        [&](const auto& code) { return code.value == static_cast<std::uint32_t>(status); });
 }
 
 std::string NameOf(ITypeInfo* info, const FUNCDESC& function) {
-    kv::BString name;
-    EXPECT_EQ(info->GetDocumentation(function.memid, name.Put(), nullptr, nullptr, nullptr), S_OK);
-    return kv::Utf8(name.View());
+    return TextsOf(info, function.memid).name;
 }
 
 /// Hands each function of an interface, those of what it extends but for IUnknown included, to a visitor.
 template <class Visit>
 void ForEveryFunction(ITypeInfo* info, const Visit& visit) {
-    TYPEATTR* attributes = nullptr;
-    ASSERT_EQ(info->GetTypeAttr(&attributes), S_OK);
-    const UINT count = attributes->guid == __uuidof(IUnknown) ? 0u : attributes->cFuncs;
-    const bool extends = attributes->cImplTypes == 1 && count != 0;
-    info->ReleaseTypeAttr(attributes);
-    if (extends) {
-        HREFTYPE reference = 0;
-        kv::Ptr<ITypeInfo> base;
-        EXPECT_EQ(info->GetRefTypeOfImplType(0, &reference), S_OK);
-        EXPECT_EQ(info->GetRefTypeInfo(reference, base.Put()), S_OK);
-        ForEveryFunction(base.Get(), visit);
-    }
-    for (UINT i = 0; i < count; ++i) {
-        FUNCDESC* function = nullptr;
-        ASSERT_EQ(info->GetFuncDesc(i, &function), S_OK);
+    const auto attributes = AttributesOf(info);
+    if (attributes->guid == __uuidof(IUnknown)) return;
+    if (attributes->cImplTypes == 1) ForEveryFunction(Implemented(info, 0).Get(), visit);
+    for (UINT i = 0; i < attributes->cFuncs; ++i) {
+        const auto function = FunctionOf(info, i);
         SCOPED_TRACE(NameOf(info, *function));
         visit(info, *function);
-        info->ReleaseFuncDesc(function);
     }
 }
 
 /// Hands each interface of an object that automation can express to a visitor.
 template <class Visit>
 void ForEveryInterface(IUnknown* object, const Visit& visit) {
-    kv::Ptr<ITypeLib> library;
-    ASSERT_EQ(LoadTypeLibEx(kv::Wide((BinaryFolder() + u"movaSystem.dll").c_str()), REGKIND_NONE, library.Put()), S_OK);
-    for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
-        kv::Ptr<ITypeInfo> info;
-        TYPEATTR* attributes = nullptr;
-        library->GetTypeInfo(i, info.Put());
-        info->GetTypeAttr(&attributes);
-        const IID iid = attributes->guid;
-        const bool isExpressible =
-            attributes->typekind == TKIND_INTERFACE && (attributes->wTypeFlags & TYPEFLAG_FOLEAUTOMATION) != 0;
-        info->ReleaseTypeAttr(attributes);
+    for (const auto& info : TypesOf(LibraryOf(LibraryFile()).Get())) {
+        const auto attributes = AttributesOf(info.Get());
         kv::Ptr<IUnknown> target;
-        if (isExpressible && SUCCEEDED(object->QueryInterface(iid, target.PutVoid()))) visit(info.Get(), target, iid);
+        if (IsForAutomation(*attributes) && SUCCEEDED(object->QueryInterface(attributes->guid, target.PutVoid())))
+            visit(info.Get(), target, attributes->guid);
     }
 }
 

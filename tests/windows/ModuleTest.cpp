@@ -9,10 +9,6 @@ namespace {
 
 using CanUnload = HRESULT STDAPICALLTYPE();
 
-std::u16string ModuleFile() {
-    return BinaryFolder() + u"movaSystem.dll";
-}
-
 /// A module's file as the loader would lay it out, without running any of it.
 class Image {
  public:
@@ -90,7 +86,7 @@ void UseOnce(const std::u16string& file, bool readsXml) {
 }  // namespace
 
 TEST(Module, ExportsSixFunctionsAndImportsFromTheSystemOnly) {
-    const Image image(ModuleFile());
+    const Image image(LibraryFile());
     const auto* exports = image.Directory<IMAGE_EXPORT_DIRECTORY>(IMAGE_DIRECTORY_ENTRY_EXPORT);
     std::set<std::string> names;
     for (DWORD i = 0; i < exports->NumberOfNames; ++i)
@@ -109,7 +105,7 @@ TEST(Module, ExportsSixFunctionsAndImportsFromTheSystemOnly) {
 }
 
 TEST(Module, CarriesItsVersionAndItsTexts) {
-    const std::u16string file = ModuleFile();
+    const std::u16string file = LibraryFile();
     DWORD unused = 0;
     std::vector<std::byte> version(GetFileVersionInfoSizeW(kv::Wide(file.c_str()), &unused));
     ASSERT_TRUE(GetFileVersionInfoW(kv::Wide(file.c_str()), 0, static_cast<DWORD>(version.size()), version.data()));
@@ -153,7 +149,7 @@ TEST(Module, CarriesItsVersionAndItsTexts) {
 TEST(Module, ThousandLivesLeaveNothingBehind) {
     // A copy of the file, so that the module that the runtime holds loaded is not the one counted.
     const std::u16string copy = BinaryFolder() + u"movaSystem-copy.dll";
-    ASSERT_TRUE(CopyFileW(kv::Wide(ModuleFile().c_str()), kv::Wide(copy.c_str()), FALSE));
+    ASSERT_TRUE(CopyFileW(kv::Wide(LibraryFile().c_str()), kv::Wide(copy.c_str()), FALSE));
     for (int i = 0; i < 50; ++i) UseOnce(copy, i == 0);  // what the platform keeps for good, it has then
     const Usage before = Measure();
     for (int i = 0; i < 1000; ++i) UseOnce(copy, i % 20 == 0);  // which takes its time

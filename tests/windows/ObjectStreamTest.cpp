@@ -204,7 +204,7 @@ TEST(ObjectStream, TracesWhatItSavesAndLoads) {
     EXPECT_EQ(objects->SaveObject(set.Get()), S_OK);
     EXPECT_EQ(objects->SaveObject(set.Get()), S_OK);
     EXPECT_EQ(objects->SaveObject(nullptr), S_OK);
-    const std::string path = kv::Utf8(BinaryFolder() + u"movaSystem.dll");
+    const std::string path = kv::Utf8(LibraryFile());
     const std::string name = "movaSystem.PropertySet.1" + std::string(36, ' ');
     const std::string line = "{588E5A11-D09B-11D1-AA7C-00C04FA33A15} \t--  " + name + "  \t--  " + path + "\n";
     const std::string nothing = "nullCLSID \t--  " + std::string(60, ' ') + "  \t--  \n";

@@ -210,7 +210,7 @@ TEST(Registration, OfTheLibraryComesAndGoesAsAWhole) {
     }
     for (const char* name : {"DllRegisterServer", "movaDllRegisterServer"}) {
         EXPECT_EQ(Export<HRESULT STDAPICALLTYPE()>(name)(), S_OK);
-        EXPECT_EQ(Default(libraryKey), kv::Utf8(BinaryFolder()) + "movaSystem.dll");
+        EXPECT_EQ(Default(libraryKey), kv::Utf8(LibraryFile()));
         EXPECT_EQ(Default(interfaceKey), "IPropertySet");
         EXPECT_EQ(Default(u"Interface\\" + kv::GuidText(__uuidof(IXMLSerialize))), "IXMLSerialize");
         EXPECT_FALSE(Exists(HKEY_CLASSES_ROOT, u"Interface\\" + kv::GuidText(__uuidof(IMemoryBlobBuffer))))

@@ -5,6 +5,7 @@
 #include "kvcore/ErrorRecords.h"
 #include "kvcore/SafeArray.h"
 #include "server/ClassTable.h"
+#include "tools/reference/TypeInfo.h"
 
 namespace mova::test {
 namespace {
@@ -188,9 +189,8 @@ std::optional<VARTYPE> AnswerOf(const ELEMDESC& parameter) {
 }
 
 std::optional<Reading> ReadingBy(ITypeInfo* info, REFIID iid, const FUNCDESC& function) {
-    kv::BString name;
-    EXPECT_EQ(info->GetDocumentation(function.memid, name.Put(), nullptr, nullptr, nullptr), S_OK);
-    Reading reading{kv::Utf8(name.View()), iid, static_cast<ULONG_PTR>(function.oVft), false, {}};
+    Reading reading{
+        reference::TextsOf(info, function.memid).name, iid, static_cast<ULONG_PTR>(function.oVft), false, {}};
     for (SHORT i = 0; i < function.cParams; ++i) {
         const ELEMDESC& parameter = function.lprgelemdescParam[i];
         if (i == 0 && parameter.tdesc.vt == VT_I4) {
@@ -210,23 +210,12 @@ std::optional<Reading> ReadingBy(ITypeInfo* info, REFIID iid, const FUNCDESC& fu
 
 std::vector<Reading> FindReadings() {
     std::vector<Reading> readings;
-    kv::Ptr<ITypeLib> library;
-    EXPECT_EQ(LoadTypeLibEx(kv::Wide((BinaryFolder() + u"movaSystem.dll").c_str()), REGKIND_NONE, library.Put()), S_OK);
-    for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
-        kv::Ptr<ITypeInfo> info;
-        TYPEATTR* attributes = nullptr;
-        library->GetTypeInfo(i, info.Put());
-        info->GetTypeAttr(&attributes);
-        const bool isOurs =
-            attributes->typekind == TKIND_INTERFACE && (attributes->wTypeFlags & TYPEFLAG_FOLEAUTOMATION) != 0;
-        for (UINT k = 0; isOurs && k < attributes->cFuncs; ++k) {
-            FUNCDESC* function = nullptr;
-            EXPECT_EQ(info->GetFuncDesc(k, &function), S_OK);
-            if (auto reading = ReadingBy(info.Get(), attributes->guid, *function))
+    using namespace reference;
+    for (const auto& info : TypesOf(LibraryOf(LibraryFile()).Get())) {
+        const auto attributes = AttributesOf(info.Get());
+        for (UINT i = 0; IsForAutomation(*attributes) && i < attributes->cFuncs; ++i)
+            if (auto reading = ReadingBy(info.Get(), attributes->guid, *FunctionOf(info.Get(), i)))
                 readings.push_back(*std::move(reading));
-            info->ReleaseFuncDesc(function);
-        }
-        info->ReleaseTypeAttr(attributes);
     }
     return readings;
 }

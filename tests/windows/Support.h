@@ -180,6 +180,9 @@ std::string Names(IPropertySet* set);
 
 /// The folder that the tests, the client and the library are in, with a backslash at the end.
 std::u16string BinaryFolder();
+inline std::u16string LibraryFile() {
+    return BinaryFolder() + u"movaSystem.dll";
+}
 /// An exported function of the library, which is loaded.
 template <class Function>
 Function* Export(const char* name) {

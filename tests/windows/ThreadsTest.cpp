@@ -164,7 +164,7 @@ class LibraryCopy {
         std::string manifest = ReadFileBytes(BinaryFolder() + u"movaSystem.X.manifest");
         manifest.replace(manifest.find("movaSystem.dll"), 14, "threadsCopy.dll");
         WriteFileBytes(folder_ / u"copy.manifest", manifest);
-        const std::u16string library = BinaryFolder() + u"movaSystem.dll", source = folder_ / u"copy.manifest";
+        const std::u16string library = LibraryFile(), source = folder_ / u"copy.manifest";
         EXPECT_TRUE(CopyFileW(kv::Wide(library.c_str()), kv::Wide(file_.c_str()), FALSE));
         ACTCTXW request{};
         request.cbSize = sizeof request;

@@ -6,69 +6,14 @@
 #include "kvcore/BString.h"
 #include "kvcore/Guid.h"
 #include "kvcore/Utf.h"
+#include "tools/reference/TypeInfo.h"
 
 namespace mova::reference {
 namespace {
 
-void Check(HRESULT status) {
-    if (FAILED(status)) throw std::runtime_error("the type library cannot be read");
-}
-
-/// A description that its type information takes back.
-template <class Description>
-class Held {
- public:
-    using Return = void (STDMETHODCALLTYPE ITypeInfo::*)(Description*);
-
-    Held(ITypeInfo* info, Description* description, Return giveBack)
-        : info_(info), description_(description), giveBack_(giveBack) {}
-    ~Held() { (info_->*giveBack_)(description_); }
-    Held(const Held&) = delete;
-    Held& operator=(const Held&) = delete;
-    const Description* operator->() const noexcept { return description_; }
-    const Description& operator*() const noexcept { return *description_; }
-
- private:
-    ITypeInfo* info_;
-    Description* description_;
-    Return giveBack_;
-};
-
-Held<TYPEATTR> AttributesOf(ITypeInfo* info) {
-    TYPEATTR* attributes = nullptr;
-    Check(info->GetTypeAttr(&attributes));
-    return {info, attributes, &ITypeInfo::ReleaseTypeAttr};
-}
-Held<FUNCDESC> FunctionOf(ITypeInfo* info, UINT index) {
-    FUNCDESC* function = nullptr;
-    Check(info->GetFuncDesc(index, &function));
-    return {info, function, &ITypeInfo::ReleaseFuncDesc};
-}
-Held<VARDESC> VariableOf(ITypeInfo* info, UINT index) {
-    VARDESC* variable = nullptr;
-    Check(info->GetVarDesc(index, &variable));
-    return {info, variable, &ITypeInfo::ReleaseVarDesc};
-}
-
-struct Texts {
-    std::string name;
-    std::string help;
-};
-Texts TextsOf(ITypeInfo* info, MEMBERID member) {
-    kv::BString name, help;
-    Check(info->GetDocumentation(member, name.Put(), help.Put(), nullptr, nullptr));
-    return {kv::Utf8(name.View()), kv::Utf8(help.View())};
-}
-
-kv::Ptr<ITypeInfo> Referred(ITypeInfo* info, HREFTYPE reference) {
-    kv::Ptr<ITypeInfo> referred;
-    Check(info->GetRefTypeInfo(reference, referred.Put()));
-    return referred;
-}
-
 std::string TypeName(ITypeInfo* info, const TYPEDESC& type) {
     if (type.vt == VT_PTR) return TypeName(info, *type.lptdesc) + "*";
-    if (type.vt == VT_USERDEFINED) return TextsOf(Referred(info, type.hreftype).Get(), MEMBERID_NIL).name;
+    if (type.vt == VT_USERDEFINED) return TextsOf(Referred(info, type.hreftype).Get()).name;
     constexpr struct {
         VARTYPE type;
         const char* name;
@@ -117,36 +62,29 @@ Operation ReadOperation(ITypeInfo* info, UINT index) {
 }
 
 Interface ReadInterface(ITypeInfo* info, const TYPEATTR& attributes) {
-    const auto [name, help] = TextsOf(info, MEMBERID_NIL);
+    const auto [name, help] = TextsOf(info);
     Interface read{
         name, kv::Utf8(kv::GuidText(attributes.guid)), "", help, (attributes.wTypeFlags & TYPEFLAG_FOLEAUTOMATION) != 0,
         {}};
-    if (attributes.cImplTypes != 0) {
-        HREFTYPE reference = 0;
-        Check(info->GetRefTypeOfImplType(0, &reference));
-        read.base = TextsOf(Referred(info, reference).Get(), MEMBERID_NIL).name;
-    }
+    if (attributes.cImplTypes != 0) read.base = TextsOf(Implemented(info, 0).Get()).name;
     for (UINT i = 0; i < attributes.cFuncs; ++i) read.operations.push_back(ReadOperation(info, i));
     return read;
 }
 
 Class ReadClass(ITypeInfo* info, const TYPEATTR& attributes) {
-    const auto [name, help] = TextsOf(info, MEMBERID_NIL);
+    const auto [name, help] = TextsOf(info);
     Class read{name, kv::Utf8(kv::GuidText(attributes.guid)), help, {}};
     for (UINT i = 0; i < attributes.cImplTypes; ++i) {
-        HREFTYPE reference = 0;
         INT flags = 0;
-        Check(info->GetRefTypeOfImplType(i, &reference));
         Check(info->GetImplTypeFlags(i, &flags));
-        const std::string implemented = TextsOf(Referred(info, reference).Get(), MEMBERID_NIL).name;
         read.interfaces.insert(flags & IMPLTYPEFLAG_FDEFAULT ? read.interfaces.begin() : read.interfaces.end(),
-                               implemented);
+                               TextsOf(Implemented(info, i).Get()).name);
     }
     return read;
 }
 
 Enumeration ReadEnumeration(ITypeInfo* info, const TYPEATTR& attributes) {
-    const auto [name, help] = TextsOf(info, MEMBERID_NIL);
+    const auto [name, help] = TextsOf(info);
     Enumeration read{name, help, {}};
     for (UINT i = 0; i < attributes.cVars; ++i) {
         const auto variable = VariableOf(info, i);
@@ -156,7 +94,7 @@ Enumeration ReadEnumeration(ITypeInfo* info, const TYPEATTR& attributes) {
 }
 
 Structure ReadStructure(ITypeInfo* info, const TYPEATTR& attributes) {
-    const auto [name, help] = TextsOf(info, MEMBERID_NIL);
+    const auto [name, help] = TextsOf(info);
     Structure read{name, help, {}};
     for (UINT i = 0; i < attributes.cVars; ++i) {
         const auto variable = VariableOf(info, i);
@@ -178,15 +116,12 @@ void SortByName(std::vector<Item>& items) {
 }  // namespace
 
 Library ReadLibrary(const std::u16string& file) {
-    kv::Ptr<ITypeLib> types;
-    Check(LoadTypeLibEx(kv::Wide(file.c_str()), REGKIND_NONE, types.Put()));
+    const auto types = LibraryOf(file);
     TLIBATTR* attributes = nullptr;
     Check(types->GetLibAttr(&attributes));
     Library library{"movaSystem", kv::Utf8(kv::GuidText(attributes->guid)), {}, {}, {}, {}};
     types->ReleaseTLibAttr(attributes);
-    for (UINT i = 0; i < types->GetTypeInfoCount(); ++i) {
-        kv::Ptr<ITypeInfo> info;
-        Check(types->GetTypeInfo(i, info.Put()));
+    for (const auto& info : TypesOf(types.Get())) {
         const auto type = AttributesOf(info.Get());
         if (type->typekind == TKIND_INTERFACE && !IsOfThePlatform(type->guid))
             library.interfaces.push_back(ReadInterface(info.Get(), *type));
