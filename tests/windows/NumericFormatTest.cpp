@@ -322,12 +322,7 @@ TEST(NumericFormat, PersistsInAGoldenLayout) {
     ExpectGolden(newest, "numeric-format.bin");
     const auto loaded = Loaded(newest);
     EXPECT_EQ(State(loaded), oddState);
-    ULARGE_INTEGER size{};
-    EXPECT_EQ(loaded.As<IPersistStream>()->GetSizeMax(&size), S_OK);
-    EXPECT_EQ(size.QuadPart, 24u);
-    CLSID classId{};
-    EXPECT_EQ(loaded.As<IPersist>()->GetClassID(&classId), S_OK);
-    EXPECT_EQ(classId, __uuidof(::NumericFormat));
+    EXPECT_EQ(AnswerOf(loaded.As<IPersistStream>(), &IPersistStream::GetSizeMax).QuadPart, 24u);
 }
 
 TEST(NumericFormat, WritesTheRecordOfTheDocument) {
@@ -399,40 +394,6 @@ TEST(NumericFormat, KeepsWhatWasReadBeforeTheStreamBroke) {
     EXPECT_GT(loaded, 0);
 }
 
-namespace {
-
-/// Hands what it is to be read from to an object that is there already.
-class ReadsInto final : public Local<IXMLSerialize> {
- public:
-    explicit ReadsInto(const Format& format) : format_(format.As<IXMLSerialize>()) {}
-    STDMETHODIMP Serialize(IXMLSerializeData*) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP Deserialize(IXMLSerializeData* data) noexcept override { return status = format_->Deserialize(data); }
-    HRESULT status = E_UNEXPECTED;
-
- private:
-    kv::Ptr<IXMLSerialize> format_;
-};
-
-constexpr CLSID readsIntoClass{0x5E2C77B1, 0x0D5A, 0x4B52, {0x9C, 0x11, 0x3A, 0x6D, 0x40, 0x2E, 0x91, 0x07}};
-
-/// Reads settings from a document of these elements into an object. @return what its Deserialize answers
-HRESULT ReadXml(const Format& format, const std::string& elements) {
-    ReadsInto reads(format);
-    const Served served(readsIntoClass, [&] { return static_cast<IUnknown*>(&reads); });
-    const auto mapper = New<IXMLTypeMapper2>(u"XMLTypeMapper");
-    EXPECT_EQ(mapper->AddType(Bstr(u"T"), Bstr(u"urn:numbers"), Bstr(kv::GuidText(readsIntoClass))), S_OK);
-    kv::Ptr<IUnknown> object;
-    const std::string document =
-        "<T xsi:type='n:T' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' "
-        "xmlns:n='urn:numbers'>" +
-        elements + "</T>";
-    New<IXMLSerializerAlt>(u"XMLSerializerAlt")->LoadFromString(Bstr(kv::Utf16(document)), object.Put());
-    EXPECT_EQ(mapper->RemoveType(Bstr(u"T"), Bstr(u"urn:numbers")), S_OK);
-    return reads.status;
-}
-
-}  // namespace
-
 TEST(NumericFormat, PersistsAsXml) {
     kv::BString text;
     EXPECT_EQ(NewFormat().As<IXMLVersionSupport>()->get_MinNamespaceSupported(text.Put()), S_OK);
@@ -498,7 +459,7 @@ TEST(NumericFormat, ReadsXmlElementByElement) {
         SCOPED_TRACE(row.elements);
         const auto format = OddFormat();
         EXPECT_EQ(format.As<IPersistStream>()->Save(StreamOf({}).Get(), TRUE), S_OK);
-        const HRESULT status = ReadXml(format, row.elements);
+        const HRESULT status = LoadInto(format.Get(), kv::Utf16(row.elements));
         EXPECT_TRUE(status == row.status || (row.status == E_FAIL && FAILED(status))) << std::hex << status;
         EXPECT_EQ(State(format.As<IUnknown>()), row.state + "*");
     }

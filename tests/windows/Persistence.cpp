@@ -106,6 +106,25 @@ HRESULT Loader::Load(const Bytes& bytes, kv::Ptr<IUnknown>& object) {
     return objects_->LoadObject(__uuidof(IUnknown), nullptr, object.PutVoid());
 }
 
+HRESULT LoadXml(std::u16string_view type, std::u16string_view content, kv::Ptr<IUnknown>& object) {
+    const std::u16string document = u"<a xsi:type='" + std::u16string(type) +
+                                    u"' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' xmlns:own='urn:own'"
+                                    u" xmlns:mova='urn:mova:schemas:10.0'>" +
+                                    std::u16string(content) + u"</a>";
+    return New<IXMLSerializerAlt>(u"XMLSerializerAlt")->LoadFromString(Bstr(document), object.Put());
+}
+
+HRESULT LoadInto(IUnknown* object, std::u16string_view content) {
+    constexpr CLSID ownId{0x8D4E1E1B, 0x0A4B, 0x4F0B, {0x9E, 0x77, 0x5B, 0x1B, 0x0C, 0x5D, 0x52, 0x32}};
+    const Served served(ownId, [&] { return kv::Ptr<IUnknown>(object).Detach(); });
+    const auto mapper = New<IXMLTypeMapper2>(u"XMLTypeMapper");
+    EXPECT_EQ(mapper->AddType(Bstr(u"Own"), Bstr(u"urn:own"), Bstr(kv::GuidText(ownId))), S_OK);
+    kv::Ptr<IUnknown> loaded;
+    const HRESULT status = LoadXml(u"own:Own", content, loaded);
+    EXPECT_EQ(mapper->RemoveType(Bstr(u"Own"), Bstr(u"urn:own")), S_OK);
+    return status;
+}
+
 void ExpectGolden(const Bytes& bytes, const std::string& name) {
     if (bytes == ReadGolden(name)) return;
     const std::string found = std::string(MOVA_BINARY_FOLDER) + "/" + name;

