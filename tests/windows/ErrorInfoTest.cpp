@@ -7,7 +7,7 @@
 #include "server/Refusal.h"
 #include "server/Registration.h"
 #include "server/Unknown.h"
-#include "tests/windows/Support.h"
+#include "tests/windows/Persistence.h"
 
 namespace mova::test {
 namespace {
@@ -26,13 +26,9 @@ class Reporter final : public Unknown {
     const char16_t* HelpFile() const noexcept override { return u"help.chm"; }
 };
 
-/// An error-lookup service, which is its own class factory; a status of E_ABORT is one that it fails for.
-class Lookup final : public Local<IClassFactory, IErrorLookup> {
+/// An error-lookup service; a status of E_ABORT is one that it fails for.
+class Lookup final : public Local<IErrorLookup> {
  public:
-    STDMETHODIMP CreateInstance(IUnknown*, REFIID iid, void** object) noexcept override {
-        return QueryInterface(iid, object);
-    }
-    STDMETHODIMP LockServer(BOOL) noexcept override { return S_OK; }
     STDMETHODIMP GetErrorDescription(HRESULT status, DWORD lookupId, DISPPARAMS* parameters, LCID, BSTR* source,
                                      BSTR* description) noexcept override {
         if (status == E_ABORT) return E_ABORT;
@@ -179,11 +175,8 @@ TEST(MOVAExtendedErrorInfo, AsksTheLookupServiceOfTheClass) {
     }
     kv::Ptr<IErrorInfo> info;
     EXPECT_EQ(records->GetErrorInfo(0, 0, info.Put()), E_FAIL) << "the service cannot be created yet";
-    static Lookup lookup;
-    DWORD cookie = 0;
-    ASSERT_EQ(CoRegisterClassObject(probeLookup, static_cast<IClassFactory*>(&lookup), CLSCTX_INPROC_SERVER,
-                                    REGCLS_MULTIPLEUSE, &cookie),
-              S_OK);
+    Lookup lookup;
+    const Served served(probeLookup, [&] { return &lookup; });
     ASSERT_EQ(records->GetErrorInfo(0, 0, info.Put()), S_OK);
     EXPECT_EQ(AnswerOf(info, &IErrorInfo::GetHelpContext), 42u);
     EXPECT_EQ(AnswerOf(info, &IErrorInfo::GetHelpFile).View(), u"probe.chm");
@@ -191,7 +184,6 @@ TEST(MOVAExtendedErrorInfo, AsksTheLookupServiceOfTheClass) {
     EXPECT_EQ(TakeErrorInfo(), "probe|23 with 3 as 17|" + kv::Utf8(kv::GuidText(__uuidof(IClone))));
     EXPECT_EQ(records->GetErrorInfo(1, 0, info.Put()), E_FAIL);
     EXPECT_FALSE(info);
-    CoRevokeClassObject(cookie);
     EXPECT_EQ(UnregisterClasses(table), S_OK);
 }
 

@@ -3,7 +3,7 @@
 #include "containers/PropertyList.h"
 #include "kvcore/SafeArray.h"
 #include "kvcore/Stack.h"
-#include "tests/windows/Support.h"
+#include "tests/windows/Persistence.h"
 
 namespace mova::test {
 namespace {
@@ -363,26 +363,10 @@ TEST(PropertySet, ComparesByNameAndValueWhateverTheOrder) {
 
 TEST(PropertySet, SurvivesAValueThatCallsBackWhenItIsFreed) {
     /// A value whose end empties the set that held it.
-    class Visitor final : public IUnknown {
-     public:
-        explicit Visitor(IPropertySet2* set) : set_(set) {}
-        STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-            *object = iid == __uuidof(IUnknown) ? this : nullptr;
-            return *object ? (AddRef(), S_OK) : E_NOINTERFACE;
-        }
-        STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-        STDMETHODIMP_(ULONG) Release() noexcept override {
-            const ULONG left = --references_;
-            if (left == 0) {
-                set_->RemoveAllProperties();
-                delete this;
-            }
-            return left;
-        }
-
-     private:
-        ULONG references_ = 1;
-        IPropertySet2* set_;
+    struct Visitor final : Foreign {
+        explicit Visitor(IPropertySet2* holder) : set(holder) {}
+        ~Visitor() override { set->RemoveAllProperties(); }
+        IPropertySet2* set;
     };
     for (const int fillers : {0, 30}) {
         const auto set = NewSet();
