@@ -304,14 +304,15 @@ TEST(JSONObject, StreamsOfTextAreReadWhenAskedFor) {
 }
 
 TEST(JSONObject, OptionsOfWriting) {
-    const auto object = Loaded(u"{\"a\":[1.26,{}],\"b\":2}");
+    const auto object = Loaded(u"{\"a\":[1.26,{},[]],\"b\":2}");
     const auto options = New<IPropertySet>(u"PropertySet");
     options->SetProperty(Bstr(u"WriteFormatted"), Raw(VT_BOOL, VARIANT_TRUE));
     options->SetProperty(Bstr(u"IndentLevel"), Value(LONG{-1}).Get());  // passed over
-    EXPECT_EQ(Json(object, options.Get()), "{\n  \"a\" : [\n    1.26,\n    {\n    }\n  ],\n  \"b\" : 2\n}");
+    EXPECT_EQ(Json(object, options.Get()),
+              "{\n  \"a\" : [\n    1.26,\n    {\n    },\n    [\n    ]\n  ],\n  \"b\" : 2\n}");
     options->SetProperty(Bstr(u"IndentLevel"), Value(LONG{1}).Get());
     options->SetProperty(Bstr(u"MaxDecimals"), Value(LONG{1}).Get());
-    EXPECT_EQ(Json(object, options.Get()), "{\n \"a\" : [\n  1.3,\n  {\n  }\n ],\n \"b\" : 2\n}");
+    EXPECT_EQ(Json(object, options.Get()), "{\n \"a\" : [\n  1.3,\n  {\n  },\n  [\n  ]\n ],\n \"b\" : 2\n}");
 }
 
 TEST(JSONObject, CyclesAndDeepChainsAreRefusedInWriting) {

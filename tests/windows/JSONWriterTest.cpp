@@ -2,6 +2,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <map>
 
 #include "kvcore/SafeArray.h"
 #include "tests/windows/Persistence.h"
@@ -97,7 +98,11 @@ TEST(JSONWriter, WritesEveryKindOfMemberAndElement) {
     const double half1970 = 25569.5;
     const auto array = ArrayOf({1, 2});
     const Bstr escaped(u"a\"\\/\b\x1F\u00E4\u20AC\U0001F600");
-    const Bstr raw(u"{\"\u00E4\":1}");
+    const Bstr raw(u"{\"\n\u00E4\xD800\":1}");
+    const auto rounded = [](double number, LONG ofMember, LONG ofElement) -> std::pair<Call, Call> {
+        return {[=](W* w) { return w->WriteDoubleWithDecimals(Bstr(u"m"), number, ofMember); },
+                [=](W* w) { return w->WriteDoubleElementWithDecimals(number, ofElement); }};
+    };
     const struct {
         std::pair<Call, Call> calls;
         std::string_view text;
@@ -122,13 +127,11 @@ TEST(JSONWriter, WritesEveryKindOfMemberAndElement) {
         {Both(&W::WriteDate, &W::WriteDateElement, half1970), "43200000"},
         {Both(&W::WriteDateText, &W::WriteDateTextElement, half1970), "\"1970-01-01T12:00:00Z\""},
         {{[](W* w) { return w->WriteNull(Bstr(u"m")); }, [](W* w) { return w->WriteNullElement(); }}, "null"},
-        {Both(&W::WriteRaw, &W::WriteRawElement, raw), "{\"\xC3\xA4\":1}"},
-        {{[](W* w) { return w->WriteDoubleWithDecimals(Bstr(u"m"), 2.0 / 3, 3); },
-          [](W* w) { return w->WriteDoubleElementWithDecimals(2.0 / 3, 3); }},
-         "0.667"},
-        {{[](W* w) { return w->WriteDoubleWithDecimals(Bstr(u"m"), 2.0 / 3, 17); },
-          [](W* w) { return w->WriteDoubleElementWithDecimals(2.0 / 3, -1); }},
-         "0.6666666666666666"},
+        {Both(&W::WriteRaw, &W::WriteRawElement, raw), "{\"\n\xC3\xA4\xEF\xBF\xBD\":1}"},
+        {rounded(2.0 / 3, 3, 3), "0.667"},
+        {rounded(2.0 / 3, 17, -1), "0.6666666666666666"},
+        {rounded(-infinity, 2, 2), "-1.7976931348623157e308"},
+        {rounded(nan, 2, 2), "\"NaN\""},
         {Both(&W::WriteInt64, &W::WriteInt64Element, LLONG_MIN), "-9223372036854775808"},
         {Both(&W::WriteUInt64, &W::WriteUInt64Element, ULLONG_MAX), "18446744073709551615"},
         {{[](W* w) { return w->WriteValueText(Bstr(u"m"), Value(1.5).Get()); },
@@ -168,15 +171,6 @@ TEST(JSONWriter, WritesEveryKindOfMemberAndElement) {
 }
 
 TEST(JSONWriter, ChecksNamesAndBrackets) {
-    const auto open = [](std::u16string_view containers) {
-        auto writer = NewWriter();
-        for (const char16_t c : containers)
-            EXPECT_EQ(c == u'{'   ? writer->StartObject(nullptr)
-                      : c == u'[' ? writer->StartArray(nullptr)
-                                  : writer->StartObject(Bstr(u"o")),
-                      S_OK);
-        return writer;
-    };
     const Call objectUnnamed = [](auto* w) { return w->StartObject(nullptr); };
     const Call objectNamed = [](auto* w) { return w->StartObject(Bstr(u"n")); };
     const Call objectEmptyName = [](auto* w) { return w->StartObject(Bstr(u"")); };
@@ -186,8 +180,13 @@ TEST(JSONWriter, ChecksNamesAndBrackets) {
     const Call endArray = [](auto* w) { return w->EndArray(); };
     const Call nullName = [](auto* w) { return w->WriteNull(nullptr); };
     const Call emptyName = [](auto* w) { return w->WriteNull(Bstr(u"")); };
+    const std::map<char16_t, Call> steps{{u'{', objectUnnamed},
+                                         {u'[', arrayUnnamed},
+                                         {u'o', objectNamed},
+                                         {u'm', [](auto* w) { return w->WriteNull(Bstr(u"m")); }},
+                                         {u'e', [](auto* w) { return w->WriteNullElement(); }}};
     const struct {
-        std::u16string_view containers;
+        std::u16string_view before;
         Call call;
         HRESULT status;
         std::string_view bytes;
@@ -198,6 +197,7 @@ TEST(JSONWriter, ChecksNamesAndBrackets) {
         {u"", objectEmptyName, S_OK, "{", movaJSONWriterEmptyObject},
         {u"", endObject, E_UNEXPECTED, "", movaJSONWriterDocument},
         {u"", endArray, E_UNEXPECTED, "", movaJSONWriterDocument},
+        {u"", emptyName, E_INVALIDARG, "", movaJSONWriterDocument},
         {u"{", objectUnnamed, E_UNEXPECTED, "{", movaJSONWriterEmptyObject},
         {u"{", objectEmptyName, E_INVALIDARG, "{", movaJSONWriterEmptyObject},
         {u"{", arrayUnnamed, E_UNEXPECTED, "{", movaJSONWriterEmptyObject},
@@ -206,7 +206,11 @@ TEST(JSONWriter, ChecksNamesAndBrackets) {
         {u"{", endObject, S_OK, "{}", movaJSONWriterDocument},
         {u"{", nullName, E_INVALIDARG, "{", movaJSONWriterEmptyObject},
         {u"{", emptyName, E_INVALIDARG, "{", movaJSONWriterEmptyObject},
-        {u"{o", endObject, S_OK, "{\"o\":{}", movaJSONWriterObject},
+        {u"{o", endObject, S_OK, "{\"n\":{}", movaJSONWriterObject},
+        {u"{m", endArray, E_UNEXPECTED, "{\"m\":null", movaJSONWriterObject},
+        {u"{m", emptyName, E_INVALIDARG, "{\"m\":null", movaJSONWriterObject},
+        {u"[e", endObject, E_UNEXPECTED, "[null", movaJSONWriterArray},
+        {u"[e", emptyName, E_INVALIDARG, "[null", movaJSONWriterArray},
         {u"[", objectNamed, E_UNEXPECTED, "[", movaJSONWriterEmptyArray},
         {u"[", arrayNamed, E_UNEXPECTED, "[", movaJSONWriterEmptyArray},
         {u"[", endObject, E_UNEXPECTED, "[", movaJSONWriterEmptyArray},
@@ -214,7 +218,8 @@ TEST(JSONWriter, ChecksNamesAndBrackets) {
         {u"[[", endArray, S_OK, "[[]", movaJSONWriterArray},
     };
     for (const auto& row : rows) {
-        const auto writer = open(row.containers);
+        const auto writer = NewWriter();
+        for (const char16_t step : row.before) EXPECT_EQ(steps.at(step)(writer.Get()), S_OK);
         LONG depthBefore = -1, depth = -1;
         const auto inside = writer.As<IJSONWriterImpl>();
         EXPECT_EQ(inside->get_Depth(&depthBefore), S_OK);
