@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -201,61 +200,6 @@ TEST(Scanner, ReadsTheSameNearTheEndAndFarFromIt) {
     }
 }
 
-TEST(Scanner, GoesOnWhereItStopped) {
-    Scanner scanner;
-    scanner.OpenText(u"{a:1}");
-    EXPECT_EQ(scanner.Next(), Outcome::Token);
-    EXPECT_EQ(scanner.Next(), Outcome::Failed);
-    EXPECT_EQ(scanner.FailurePosition().offset, 1u);
-    EXPECT_EQ(scanner.Next(), Outcome::Failed);
-    EXPECT_EQ(FailureOf(scanner), "Unexpected ':'; state : startOfObject; buffer : a:1");
-    scanner.OpenText(u"{}");
-    EXPECT_EQ(Joined(Trace(scanner)), "{ | } | end");
-    EXPECT_EQ(scanner.token(), Token::None);
-    EXPECT_EQ(scanner.Next(), Outcome::Failed);
-    EXPECT_EQ(FailureOf(scanner), "Attempted to read past the end of input data; state : endOfObject; buffer : ");
-    Scanner unopened;
-    EXPECT_EQ(unopened.Next(), Outcome::Failed);
-    EXPECT_EQ(FailureOf(unopened), "Unexpected end of file; state : Empty; buffer : ");
-    unopened.OpenNothing();
-    EXPECT_EQ(unopened.Next(), Outcome::Failed);
-    EXPECT_EQ(unopened.failure().fault, Fault::ReadPastEnd);
-}
-
-TEST(Scanner, ComputesValuesWhenAsked) {
-    const struct {
-        std::u16string_view token;
-        double number;
-        std::int64_t integer;
-        std::uint64_t natural;
-    } rows[] = {{u"1.5", 1.5, 1, 1},
-                {u"-1", -1, -1, UINT64_MAX},
-                {u"1e3", 1000, 1, 1},
-                {u"true", 1, 1, 1},
-                {u"False", 0, 0, 0},
-                {u"9223372036854775808", 9223372036854775808.0, INT64_MAX, 9223372036854775808u},
-                {u"-99999999999999999999", -1e20, INT64_MIN, UINT64_MAX},
-                {u"null", NAN, INT64_MAX, UINT64_MAX},
-                {u"NaN", NAN, INT64_MAX, UINT64_MAX},
-                {u"1e-999", 0, 1, 1}};
-    for (const auto& row : rows) {
-        Scanner scanner;
-        scanner.OpenText(u"[" + std::u16string(row.token) + u"]");
-        scanner.Next();
-        ASSERT_EQ(scanner.Next(), Outcome::Token);
-        const double number = scanner.Double();
-        if (std::isnan(row.number)) {
-            std::uint64_t bits = 0;
-            std::memcpy(&bits, &number, sizeof bits);
-            EXPECT_EQ(bits, 0x7FF8'0000'0000'0001u);
-        } else {
-            EXPECT_EQ(number, row.number);
-        }
-        EXPECT_EQ(scanner.Int64(), row.integer) << kv::Utf8(row.token);
-        EXPECT_EQ(scanner.UInt64(), row.natural) << kv::Utf8(row.token);
-    }
-}
-
 /// Loads an array that a text holds. @return its values
 std::vector<Value> ArrayIn(const std::u16string& text, kv::ArenaPtr& arena) {
     Scanner scanner;
@@ -375,29 +319,6 @@ TEST(Scanner, SkipsAsReadingDoes) {
     EXPECT_EQ(scanner.Skip(State::EndOfArray, false), Outcome::Failed);
 }
 
-TEST(Scanner, NestsAsDeepAsTheTextDoes) {
-    constexpr std::size_t levels = 1'000'000;
-    std::u16string text;
-    for (std::size_t i = 0; i < levels; ++i) text += i % 3 == 0 ? u"{\"\":"sv : u"["sv;
-    text += u"1";
-    for (std::size_t i = levels; i-- > 0;) text += i % 3 == 0 ? u'}' : u']';
-    Scanner scanner;
-    scanner.OpenText(text);
-    for (int round = 0; round < 2; ++round) {
-        ASSERT_EQ(scanner.Next(), Outcome::Token);
-        if (round == 1) {
-            EXPECT_EQ(scanner.Skip(State::EndOfObject, true), Outcome::End);
-            break;
-        }
-        std::uint64_t deepest = 0;
-        while (scanner.Next() == Outcome::Token) deepest = std::max(deepest, scanner.Depth());
-        EXPECT_EQ(deepest, levels);
-        EXPECT_EQ(scanner.failure().fault, Fault::None);
-        EXPECT_EQ(scanner.Depth(), 0u);
-        scanner.OpenText(text);
-    }
-}
-
 TEST(Scanner, KnowsWhereItIs) {
     Scanner scanner;
     scanner.OpenText(u"{\"a\":1,\r\n \"b\":\n\r[\r2, x]}");
@@ -501,32 +422,6 @@ TEST(ChunkedText, PassesFailuresOn) {
     EXPECT_EQ(scanner.Next(), Outcome::Failed);
     EXPECT_EQ(scanner.failure().cause, Fault::SourceFailed);
     EXPECT_EQ(scanner.failure().code, -5);
-}
-
-/// Elements without end, one more each time that bytes are asked for.
-class Endless final : public ByteSource {
- public:
-    std::int32_t Read(std::byte* target, std::size_t size, std::size_t& read) noexcept override {
-        for (read = 0; read < size; ++read)
-            target[read] = std::byte(offset_++ == 0 ? '[' : offset_ % 2 == 0 ? '7' : ',');
-        return 0;
-    }
-
- private:
-    std::uint64_t offset_ = 0;
-};
-
-TEST(ChunkedText, KeepsNoMoreThanAChunk) {
-    Endless source;
-    ChunkedText chunks;
-    chunks.Open(source, 1000);
-    Scanner scanner;
-    ASSERT_EQ(scanner.OpenSource(chunks).fault, Fault::None);
-    for (int i = 0; i < 100'000; ++i) {
-        ASSERT_EQ(scanner.Next(), Outcome::Token);
-        ASSERT_EQ(scanner.TokenPosition().offset, i == 0 ? 0u : 2u * static_cast<unsigned>(i) - 1);
-    }
-    EXPECT_FALSE(scanner.IsWhole());
 }
 
 }  // namespace

@@ -125,39 +125,6 @@ std::string TokensOf(const Reader& reader, HRESULT& status) {
     return tokens;
 }
 
-/// Reads an array of short numbers between much white space, so many mebibytes of it.
-void ReadLongArray(ULONGLONG mebibytes) {
-    constexpr ULONGLONG period = 64 * 1024;  // a number and a comma at the end of so many blanks
-    const ULONGLONG size = mebibytes << 20;
-    std::string block(period, ' ');
-    ULONGLONG made = 0;
-    SourceStream stream;
-    stream.size = size;
-    stream.before = [&](int) {
-        if (!stream.bytes.empty() || made == size) return S_OK;
-        block[0] = made == 0 ? '[' : ' ';
-        made += period;
-        block.replace(period - 2, 2, made == size ? "7]" : "7,");
-        stream.bytes = block;
-        return S_OK;
-    };
-    const auto reader = New<IJSONReader>(u"JSONReader");
-    ASSERT_EQ(reader->ReadFromStream(&stream), S_OK);
-    ASSERT_EQ(reader->ReadNext(), S_OK);
-    const std::size_t before = PrivateBytes();
-    LONG number = 0;
-    for (ULONGLONG count = size / period; count > 0; --count) {
-        ASSERT_EQ(reader->ReadInteger(&number), S_OK);
-        ASSERT_EQ(number, 7);
-    }
-    constexpr std::size_t mostGrowth = 16u << 20;
-    EXPECT_LT(PrivateBytes(), before + mostGrowth);
-    const auto token = AnswerOf(reader, &IJSONReader::GetTokenType);
-    EXPECT_EQ(token, movaJSONTokenEndOfArray);
-    EXPECT_EQ(reader->ReadNext(), S_FALSE);
-    EXPECT_TRUE(made == size && stream.bytes.empty());
-}
-
 }  // namespace
 
 TEST(JSONLimits, DocumentsLoadToADepthThroughEveryDoor) {
@@ -327,12 +294,38 @@ TEST(JSONLimits, DocumentsOfFailingStreamsFailWithTheirStatus) {
     EXPECT_LT(loaded, 59);
 }
 
-TEST(JSONLimits, LongStreamsAreReadInConstantMemory) {
-    ReadLongArray(64);
-}
-
+/// An array of short numbers between much white space.
 TEST(JSONLimits, StreamsOfMoreThan32BitsAreReadInConstantMemory) {
-    ReadLongArray(4160);
+    constexpr ULONGLONG period = 64 * 1024;  // a number and a comma at the end of so many blanks
+    constexpr ULONGLONG size = 4160ull << 20;
+    std::string block(period, ' ');
+    ULONGLONG made = 0;
+    SourceStream stream;
+    stream.size = size;
+    stream.before = [&](int) {
+        if (!stream.bytes.empty() || made == size) return S_OK;
+        block[0] = made == 0 ? '[' : ' ';
+        made += period;
+        block.replace(period - 2, 2, made == size ? "7]" : "7,");
+        stream.bytes = block;
+        return S_OK;
+    };
+    const auto reader = New<IJSONReaderPosition>(u"JSONReader");
+    ASSERT_EQ(reader->ReadFromStream(&stream), S_OK);
+    ASSERT_EQ(reader->ReadNext(), S_OK);
+    const std::size_t before = PrivateBytes();
+    LONG number = 0;
+    for (ULONGLONG count = size / period; count > 0; --count) {
+        ASSERT_EQ(reader->ReadInteger(&number), S_OK);
+        ASSERT_EQ(number, 7);
+    }
+    EXPECT_EQ(AnswerOf(reader, &IJSONReaderPosition::get_TokenOffset), static_cast<LONGLONG>(size - 1));
+    constexpr std::size_t mostGrowth = 16u << 20;
+    EXPECT_LT(PrivateBytes(), before + mostGrowth);
+    const auto token = AnswerOf(reader, &IJSONReaderPosition::GetTokenType);
+    EXPECT_EQ(token, movaJSONTokenEndOfArray);
+    EXPECT_EQ(reader->ReadNext(), S_FALSE);
+    EXPECT_TRUE(made == size && stream.bytes.empty());
 }
 
 }  // namespace mova::test

@@ -1,3 +1,4 @@
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <cwctype>
@@ -73,6 +74,8 @@ TEST(JSONReader, WalksThroughATextToItsEnd) {
               ReaderRefusal("Expected to find comma, colon or start of array; state : startOfObject; "
                             "buffer : {a:1"));
     EXPECT_EQ(AnswerOf(reader, &IJSONReaderPosition::get_FailureColumn), 2);
+    EXPECT_EQ(Refused(reader->ReadNext(), E_UNEXPECTED),
+              ReaderRefusal("Unexpected ':'; state : startOfObject; buffer : a:1"));
 }
 
 TEST(JSONReader, AnswersWhatTheTokenIs) {
@@ -89,7 +92,6 @@ TEST(JSONReader, AnswersWhatTheTokenIs) {
             text += answer == VARIANT_TRUE ? 'y' : answer == VARIANT_FALSE ? 'n' : '?';
             if (status == S_FALSE) text += 'f';
             if (status == E_UNEXPECTED) text += '!';
-            EXPECT_EQ((reader.Get()->*is)(nullptr), E_POINTER);
         }
         return text;
     };
@@ -156,6 +158,7 @@ TEST(JSONReader, ConvertsWhatItStandsOn) {
         EXPECT_EQ(integer, row.integer);
         EXPECT_EQ(reader->GetDouble(VARIANT_FALSE, &number), row.doubleStatus);
         EXPECT_TRUE(same(number, row.number)) << number;
+        EXPECT_TRUE(!std::isnan(number) || std::bit_cast<ULONGLONG>(number) == 0x7FF8'0000'0000'0001u);
         EXPECT_EQ(reader->GetBoolean(VARIANT_FALSE, &boolean), row.booleanStatus);
         EXPECT_EQ(boolean, row.boolean);
         EXPECT_EQ(reader->GetDate(VARIANT_FALSE, &date), row.dateStatus);
@@ -469,7 +472,8 @@ TEST(JSONReader, BelievesStreamsNoFurtherThanTheyCome) {
     const auto reader = New<IJSONReaderPosition>(u"JSONReader");
     EXPECT_EQ(reader->ReadFromStream(&empty), S_OK) << "it says itself that there is nothing";
     EXPECT_EQ(TokenOf(reader), -1);
-    EXPECT_EQ(reader->ReadNext(), E_UNEXPECTED);
+    EXPECT_EQ(Refused(reader->ReadNext(), E_UNEXPECTED),
+              ReaderRefusal("Attempted to read past the end of input data; state : Empty; buffer : "));
 
     SourceStream broken;
     broken.size = 4;
@@ -492,7 +496,6 @@ TEST(JSONReader, KnowsWhereItIs) {
             LONGLONG number = -1;
             EXPECT_EQ((reader.Get()->*get)(&number), S_OK);
             text += std::to_string(number) + " ";
-            EXPECT_EQ((reader.Get()->*get)(nullptr), E_POINTER);
         }
         return text;
     };
