@@ -210,21 +210,5 @@ TEST(IsoText, IsReadBackAsItIsWritten) {
     }
 }
 
-TEST(IsoText, IsWhatSomeLayoutsWrite) {
-    constexpr kv::DateTime at{
-        .year = 2020, .month = 5, .day = 17, .hour = 10, .minute = 20, .second = 30, .nanosecond = 125'000'000};
-    const struct {
-        std::uint32_t layout;
-        std::string read;
-    } rows[] = {{10, "2020-05-17T00:00:00.0 0"},   {11, "2020-05-01T00:00:00.0 0"},   {18, "2020-01-01T00:00:00.0 0"},
-                {19, "2020-05-17T10:20:30.125 0"}, {20, "2020-05-17T10:20:30.125 0"}, {21, "2020-05-17T10:20:30.0 0"},
-                {22, "2020-05-17T10:20:30.125 0"}};
-    for (const auto& row : rows) {
-        char16_t out[timeTextSize];
-        const std::u16string_view text(out, FormatTime(out, at, row.layout));
-        for (const auto& reader : readers) EXPECT_EQ(Read(text, reader.read), row.read) << Narrow(text);
-    }
-}
-
 }  // namespace
 }  // namespace calendar

@@ -272,13 +272,6 @@ TEST(PullParser, FindsManyPrefixes) {
     EXPECT_EQ(elements, 82U) << FaultText(parser);
 }
 
-TEST(PullParser, BelievesAnEncodingThatItIsGiven) {
-    std::string document;
-    for (const char c : "<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE4</a>"s) document += {c, '\0'};
-    EXPECT_EQ(Nodes(document, SIZE_MAX, u"UTF-16LE"), "<a>\"\xC3\xA4\"</a>");
-    EXPECT_EQ(Nodes("\xFF\xFE" + document, SIZE_MAX, u"UTF-16LE"), "<a>\"\xC3\xA4\"</a>");
-}
-
 TEST(PullParser, PassesOnWhatTheSourceThrows) {
     struct Failing final : ByteSource {
         std::size_t Read(std::span<std::byte> target) override {

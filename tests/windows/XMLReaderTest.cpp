@@ -335,27 +335,6 @@ TEST(XMLTextReader, ReadsTextsWhateverTheyDeclare) {
     EXPECT_EQ(Content(reader.Get()), Fault("invalid document structure", 1, 1, "text", "XMLTextReader"));
 }
 
-TEST(XMLTextReader, ReadsWhatTheWriterWrote) {
-    const auto writer = New<IXMLWriter3>(u"XMLWriter");
-    const auto memory = MemoryStream("");
-    const auto namespaces = New<IXMLNamespaces>(u"XMLNamespaces");
-    const auto attributes = New<IXMLAttributes>(u"XMLAttributes");
-    const std::u16string text = u"<&>\"' \u00E4\U0001F600 ]]>";
-    EXPECT_EQ(namespaces->AddNamespace(Bstr(u"p"), Bstr(u"u")), S_OK);
-    EXPECT_EQ(attributes->AddAttribute(Bstr(u"u"), Bstr(u"b"), Bstr(text)), S_OK);
-    EXPECT_EQ(writer->put_OutputStream(memory.Get()), S_OK);
-    EXPECT_EQ(writer->WriteXMLDeclaration(), S_OK);
-    EXPECT_EQ(writer->StartElement(Bstr(u"a"), Bstr(u"u"), attributes.Get(), namespaces.Get(), VARIANT_FALSE), S_OK);
-    EXPECT_EQ(writer->WriteText(Bstr(text)), S_OK);
-    EXPECT_EQ(writer->EndElement(), S_OK);
-    EXPECT_EQ(SeekTo(memory.Get(), 0), S_OK);
-    const auto reader = OpenText(kv::Utf16(ContentOf(memory.Get())));
-    EXPECT_EQ(Read(reader.Get()), S_OK);
-    EXPECT_EQ(TextOf(reader.Get(), &IXMLReader::get_NamespaceURI), "u");
-    EXPECT_EQ(AttributeOf(reader.Get(), u"u", u"b"), kv::Utf8(text));
-    EXPECT_EQ(AnswerOf(reader, &IXMLTextReader::ReadText).View(), text);
-}
-
 TEST(XMLReader, ReadsAGigabyteInLittleMemory) {
     constexpr std::uint64_t gigabyte = std::uint64_t{1} << 30;
     const std::string start = "<a>";

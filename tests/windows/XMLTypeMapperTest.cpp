@@ -201,39 +201,23 @@ TEST(XMLTypeMapper, TurnsIdentifiersIntoTextAndBack) {
 
 TEST(XMLTypeMapper, KnowsTheTypesOfTheLibrary) {
     const auto mapper = FreshMapper();
-    const struct {
-        std::u16string_view typeName;
-        GUID classId;
-        const char16_t* earliest = u"urn:mova:schemas:9.0";
-    } rows[] = {{u"PropertySet", __uuidof(::PropertySet)},
-                {u"PropertySetProperty", __uuidof(::PropertySetProperty)},
-                {u"PropertySetArray", __uuidof(::PropertySetArray)},
-                {u"PropertySetPropertyArray", __uuidof(::PropertySetPropertyArray)},
-                {u"StrArray", __uuidof(::StrArray)},
-                {u"UID", __uuidof(::UID)},
-                {u"NumericFormat", __uuidof(::NumericFormat), u"urn:mova:schemas:9.3"},
-                {u"Time", __uuidof(::Time), u"urn:mova:schemas:9.3"},
-                {u"TimeDuration", __uuidof(::TimeDuration), u"urn:mova:schemas:9.3"}};
-    EXPECT_EQ(AnswerOf(mapper, &IXMLTypeMapper2::get_TypeCount), static_cast<LONG>(std::size(rows)));
-    LONG index = 0;
-    for (const auto& [typeName, classId, earliest] : rows) {
-        kv::BString name;
-        kv::BString uri;
-        kv::BString id;
-        EXPECT_EQ(mapper->GetType(index++, name.Put(), uri.Put(), id.Put()), S_OK);
-        EXPECT_EQ(name.View(), typeName);
+    const LONG count = AnswerOf(mapper, &IXMLTypeMapper2::get_TypeCount);
+    EXPECT_EQ(count, 9);
+    for (LONG index = 0; index < count; ++index) {
+        kv::BString typeName, name, uri, classId, id;
+        EXPECT_EQ(mapper->GetType(index, typeName.Put(), uri.Put(), classId.Put()), S_OK);
         EXPECT_EQ(uri.View(), u"urn:mova:schemas:10.0");
-        EXPECT_EQ(id.View(), kv::GuidText(classId));
-        EXPECT_EQ(mapper->FindType(Bstr(kv::GuidText(classId)), name.Put(), uri.Put()), S_OK);
-        EXPECT_EQ(name.View(), typeName);
+        EXPECT_EQ(mapper->FindType(classId.Get(), name.Put(), uri.Put()), S_OK);
+        EXPECT_EQ(name.View(), typeName.View());
         EXPECT_EQ(uri.View(), u"urn:mova:schemas:10.0");
-        for (const char16_t* release : {earliest, u"urn:mova:schemas:10.0"}) {
-            EXPECT_EQ(AnswerOf(mapper, &IXMLTypeMapper2::FindClass, Bstr(typeName), Bstr(release)).View(),
-                      kv::GuidText(classId));
-            EXPECT_EQ(Refused(mapper->RemoveType(Bstr(typeName), Bstr(release)), E_INVALIDARG),
+        EXPECT_EQ(classId.View(), kv::GuidText(AnswerOf(New<IClassID>(typeName.View()), &IClassID::GetClassID)));
+        for (const char16_t* release : {u"urn:mova:schemas:9.3", u"urn:mova:schemas:10.0"}) {
+            EXPECT_EQ(AnswerOf(mapper, &IXMLTypeMapper2::FindClass, typeName.Get(), Bstr(release)).View(),
+                      classId.View());
+            EXPECT_EQ(Refused(mapper->RemoveType(typeName.Get(), Bstr(release)), E_INVALIDARG),
                       Refusal<IXMLTypeMapper2>("XMLTypeMapper", "The types of the library are not removed."));
         }
-        EXPECT_EQ(mapper->FindClass(Bstr(typeName), Bstr(u"urn:mova:schemas:8.0"), id.Put()), S_FALSE);
+        EXPECT_EQ(mapper->FindClass(typeName.Get(), Bstr(u"urn:mova:schemas:8.0"), id.Put()), S_FALSE);
         EXPECT_EQ(id.Get(), nullptr);
     }
 }
