@@ -126,43 +126,33 @@ TEST(Classifiers, TakeArraysOfNumbers) {
     kv::Variant inVariants = Variants({1, 2, 8, 9});
     VARIANT inReference = ReferenceTo(const_cast<VARIANT&>(inVariants.Get()));
     const VARIANT plain = frequencies.Get();
-    const struct {
-        VARIANT values, frequencies;
-    } good[] = {
-        {values.Get(), plain},
-        {ByReference(values), ByReference(frequencies)},
-        {whole.Get(), plain},
-        {ByReference(whole), whole.Get()},
-        {inVariants.Get(), inVariants.Get()},
-        {inReference, inReference},
+    std::vector<std::pair<VARIANT, VARIANT>> rows{
+        {values.Get(), plain},        {ByReference(values), ByReference(frequencies)},
+        {whole.Get(), plain},         {ByReference(whole), whole.Get()},
+        {inReference, inReference},   {inVariants.Get(), inVariants.Get()},
         {values.Get(), values.Get()},  // doubles as frequencies, all whole
     };
-    for (const auto& row : good) {
-        SCOPED_TRACE(&row - good);
+    const kv::Variant alsoFrequencies[] = {Numbers<signed char>(VT_I1, {1, 2, 8, 9}),
+                                           Numbers<BYTE>(VT_UI1, {1, 2, 8, 9}),
+                                           Numbers<SHORT>(VT_I2, {1, 2, 8, 9}),
+                                           Numbers<USHORT>(VT_UI2, {1, 2, 8, 9}),
+                                           Numbers<ULONG>(VT_UI4, {1, 2, 8, 9}),
+                                           Numbers<LONGLONG>(VT_I8, {1, 2, 8, 9}),
+                                           Numbers<ULONGLONG>(VT_UI8, {1, 2, 8, 9}),
+                                           Numbers<float>(VT_R4, {1, 2, 8, 9}),
+                                           Numbers<LONGLONG>(VT_CY, {10'000, 20'000, 80'000, 90'000})};
+    for (const kv::Variant& numbers : alsoFrequencies) rows.emplace_back(numbers.Get(), numbers.Get());
+    for (const auto& [given, occurrences] : rows) {
+        SCOPED_TRACE(given.vt);
         const auto classifier = New<IClassify>(u"NaturalBreaks");
         const auto direct = New<IClassifyGEN>(u"NaturalBreaks");
-        EXPECT_EQ(classifier->SetHistogramData(row.values, row.frequencies), S_OK);
+        EXPECT_EQ(classifier->SetHistogramData(given, occurrences), S_OK);
         Classified(classifier, 2);
         EXPECT_EQ(BreaksOf(classifier), (Breaks{1, 2, 9}));
         LONG classes = 2;
-        EXPECT_EQ(direct->Classify(row.values, row.frequencies, &classes), S_OK);
+        EXPECT_EQ(direct->Classify(given, occurrences, &classes), S_OK);
         EXPECT_EQ(classes, 2);
         EXPECT_EQ(BreaksOf(direct), (Breaks{1, 2, 9}));
-    }
-    const kv::Variant others[] = {Numbers<signed char>(VT_I1, {1, 2, 8, 9}),
-                                  Numbers<BYTE>(VT_UI1, {1, 2, 8, 9}),
-                                  Numbers<SHORT>(VT_I2, {1, 2, 8, 9}),
-                                  Numbers<USHORT>(VT_UI2, {1, 2, 8, 9}),
-                                  Numbers<ULONG>(VT_UI4, {1, 2, 8, 9}),
-                                  Numbers<LONGLONG>(VT_I8, {1, 2, 8, 9}),
-                                  Numbers<ULONGLONG>(VT_UI8, {1, 2, 8, 9}),
-                                  Numbers<float>(VT_R4, {1, 2, 8, 9}),
-                                  Numbers<LONGLONG>(VT_CY, {10'000, 20'000, 80'000, 90'000})};
-    for (const kv::Variant& other : others) {
-        const auto direct = New<IClassifyGEN>(u"NaturalBreaks");
-        LONG classes = 2;
-        EXPECT_EQ(direct->Classify(other.Get(), other.Get(), &classes), S_OK) << other.Get().vt;
-        EXPECT_EQ(BreaksOf(direct), (Breaks{1, 2, 9})) << other.Get().vt;
     }
 }
 
@@ -498,11 +488,6 @@ TEST(BaseStatistics, MakesHistograms) {
     EXPECT_TRUE(kv::SameValue(frequencies.Get(), Frequencies({0, 7}).Get()));
     EXPECT_EQ(maker->MakeHistogram(Values({nan}).Get(), {}, values.Put(), frequencies.Put()), E_INVALIDARG);
     EXPECT_EQ(values.Get().vt, VT_EMPTY);
-    EXPECT_EQ(
-        maker->MakeHistogram(Values({1, 1}).Get(), Frequencies({0x7FFFFFFF, 1}).Get(), values.Put(), frequencies.Put()),
-        E_INVALIDARG);
-    EXPECT_EQ(maker->MakeHistogram(Values({1}).Get(), Frequencies({1, 1}).Get(), values.Put(), frequencies.Put()),
-              E_INVALIDARG);
     EXPECT_EQ(maker->MakeHistogram(Values({1}).Get(), {}, nullptr, frequencies.Put()), E_POINTER);
     EXPECT_EQ(maker->MakeHistogram(Values({1}).Get(), {}, values.Put(), nullptr), E_POINTER);
 }
