@@ -96,6 +96,7 @@ add_library(
   classify/NumberArray.cpp
   classify/RuleClassifiers.cpp
   classify/StandardDeviation.cpp
+  containers/Property.cpp
   containers/PropertyList.cpp
   containers/PropertySet.cpp
   containers/PropertySetProperty.cpp

@@ -1,51 +1,51 @@
 #include "containers/PropertyList.h"
 
-#include "containers/NameFold.h"
 #include "containers/SystemNames.h"
 
 namespace mova {
 namespace {
 
-/// Whether a property has a name: how the two are compared follows from the property's name alone.
 auto Named(std::u16string_view name) noexcept {
-    return [=](const NamedProperty& property) noexcept { return SameName(property.Text(), property.ascii, name); };
+    return [=](const Property& property) noexcept { return property.IsNamed(name); };
 }
 
 }  // namespace
 
 PropertyList::Entry PropertyList::MakeEntry(std::u16string_view name, kv::Variant value) {
-    return NamedProperty::Make(name, HashName(name), IsAsciiName(name), std::move(value));
+    Entry entry = Property::Make(name, value.Get());
+    entry->Take(std::move(value));
+    return entry;
 }
 
-kv::Variant* PropertyList::FindFirst(std::u16string_view name) noexcept {
-    NamedProperty* found = entries_.FindFirst(HashName(name), Named(name));
-    return found ? &found->value : nullptr;
+Property* PropertyList::FindFirst(std::u16string_view name) noexcept {
+    return entries_.FindFirst(HashName(name), Named(name));
 }
 
-const kv::Variant* PropertyList::FindLast(std::u16string_view name) const noexcept {
-    const NamedProperty* found = entries_.FindLast(HashName(name), Named(name));
-    return found ? &found->value : nullptr;
+const Property* PropertyList::FindLast(std::u16string_view name) const noexcept {
+    return entries_.FindLast(HashName(name), Named(name));
 }
 
 bool PropertyList::IsWithin(const PropertyList& other) const {
     for (std::size_t i = 0; i < Count(); ++i) {
-        const kv::Variant* mine = FindLast(NameAt(i));
-        const kv::Variant* theirs = other.FindLast(NameAt(i));
-        if (!mine || !theirs || !kv::SameValue(mine->Get(), theirs->Get())) return false;
+        const std::u16string_view name = entries_[i].Name();
+        const Property* mine = FindLast(name);
+        const Property* theirs = other.FindLast(name);
+        if (!mine || !theirs || !kv::SameValue(mine->Value(), theirs->Value())) return false;
     }
     return true;
 }
 
-void PropertyList::Set(Entry entry) {
-    if (NamedProperty* found = entries_.FindFirst(entry->link.hash, Named(entry->Text()))) {
-        found->value = std::move(entry->value);
+void PropertyList::Set(Entry entry, kv::Variant value) {
+    if (Property* found = entries_.FindFirst(entry->link.hash, Named(entry->Name()))) {
+        found->Take(std::move(value));
     } else {
+        entry->Take(std::move(value));
         Append(std::move(entry));
     }
 }
 
 bool PropertyList::Remove(std::u16string_view name) noexcept {
-    NamedProperty* found = entries_.FindLast(HashName(name), Named(name));
+    Property* found = entries_.FindLast(HashName(name), Named(name));
     if (!found) return false;
     entries_.Remove(*found);
     return true;

@@ -50,9 +50,13 @@ bool HoldsObjects(const VARIANT& value) noexcept {
     return type == VT_UNKNOWN || type == VT_DISPATCH || type == VT_VARIANT;
 }
 
-void CopyOut(const kv::Variant& value, VARIANT* target) {
-    const HRESULT status = value.CopyTo(target);
-    if (FAILED(status)) throw std::bad_alloc();  // a value that was kept can be copied but for lack of memory
+/// For the status of copying a value that was kept, which fails for lack of memory alone.
+void RequireCopied(HRESULT status) {
+    if (FAILED(status)) throw std::bad_alloc();
+}
+
+void CopyOut(const Property& property, VARIANT* target) {
+    RequireCopied(property.CopyTo(target));
 }
 
 }  // namespace
@@ -64,15 +68,15 @@ STDMETHODIMP PropertySet::GetCount(LONG* count) noexcept {
 }
 
 STDMETHODIMP PropertySet::SetProperty(BSTR name, VARIANT value) noexcept try {
-    if (kv::Variant* held = properties_.FindFirst(kv::View(name))) {
+    if (Property* held = properties_.FindFirst(kv::View(name))) {
         if (HRESULT status = held->Assign(value); FAILED(status)) return RefuseValue(status);
         SetDirty();
         return S_OK;
     }
-    kv::Variant copy;
-    if (HRESULT status = copy.Assign(value); FAILED(status)) return RefuseValue(status);
+    auto entry = Property::Make(kv::View(name), value);
+    if (HRESULT status = entry->Assign(value); FAILED(status)) return RefuseValue(status);
     if (properties_.Count() == std::numeric_limits<LONG>::max()) return Refuse(E_OUTOFMEMORY);
-    properties_.Append(PropertyList::MakeEntry(kv::View(name), std::move(copy)));
+    properties_.Append(std::move(entry));
     SetDirty();
     return S_OK;
 } catch (...) {
@@ -89,11 +93,10 @@ STDMETHODIMP PropertySet::SetProperties(VARIANT names, VARIANT values) noexcept 
     if (copies->size() != keys->size()) return Refuse<IPropertySet>(E_FAIL, u"There must be as many values as names.");
 
     std::vector<PropertyList::Entry> entries;
-    for (std::size_t i = 0; i < keys->size(); ++i)
-        entries.push_back(PropertyList::MakeEntry((*keys)[i], std::move((*copies)[i])));
+    for (std::size_t i = 0; i < keys->size(); ++i) entries.push_back(Property::Make((*keys)[i], (*copies)[i].Get()));
     properties_.ReserveMore(entries.size());
     SetDirty();
-    for (auto& entry : entries) properties_.Set(std::move(entry));
+    for (std::size_t i = 0; i < entries.size(); ++i) properties_.Set(std::move(entries[i]), std::move((*copies)[i]));
     return S_OK;
 } catch (...) {
     return CaughtStatus();
@@ -102,7 +105,7 @@ STDMETHODIMP PropertySet::SetProperties(VARIANT names, VARIANT values) noexcept 
 STDMETHODIMP PropertySet::GetProperty(BSTR name, VARIANT* value) noexcept try {
     if (!value) return Refuse(E_POINTER);
     VariantInit(value);
-    const kv::Variant* held = properties_.FindLast(kv::View(name));
+    const Property* held = properties_.FindLast(kv::View(name));
     if (!held) return RefuseUnknown(kv::View(name));
     CopyOut(*held, value);
     return S_OK;
@@ -118,7 +121,7 @@ STDMETHODIMP PropertySet::GetProperties(VARIANT names, VARIANT* values) noexcept
     if (!keys) return Refuse<IPropertySet>(E_FAIL, noNames);
     kv::ArrayBuilder copies(VT_VARIANT, keys->size());
     for (std::size_t i = 0; i < keys->size(); ++i) {
-        const kv::Variant* held = properties_.FindLast((*keys)[i]);
+        const Property* held = properties_.FindLast((*keys)[i]);
         if (!held) return RefuseUnknown((*keys)[i]);
         CopyOut(*held, copies.Elements<VARIANT>() + i);
     }
@@ -136,8 +139,8 @@ STDMETHODIMP PropertySet::GetAllProperties(VARIANT* names, VARIANT* values) noex
     kv::ArrayBuilder nameCopies(VT_VARIANT, count);  // not VT_BSTR: scripts can index VARIANTs only
     kv::ArrayBuilder valueCopies(VT_VARIANT, count);
     for (std::size_t i = 0; i < count && i < properties_.Count(); ++i) {  // an object that is copied may call back
-        nameCopies.Elements<VARIANT>()[i] = kv::Variant::FromText(kv::BString(properties_.NameAt(i))).Detach();
-        CopyOut(properties_.ValueAt(i), valueCopies.Elements<VARIANT>() + i);
+        nameCopies.Elements<VARIANT>()[i] = kv::Variant::FromText(kv::BString(properties_[i].Name())).Detach();
+        CopyOut(properties_[i], valueCopies.Elements<VARIANT>() + i);
     }
     *names = nameCopies.Finish().Detach();
     *values = valueCopies.Finish().Detach();
@@ -180,8 +183,8 @@ STDMETHODIMP PropertySet::GetPropertyAt(LONG index, BSTR* name, VARIANT* value) 
     if (index < 0 || static_cast<std::size_t>(index) >= properties_.Count())
         return Refuse<IPropertySet2>(E_INVALIDARG, u"The index is outside the set.");
     const auto position = static_cast<std::size_t>(index);
-    kv::BString nameCopy(properties_.NameAt(position));
-    CopyOut(properties_.ValueAt(position), value);
+    kv::BString nameCopy(properties_[position].Name());
+    CopyOut(properties_[position], value);
     *name = nameCopy.Detach();
     return S_OK;
 } catch (...) {
@@ -227,8 +230,9 @@ STDMETHODIMP PropertySet::Clone(IUnknown** copy) noexcept try {
     const auto clone = kv::Ptr<PropertySet>::Attach(Make());
     clone->properties_.ReserveMore(properties_.Count());
     for (std::size_t i = 0; i < properties_.Count(); ++i) {
-        auto entry = PropertyList::MakeEntry(properties_.NameAt(i), {});
-        CopyOut(properties_.ValueAt(i), entry->value.Put());  // an object that is copied may change this set
+        const VARIANT& value = properties_[i].Value();
+        auto entry = Property::Make(properties_[i].Name(), value);
+        RequireCopied(entry->Assign(value));  // an object that is copied may change this set
         clone->properties_.Append(std::move(entry));
     }
     *copy = clone.As<IUnknown>().Detach();
@@ -244,8 +248,8 @@ void PropertySet::WriteProperties(kv::StreamWriter& out, kv::Objects objects) co
     for (std::size_t i = 0; i < count && !out.Failed(); ++i) {
         if (properties_.Count() != count) out.FailWith(E_FAIL);  // an object that was saved has changed the set
         if (out.Failed()) break;
-        const VARIANT& value = properties_.ValueAt(i).Get();
-        kv::WriteText(out, properties_.NameAt(i));
+        const VARIANT& value = properties_[i].Value();
+        kv::WriteText(out, properties_[i].Name());
         kv::WriteValue(out, objects == kv::Objects::dropped && value.vt == VT_EMPTY ? null : value, objects);
     }
 }
@@ -271,14 +275,14 @@ HRESULT PropertySet::WriteElements(XmlFieldWriter& out) const {
     const std::size_t count = properties_.Count();
     for (std::size_t i = 0; i < count; ++i) {
         if (properties_.Count() != count) return Refuse(E_FAIL);  // an object that was written has changed the set
-        const kv::Variant& value = properties_.ValueAt(i);
-        if (isForSOAP && value.Get().vt == (VT_ARRAY | VT_BSTR))
+        const VARIANT& value = properties_[i].Value();
+        if (isForSOAP && value.vt == (VT_ARRAY | VT_BSTR))
             return Refuse<IXMLSerialize>(E_FAIL,
                                          u"VT_ARRAY | VT_BSTR properties are not supported for SOAP serialization.");
-        const kv::BString key(properties_.NameAt(i));
+        const kv::BString key(properties_[i].Name());
         kv::Variant copy;  // of a value with objects, for these may change the set, too
-        if (HoldsObjects(value.Get())) CopyOut(value, copy.Put());
-        const VARIANT& written = copy.Get().vt == VT_EMPTY ? value.Get() : copy.Get();
+        if (HoldsObjects(value)) CopyOut(properties_[i], copy.Put());
+        const VARIANT& written = copy.Get().vt == VT_EMPTY ? value : copy.Get();
         if (!out.Add(&IXMLSerializeData::AddKeyedVariant, propertyElement, key.Get(), written)) break;
     }
     return out.Status();

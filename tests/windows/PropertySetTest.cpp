@@ -101,14 +101,14 @@ TEST(PropertySet, ReadsTheLastOfDuplicatesAndWritesTheFirst) {
         for (const LONG value : {1, 2, 3})
             list.Append(PropertyList::MakeEntry(value == 2 ? u"NAME" : u"Name", Value(value)));
         list.Append(PropertyList::MakeEntry(u"Other", Value(9)));
-        EXPECT_EQ(list.FindLast(u"name")->Get().lVal, 3);
-        EXPECT_EQ(list.FindFirst(u"name")->Get().lVal, 1);
-        list.Set(PropertyList::MakeEntry(u"name", Value(5)));
-        EXPECT_EQ(list.FindFirst(u"name")->Get().lVal, 5);
-        EXPECT_EQ(list.FindLast(u"name")->Get().lVal, 3);
+        EXPECT_EQ(list.FindLast(u"name")->Value().lVal, 3);
+        EXPECT_EQ(list.FindFirst(u"name")->Value().lVal, 1);
+        list.Set(Property::Make(u"name", {}), Value(5));
+        EXPECT_EQ(list.FindFirst(u"name")->Value().lVal, 5);
+        EXPECT_EQ(list.FindLast(u"name")->Value().lVal, 3);
         EXPECT_TRUE(list.Remove(u"name"));  // the last one; Other takes its place
-        EXPECT_EQ(kv::Utf8(list.NameAt(list.Count() - 1)), "Other");
-        EXPECT_EQ(list.FindLast(u"name")->Get().lVal, 2);
+        EXPECT_EQ(kv::Utf8(list[list.Count() - 1].Name()), "Other");
+        EXPECT_EQ(list.FindLast(u"name")->Value().lVal, 2);
         EXPECT_TRUE(list.Remove(u"name"));
         EXPECT_TRUE(list.Remove(u"name"));
         EXPECT_FALSE(list.Remove(u"name"));
@@ -138,6 +138,34 @@ TEST(PropertySet, KeepsDeepCopiesOfEveryType) {
     const auto copy = CloneOf(set);
     EXPECT_TRUE(Equal(set.Get(), copy.Get()));
     EXPECT_EQ(Names(set.Get()), Names(copy.Get()));
+}
+
+TEST(PropertySet, ReplacesTextsOfEveryLengthByEachOther) {
+    const auto text = [](UINT bytes) {  // which a text may have an odd number of
+        const std::string units(bytes, 't');
+        return kv::Variant::FromText(kv::BString::Attach(SysAllocStringByteLen(units.data(), bytes)));
+    };
+    const UINT lengths[] = {0, 1, 2, 3, 30, 62, 63, 64, 65, 66, 400};
+    for (const std::u16string_view name : {u"", u"a", u"ab"}) {
+        for (const UINT first : lengths) {
+            for (const UINT second : lengths) {
+                const auto set = NewSet();
+                const kv::Variant values[] = {text(first), text(second), Value(1), text(second), text(first)};
+                for (const kv::Variant& value : values) {
+                    const std::string where = "from " + std::to_string(first) + " to " + std::to_string(second);
+                    ASSERT_EQ(set->SetProperty(Bstr(name), value.Get()), S_OK) << where;
+                    const auto held = AnswerOf(set, &IPropertySet2::GetProperty, Bstr(name));
+                    ASSERT_EQ(held.Get().vt, value.Get().vt) << where;
+                    ASSERT_TRUE(kv::SameValue(held.Get(), value.Get())) << where;
+                    if (held.Get().vt != VT_BSTR) continue;
+                    const UINT bytes = SysStringByteLen(held.Get().bstrVal);
+                    ASSERT_EQ(bytes, SysStringByteLen(value.Get().bstrVal)) << where;
+                    ASSERT_EQ(std::memcmp(held.Get().bstrVal, value.Get().bstrVal, bytes + sizeof(OLECHAR)), 0)
+                        << where;
+                }
+            }
+        }
+    }
 }
 
 TEST(PropertySet, TakesNoStackForArraysInArrays) {
@@ -373,8 +401,12 @@ TEST(PropertySet, SurvivesAValueThatCallsBackWhenItIsFreed) {
         const auto putVisitor = [&] {
             const auto visitor = kv::Ptr<Visitor>::Attach(new Visitor(set.Get()));
             for (int i = 0; i < fillers; ++i) set->SetProperty(Bstr(Filler(i)), Value(i).Get());
+            set->SetProperty(Bstr(u"visitor"), Value(u"text").Get());
             EXPECT_EQ(set->SetProperty(Bstr(u"visitor"), Value(visitor.Get()).Get()), S_OK);
         };
+        putVisitor();
+        EXPECT_EQ(set->SetProperty(Bstr(u"visitor"), Value(u"TEXT").Get()), S_OK);
+        EXPECT_EQ(Count(set.Get()), 0);
         putVisitor();
         EXPECT_EQ(set->SetProperty(Bstr(u"visitor"), Value(1).Get()), S_OK);
         EXPECT_EQ(Count(set.Get()), 0);
