@@ -9,7 +9,7 @@
 namespace mova {
 namespace {
 
-constexpr std::size_t firstCapacity = 256;
+constexpr std::size_t firstCapacity = 512;
 constexpr std::size_t large = std::size_t{128} << 10;
 constexpr std::size_t leastReservation = std::size_t{1} << 30;
 constexpr std::size_t reservationFactor = 8;

@@ -1,6 +1,7 @@
 #include "streams/MemoryContent.h"
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <new>
 #include <utility>
@@ -40,7 +41,7 @@ class MemoryBytes {
     bool WriteAt(std::uint64_t position, const void* source, std::size_t sourceSize) noexcept {
         const std::uint64_t end = position + sourceSize;
         GrowingMemory former;  // until the source, which may be in it, was copied
-        if (end > memory_.Capacity() && !memory_.Grow(static_cast<std::size_t>(end), size, former)) return false;
+        if (end > Capacity() && !Grow(static_cast<std::size_t>(end), former)) return false;
         if (position > size) std::memset(Begin() + size, 0, static_cast<std::size_t>(position - size));
         if (sourceSize != 0) std::memmove(Begin() + position, source, sourceSize);
         size = std::max(size, static_cast<std::size_t>(end));
@@ -52,13 +53,21 @@ class MemoryBytes {
         return true;
     }
 
-    std::byte* Begin() const noexcept { return memory_.Begin(); }
-    std::size_t Capacity() const noexcept { return memory_.Capacity(); }
+    std::byte* Begin() noexcept { return memory_.Begin() ? memory_.Begin() : first_.data(); }
+    std::size_t Capacity() const noexcept { return memory_.Begin() ? memory_.Capacity() : first_.size(); }
 
     std::size_t size = 0;
 
  private:
-    GrowingMemory memory_;
+    bool Grow(std::size_t needed, GrowingMemory& former) noexcept {
+        const bool leavesFirst = !memory_.Begin();
+        if (!memory_.Grow(needed, leavesFirst ? 0 : size, former)) return false;
+        if (leavesFirst) std::memcpy(memory_.Begin(), first_.data(), size);
+        return true;
+    }
+
+    std::array<std::byte, 256> first_;  ///< most streams need no more
+    GrowingMemory memory_;              ///< empty while that is enough
     ULONG sharers_ = 1;
 };
 

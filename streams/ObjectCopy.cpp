@@ -11,6 +11,7 @@ HRESULT CopyBySaving(IUnknown* object, IUnknown** copy) noexcept try {
     const auto memory = kv::Ptr<MemoryBlobStream>::Attach(MemoryBlobStream::Make());
     const auto stream = kv::Ptr<ObjectStream>::Attach(ObjectStream::Make());
     stream->put_Stream(memory.Get());
+    if (HRESULT status = memory->Resize(0); FAILED(status)) return status;  // opens its window before the first write
     if (HRESULT status = stream->SaveObject(object); FAILED(status)) return status;
     memory->MoveTo(0);
     return stream->LoadObject(__uuidof(IUnknown), nullptr, reinterpret_cast<void**>(copy));
