@@ -42,7 +42,9 @@ class Property {
     /// Keeps a text in the block. @return false, nothing being done, where the value is no text that it has room for
     bool KeepText(const VARIANT& value) noexcept;
     BSTR OwnText() const noexcept;
-    bool HoldsOwnText() const noexcept { return value_.Get().vt == VT_BSTR && value_.Get().bstrVal == OwnText(); }
+    bool HoldsOwnText() const noexcept {
+        return textRoom_ != 0 && value_.Get().vt == VT_BSTR && value_.Get().bstrVal == OwnText();
+    }
 
     kv::Variant value_;
     std::uint32_t nameLength_;
