@@ -53,9 +53,10 @@ class Objects {
  public:
     explicit Objects(Samples* samples = nullptr) : samples_(samples) {}
     kv::Ptr<IUnknown> Of(REFIID iid) {
-        auto& object = found_[kv::GuidText(iid)];
-        if (!object && samples_) object = samples_->For(iid);
-        for (const ClassEntry* entry = classTable; !object && !entry->IsEnd(); ++entry)
+        const auto [place, isNew] = found_.try_emplace(kv::GuidText(iid));
+        auto& object = place->second;
+        if (isNew && samples_) object = samples_->For(iid);
+        for (const ClassEntry* entry = classTable; isNew && !object && !entry->IsEnd(); ++entry)
             New<IUnknown>(entry->name)->QueryInterface(iid, object.PutVoid());
         return object;
     }
@@ -292,10 +293,12 @@ void ForEveryFunction(ITypeInfo* info, const Visit& visit) {
     }
 }
 
+using Types = std::vector<kv::Ptr<ITypeInfo>>;
+
 /// Hands each interface of an object that automation can express to a visitor.
 template <class Visit>
-void ForEveryInterface(IUnknown* object, const Visit& visit) {
-    for (const auto& info : TypesOf(LibraryOf(LibraryFile()).Get())) {
+void ForEveryInterface(const Types& types, IUnknown* object, const Visit& visit) {
+    for (const auto& info : types) {
         const auto attributes = AttributesOf(info.Get());
         kv::Ptr<IUnknown> target;
         if (IsForAutomation(*attributes) && SUCCEEDED(object->QueryInterface(attributes->guid, target.PutVoid())))
@@ -307,6 +310,7 @@ void ForEveryInterface(IUnknown* object, const Visit& visit) {
 
 TEST(Automation, CanCallEveryOperationAndNoneComesToHarm) {
     const WorkingFolder folder;
+    const Types types = TypesOf(LibraryOf(LibraryFile()).Get());
     Objects objects;
     int called = 0;
     std::set<std::string> inexpressible;
@@ -326,7 +330,7 @@ TEST(Automation, CanCallEveryOperationAndNoneComesToHarm) {
         SCOPED_TRACE(kv::Utf8(entry->name));
         for (const Arguments kind : everyKind) {
             const auto object = New<IUnknown>(entry->name);
-            ForEveryInterface(object.Get(), [&](ITypeInfo* info, const kv::Ptr<IUnknown>& target, REFIID) {
+            ForEveryInterface(types, object.Get(), [&](ITypeInfo* info, const kv::Ptr<IUnknown>& target, REFIID) {
                 ForEveryFunction(info, [&](ITypeInfo* declaring, const FUNCDESC& function) {
                     Call call(declaring, function, kind, objects);
                     if (!call.isExpressible) {
@@ -445,6 +449,7 @@ class Tried {
 }  // namespace
 
 TEST(Automation, LosesNothingWhereMemoryRunsOut) {
+    const Types types = TypesOf(LibraryOf(LibraryFile()).Get());
     Samples samples;
     int felt = 0, called = 0, succeeded = 0;
     /// Calls an operation unhampered, then with each of its calls for memory refused.
@@ -492,12 +497,14 @@ TEST(Automation, LosesNothingWhereMemoryRunsOut) {
     };
     for (const ClassEntry* entry = classTable; !entry->IsEnd(); ++entry) {
         SCOPED_TRACE(kv::Utf8(entry->name));
-        ForEveryInterface(New<IUnknown>(entry->name).Get(), [&](ITypeInfo* info, const kv::Ptr<IUnknown>&, REFIID iid) {
-            ForEveryFunction(info, [&](ITypeInfo* declaring, const FUNCDESC& function) {
-                // What an interface extends is visited as an interface of its own.
-                if (declaring == info && IsExpressible(declaring, function)) visit(*entry, iid, declaring, function);
-            });
-        });
+        ForEveryInterface(types, New<IUnknown>(entry->name).Get(),
+                          [&](ITypeInfo* info, const kv::Ptr<IUnknown>&, REFIID iid) {
+                              ForEveryFunction(info, [&](ITypeInfo* declaring, const FUNCDESC& function) {
+                                  // What an interface extends is visited as an interface of its own.
+                                  if (declaring == info && IsExpressible(declaring, function))
+                                      visit(*entry, iid, declaring, function);
+                              });
+                          });
     }
     EXPECT_GT(felt, kv::recyclesMemory ? 1250 : 2300);
     EXPECT_GT(called, 640);

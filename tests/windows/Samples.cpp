@@ -293,11 +293,12 @@ kv::Ptr<IUnknown> Samples::Of(std::u16string_view className) {
 }
 
 kv::Ptr<IUnknown> Samples::For(REFIID iid) {
-    auto& className = classes_[kv::GuidText(iid)];
+    const auto [place, isNew] = classes_.try_emplace(kv::GuidText(iid));
+    auto& className = place->second;
     if (iid == __uuidof(IStream)) className = u"MemoryBlobStream";
     if (iid == __uuidof(IUnknown)) className = u"PropertySet";
     kv::Ptr<IUnknown> part;
-    for (const ClassEntry* entry = classTable; className.empty() && !entry->IsEnd(); ++entry)
+    for (const ClassEntry* entry = classTable; isNew && className.empty() && !entry->IsEnd(); ++entry)
         if (SUCCEEDED(New<IUnknown>(entry->name)->QueryInterface(iid, part.PutVoid()))) className = entry->name;
     if (!className.empty()) Of(className)->QueryInterface(iid, part.PutVoid());
     return part;
