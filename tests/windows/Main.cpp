@@ -40,7 +40,7 @@ class LeakListener final : public testing::EmptyTestEventListener {
 
     static bool CanUnload() { return mova::test::Export<HRESULT STDAPICALLTYPE()>("DllCanUnloadNow")() == S_OK; }
 
-    /// Some make as many blocks as there is room for, or more.
+    /// Some hold more blocks at once than can be guarded, or make so many that the addresses for them run out.
     static bool HoldsMoreThanIsGuarded(const testing::TestInfo& test) {
         constexpr std::string_view tests[] = {
             "ByteSwapStreamIO.IsNotLaidOverItself",   "XMLSerializer.BoundsTheNestingOfObjects",

@@ -187,6 +187,9 @@ TEST(ObjectStream, RefusesWhatItCannotDo) {
 
     for (const LONG limit : {0L, -1L, 100'001L}) EXPECT_EQ(objects->put_NestingLimit(limit), E_INVALIDARG);
     EXPECT_EQ(AnswerOf(objects, &IObjectStream2::get_NestingLimit), 1000);
+    EXPECT_EQ(objects->put_SizeLimit(-1), E_INVALIDARG);
+    EXPECT_EQ(AnswerOf(objects, &IObjectStream2::get_SizeLimit), 0);
+    EXPECT_EQ(objects->put_DocumentVersion(-1), E_INVALIDARG);
     EXPECT_EQ(kv::KvStreamGetDocumentVersion(objects.Get()), 100);
     EXPECT_EQ(objects.As<IDocumentVersion>()->put_DocumentVersion(83), S_OK);
     EXPECT_EQ(kv::KvStreamGetDocumentVersion(objects.Get()), 83);
