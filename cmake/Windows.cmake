@@ -260,7 +260,8 @@ target_link_libraries(windows-tests PRIVATE mova-windows gtest ole32 oleaut32 uu
 target_compile_options(windows-tests PRIVATE -O0)
 target_precompile_headers(windows-tests PRIVATE ${common_headers} <gtest/gtest.h>)
 add_dependencies(windows-tests movaSystem mova mova-reference first-client first-client-c mova-idl)
-add_test(NAME windows-tests COMMAND windows-tests)
+set(run_tests ${CMAKE_SOURCE_DIR}/tests/run.sh ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:windows-tests>)
+add_test(NAME windows-tests COMMAND ${run_tests})
 set_tests_properties(windows-tests PROPERTIES TIMEOUT 1500)
 # All blocks of memory then end before pages that nobody may touch.
 if(CMAKE_BUILD_TYPE STREQUAL "Debug")
@@ -272,6 +273,6 @@ foreach(locale ar_SA de_CH de_DE fr_FR hi_IN tr_TR)
   if(locale MATCHES "de_DE|tr_TR")  # which the tests of JSON know
     string(APPEND tests ":JSONLocales.*")
   endif()
-  add_test(NAME windows-tests-${locale} COMMAND windows-tests --gtest_filter=${tests})
+  add_test(NAME windows-tests-${locale} COMMAND ${run_tests} --gtest_filter=${tests})
   set_tests_properties(windows-tests-${locale} PROPERTIES ENVIRONMENT LC_ALL=${locale}.UTF-8)
 endforeach()

@@ -2,7 +2,8 @@
 # Sourced with $root set to the project's folder. Progress goes to stderr.
 
 build="$root/build"
-export WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="mscoree,mshtml=" LC_ALL=C.UTF-8
+# No debugger steps in where a program ends by a fault: it would have that look like success.
+export WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="mscoree,mshtml,winedbg.exe=" LC_ALL=C.UTF-8
 
 say() { echo "$*" >&2; }
 
