@@ -37,6 +37,7 @@ class ThreadMap {
         if (found == chain.end()) return Value();
         Value removed = std::move(found->value);
         chain.erase(found);
+        if (chain.empty()) chain = Chain();  // threads that come and go leave no memory behind
         --count_;
         return removed;
     }

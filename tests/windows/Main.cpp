@@ -23,7 +23,7 @@ class LeakListener final : public testing::EmptyTestEventListener {
         }
         if (CanUnload()) {
             if constexpr (!kv::recyclesMemory) {
-                EXPECT_LE(mova::test::LiveBlocks(), blocksBefore_ + KeptByThreads(test)) << "memory is left behind";
+                EXPECT_LE(mova::test::LiveBlocks(), blocksBefore_) << "memory is left behind";
                 if (!IsKeptByPlatform(test)) {
                     EXPECT_LE(mova::test::LiveBlocksOfPlatform(), platformBefore_) << "texts or arrays are left behind";
                 }
@@ -51,20 +51,11 @@ class LeakListener final : public testing::EmptyTestEventListener {
         return std::find(std::begin(tests), std::end(tests), name) != std::end(tests);
     }
 
-    /// The thread library keeps records of threads that ended, for those to come: some for as many as there were at
-    /// once.
-    static long KeptByThreads(const testing::TestInfo& test) {
-        const std::string_view suite = test.test_suite_name();
-        return suite == "Threads" || suite == "Module" ? 16 : 0;
-    }
-
-    /// The platform keeps for good what it made for proxies, and texts that it converted for calls with too many
-    /// arguments.
+    /// The platform keeps for good what it made for an apartment of its own, and texts that it converted for calls with
+    /// too many arguments.
     static bool IsKeptByPlatform(const testing::TestInfo& test) {
-        const std::string_view suite = test.test_suite_name();
         const std::string_view name = test.name();
-        return suite == "Threads" || name == "MarshalsToTheMultithreadedApartment" ||
-               name == "CanCallEveryOperationAndNoneComesToHarm";
+        return name == "MarshalsToTheMultithreadedApartment" || name == "CanCallEveryOperationAndNoneComesToHarm";
     }
 
     long blocksBefore_ = 0;
