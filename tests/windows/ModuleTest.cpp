@@ -36,6 +36,8 @@ class Image {
     std::byte* base_;
 };
 
+constexpr std::uintptr_t platformsHandles = 8 * 4;  // for its own threads meanwhile; fewer than lives or threads
+
 struct Usage {
     std::uintptr_t handle;  ///< one behind those that threads have left free, which a handle more moves on by four
     DWORD tlsIndex;         ///< the first that is free
@@ -158,7 +160,7 @@ TEST(Module, ThousandLivesLeaveNothingBehind) {
     const Usage before = Measure();
     for (int i = 0; i < 1000; ++i) UseOnce(copy, i % 20 == 0);  // which takes its time
     const Usage after = Measure();
-    EXPECT_LT(after.handle, before.handle + 400) << "some are the platform's, a handle a life is not";
+    EXPECT_LE(after.handle, before.handle + platformsHandles);
     EXPECT_EQ(after.tlsIndex, before.tlsIndex);
     EXPECT_LT(after.heapBytes, before.heapBytes + 16 * 1024) << "a byte a life would be noise, a block is not";
     DeleteFileW(kv::Wide(copy.c_str()));
@@ -183,7 +185,7 @@ TEST(Module, ShortLivedThreadsLeaveNothingBehind) {
     const Usage before = Measure();
     live(1600);
     const Usage after = Measure();
-    EXPECT_LT(after.handle, before.handle + 400);
+    EXPECT_LE(after.handle, before.handle + platformsHandles);
     EXPECT_EQ(after.tlsIndex, before.tlsIndex);
     EXPECT_LT(after.heapBytes, before.heapBytes + 64 * 1024);
 }
