@@ -36,7 +36,7 @@ class Image {
     std::byte* base_;
 };
 
-constexpr std::uintptr_t platformsHandles = 8 * 4;  // for its own threads meanwhile; fewer than lives or threads
+constexpr std::uintptr_t platformsHandles = 2 * 4;  // its own threads may take two meanwhile
 
 struct Usage {
     std::uintptr_t handle;  ///< one behind those that threads have left free, which a handle more moves on by four
