@@ -5,7 +5,7 @@ set -o pipefail
 "$@" 2>&1 | awk '
     /^\[ RUN / { running = $0; next }
     /^\[ +OK \]/ { running = ""; next }
-    /^\[-+\]/ || /^$/ { next }
+    /^\[-+\]/ || /^\r?$/ { next }
     /^\[  PASSED  \]/ { passed = 1 }
     { if (running) print running; running = ""; print }
     END { if (running) print running; exit !passed }'
